@@ -1,0 +1,66 @@
+#include "app/ProgramEntry.h"
+
+#include "app/SingleInstance.h"
+#include "app/UnixSignals.h"
+#include "core/AppPaths.h"
+#include "core/KorvanClient.h"
+#include "core/ProgramStart.h"
+#include "ui/DesktopFrontend.h"
+#include "ui/TrayIcon.h"
+
+#include <QApplication>
+
+#include <csignal>
+
+int ProgramEntry::run(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("korvane-client"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Korvane Client"));
+    QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("korvane-client"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(TrayIcon::image(1));
+
+    SingleInstance instance(AppPaths::runtimeFolder());
+    if (!instance.acquire()) {
+        instance.notifyRunning();
+        return 0;
+    }
+
+    DesktopFrontend frontend;
+    Frontend::install(&frontend);
+    UnixSignals signals;
+
+    std::unique_ptr<KorvanClient> engine = ProgramStart::Run();
+    if (!engine) {
+        Frontend::install(nullptr);
+        return 1;
+    }
+
+    bool closing = false;
+    auto close = [&](int mode) {
+        if (closing)
+            return;
+        closing = true;
+        engine->QueryUnload(mode);
+        engine->Unload();
+        QApplication::quit();
+    };
+    QObject::connect(frontend.tray(), &TrayIcon::itemClicked, engine.get(), &KorvanClient::MenuItemClicked);
+    QObject::connect(engine.get(), &KorvanClient::quitRequested, &app, [&] {
+        closing = true;
+        QApplication::quit();
+    });
+    QObject::connect(&instance, &SingleInstance::menuRequested, frontend.tray(), &TrayIcon::popupMenu);
+    QObject::connect(&signals, &UnixSignals::received, &app, [&](int signalNumber) {
+        close(signalNumber == SIGINT ? KorvanClient::vbFormControlMenu : KorvanClient::vbAppWindows);
+    });
+    QObject::connect(&app, &QGuiApplication::commitDataRequest, &app,
+                     [&] { close(KorvanClient::vbAppWindows); });
+
+    const int status = QApplication::exec();
+    engine.reset();
+    Frontend::install(nullptr);
+    return status;
+}

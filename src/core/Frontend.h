@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QString>
+
+class ClientMenu;
+
+// Indexes of the dialog's icon list, as the callers pass them.
+enum DialogIcon : int {
+    IconNone = 0,
+    IconInformation = 1,
+    IconCritical = 2,
+    IconExclamation = 30,
+    IconQuestion = 31,
+};
+
+// The button sets of the dialog.
+enum DialogButtons : int {
+    ButtonsOk = 1,
+    ButtonsOkCancel = 2,
+    ButtonsYesNo = 3,
+    ButtonsCancelYesNo = 4,
+};
+
+// What a pressed button gives back.
+enum DialogResult : int {
+    ResultOk = 1,
+    ResultCancel = 2,
+    ResultYes = 6,
+    ResultNo = 7,
+};
+
+// Everything the engine asks of a person or a window. The widgets implement it;
+// tests answer it with a recorder. The engine never shows anything itself.
+class Frontend
+{
+public:
+    virtual ~Frontend() = default;
+
+    virtual int MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons) = 0;
+    // The text is empty when the person cancelled.
+    virtual QString InputText(const QString &prompt, const QString &caption, int icon, int buttons,
+                              const QString &defaultText) = 0;
+    virtual QString InputPath(const QString &prompt, const QString &caption, int icon, int buttons,
+                              const QString &defaultText) = 0;
+    virtual QString InputPassword(const QString &prompt, const QString &caption, int icon, int buttons) = 0;
+    virtual QString InputChoice(const QString &prompt, const QString &caption, int icon, const QString &list,
+                                const QString &defaultText) = 0;
+
+    // Notification-area icon: image 0 is "not connected", 1 is "connected".
+    virtual void SetTrayIcon(int image, const QString &tip) = 0;
+    virtual void RemoveTrayIcon() = 0;
+    // Captions, enabling, check marks or visibility of the menu changed.
+    virtual void MenuChanged(const ClientMenu &menu) = 0;
+    virtual void ShowLog(const QString &logFileName) = 0;
+    // Opens a document or a help file through the desktop.
+    virtual bool OpenDocument(const QString &path) = 0;
+
+    // The frontend of this process; nullptr while none is set (nothing is asked then).
+    static Frontend *current();
+    static void install(Frontend *frontend);
+};

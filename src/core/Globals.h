@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+class Options;
+class UserInfos;
+
+// The process-wide state that is not an object of its own.
+struct ProcessState
+{
+    QString AppDataPath;
+    bool DatabaseOpen = false;
+    QString OsName;
+    bool OsIsNT = true;
+    QString DomainController;
+    bool DomainAvailable = false;
+    int CurrentList = 0;
+    QString SavedSelection;
+    int ReconnectTicks = 0;
+    // Row colours of the group lists, as blue-green-red numbers.
+    qint32 GridColorOdd = 0;
+    qint32 GridColorEven = 0;
+};
+
+ProcessState &gProcess();
+Options &gOptions();
+// Created at its first use, which reads the login name.
+UserInfos &gUserInfos();
+// Drops every process-wide object, so that a test starts from a fresh process.
+void ResetProcessGlobals();

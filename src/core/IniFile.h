@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// The ini routines: one section of one file, chosen beforehand. Values are read
+// through a 255-character buffer, so longer ones come back cut. A file that an
+// administrator deploys (the fallback) answers for keys the user's file lacks.
+class IniFile
+{
+public:
+    static constexpr int BufferLength = 255;
+
+    void setSection(const QString &section) { m_section = section; }
+    void setFileName(const QString &fileName) { m_fileName = fileName; }
+    void setFallbackFileName(const QString &fileName) { m_fallbackFileName = fileName; }
+    const QString &fileName() const { return m_fileName; }
+
+    bool fileExists() const;
+    QString readString(const QString &key, const QString &defaultValue) const;
+    // Leading digits count ("12px" reads 12); a text without any reads 0.
+    qint64 readInt(const QString &key, qint64 defaultValue) const;
+    bool writeString(const QString &key, const QString &value) const;
+    bool writeInt(const QString &key, qint64 value) const;
+
+private:
+    bool registered() const;
+    std::optional<QString> lookup(const QString &fileName, const QString &key) const;
+
+    QString m_section;
+    QString m_fileName;
+    QString m_fallbackFileName;
+};

@@ -1,0 +1,254 @@
+#include "core/KorvanClient.h"
+
+#include "core/Frontend.h"
+#include "core/Globals.h"
+#include "core/Log.h"
+#include "core/Options.h"
+#include "core/StringTable.h"
+#include "core/UserInfos.h"
+#include "link/ConnectionManager.h"
+#include "link/Encryption.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+namespace {
+
+const QString Form = QStringLiteral("frmKorvanClient:");
+
+int closeReasonResource(int closeMode)
+{
+    switch (closeMode) {
+    case KorvanClient::vbFormControlMenu:
+        return 424;
+    case KorvanClient::vbFormCode:
+        return 423;
+    case KorvanClient::vbAppWindows:
+        return 425;
+    case KorvanClient::vbAppTaskManager:
+        return 401;
+    case KorvanClient::vbFormMDIForm:
+        return 416;
+    default:
+        return 422;
+    }
+}
+
+QString stateName(int state)
+{
+    static const char16_t *const names[] = {u"Closed",        u"Open",       u"Listening",
+                                            u"Connection pending", u"Resolving host", u"Host resolved",
+                                            u"Connecting",    u"Connected",  u"Peer is closing the connection",
+                                            u"Error"};
+    if (state < 0 || state > 9)
+        return QStringLiteral("Undefined");
+    return QString::fromUtf16(names[state]);
+}
+
+} // namespace
+
+KorvanClient::KorvanClient(QObject *parent) : QObject(parent)
+{
+    // Features that later parts of the client bring stay greyed until then.
+    for (ClientMenu::Item item : {ClientMenu::mnuAdministration, ClientMenu::mnuOptions, ClientMenu::mnuLevel,
+                                  ClientMenu::mnuAbout})
+        m_menu.setAvailable(item, false);
+}
+
+KorvanClient::~KorvanClient() = default;
+
+bool KorvanClient::Load(QString *error)
+{
+    WriteLog(QStringLiteral("Creating encryptor..."));
+    m_encryptor = std::make_unique<Encryption>();
+    m_connection = std::make_unique<ConnectionManager>(*m_encryptor);
+    connect(m_connection.get(), &ConnectionManager::closed, this, [this] {
+        ConnectedToServer = false;
+        SetMenu();
+    });
+
+    WriteLog(QStringLiteral("Creating policies..."));
+    WriteLog(QStringLiteral("Getting MachineID..."));
+
+    WriteLog(QStringLiteral("Localization..."));
+    AssignMainLabels();
+
+    WriteLog(QStringLiteral("creating task icon..."));
+    if (Frontend *frontend = Frontend::current())
+        frontend->SetTrayIcon(0, ResString(421));
+
+    const Options &options = gOptions();
+    WriteLog(QStringLiteral("Connecting to server ") + options.Server + QStringLiteral(" on port ") +
+             QString::number(options.ClientPort) + QStringLiteral("..."));
+    m_connection->ConnectToServer(options.Server, options.ClientPort);
+
+    WriteLog(QStringLiteral("Setting the menu..."));
+    SetMenu();
+    WriteLog(QStringLiteral("Ready!"));
+
+    LastScanMinute = -1;
+    m_loaded = true;
+    if (error)
+        error->clear();
+    return true;
+}
+
+void KorvanClient::QueryUnload(int closeMode)
+{
+    WriteLog(ResString(411) + ResString(closeReasonResource(closeMode)));
+    if (m_connection)
+        m_connection->Close();
+    if (Frontend *frontend = Frontend::current())
+        frontend->RemoveTrayIcon();
+}
+
+void KorvanClient::Unload()
+{
+    m_connection.reset();
+    m_encryptor.reset();
+    m_loaded = false;
+}
+
+void KorvanClient::AssignMainLabels()
+{
+    m_menu.AssignMainLabels();
+    publishMenu();
+}
+
+void KorvanClient::OptionsChanged()
+{
+    AssignMainLabels();
+}
+
+void KorvanClient::SetMenu()
+{
+    TraceLog(Form + QStringLiteral("SetMenu"));
+    ClientMenu::Rights rights;
+    rights.ConnectedToServer = ConnectedToServer;
+    rights.IsAdministrator = gUserInfos().IsAdministrator();
+    rights.IsPostmaster = gUserInfos().IsPostmaster();
+    m_menu.SetMenu(rights);
+    publishMenu();
+}
+
+void KorvanClient::publishMenu()
+{
+    if (Frontend *frontend = Frontend::current())
+        frontend->MenuChanged(m_menu);
+    Q_EMIT menuChanged();
+}
+
+bool KorvanClient::SendData(const QString &data)
+{
+    TraceLog(Form + QStringLiteral("SendData"));
+    return m_connection && m_connection->SendData(data, gUserInfos().UserID());
+}
+
+void KorvanClient::MenuItemClicked(ClientMenu::Item item)
+{
+    if (!m_menu.entry(item).enabled)
+        return;
+    switch (item) {
+    case ClientMenu::mnuSend:
+        TraceLog(Form + QStringLiteral("mnuSend_Click"));
+        gProcess().SavedSelection.clear();
+        SendData(QStringLiteral("MID"));
+        break;
+    case ClientMenu::mnuDisplayReplies:
+        TraceLog(Form + QStringLiteral("mnuDisplayReplies_Click"));
+        m_menu.entry(item).checked = !m_menu.entry(item).checked;
+        publishMenu();
+        break;
+    case ClientMenu::mnuGlobalPolicies:
+        TraceLog(Form + QStringLiteral("mnuGlobalPolicies_Click"));
+        SendData(QStringLiteral("GPR"));
+        break;
+    case ClientMenu::mnuUserPolicies:
+        mnuUserPolicies_Click();
+        break;
+    case ClientMenu::mnuServerConfiguration:
+        mnuServerConfiguration_Click();
+        break;
+    case ClientMenu::mnuLog:
+        TraceLog(Form + QStringLiteral("mnuLog_Click"));
+        if (Frontend *frontend = Frontend::current())
+            frontend->ShowLog(LogFile::path());
+        break;
+    case ClientMenu::mnuConnect:
+        TraceLog(Form + QStringLiteral("mnuConnect_Click"));
+        m_connection->ConnectToServer(gOptions().Server, gOptions().ClientPort);
+        break;
+    case ClientMenu::mnuStatus:
+        mnuStatus_Click();
+        break;
+    case ClientMenu::mnuHelp:
+        mnuHelp_Click();
+        break;
+    case ClientMenu::mnuExit:
+        mnuExit_Click();
+        break;
+    default:
+        break;
+    }
+}
+
+bool KorvanClient::mnuExit_Click()
+{
+    TraceLog(Form + QStringLiteral("mnuExit_Click"));
+    Frontend *frontend = Frontend::current();
+    if (!frontend)
+        return false;
+    const int answer = frontend->MessageBoxShow(ResString(403) + QStringLiteral("\n\n") + ResString(433),
+                                                ResString(402), IconQuestion, ButtonsYesNo);
+    if (answer != ResultYes)
+        return false;
+    QueryUnload(vbFormCode);
+    Unload();
+    Q_EMIT quitRequested();
+    return true;
+}
+
+QString KorvanClient::ConnectionStatusText() const
+{
+    const int state = m_connection ? m_connection->SocketState() : ConnectionManager::sckClosed;
+    return QStringLiteral("Connection status: ") + stateName(state);
+}
+
+void KorvanClient::mnuStatus_Click()
+{
+    TraceLog(Form + QStringLiteral("mnuStatus_Click"));
+    SendData(QStringLiteral("WDG"));
+    if (Frontend *frontend = Frontend::current())
+        frontend->MessageBoxShow(ConnectionStatusText(), QStringLiteral("System status"), IconInformation,
+                                 ButtonsOk);
+}
+
+void KorvanClient::mnuUserPolicies_Click()
+{
+    TraceLog(Form + QStringLiteral("mnuUserPolicies_Click"));
+    Frontend *frontend = Frontend::current();
+    if (!frontend)
+        return;
+    const QString userID =
+        frontend->InputText(ResString(150), ResString(151), IconQuestion, ButtonsOkCancel, QString());
+    if (!userID.isEmpty())
+        SendData(QStringLiteral("UPR") + QChar(1) + userID);
+}
+
+void KorvanClient::mnuServerConfiguration_Click()
+{
+    TraceLog(Form + QStringLiteral("mnuServerConfiguration_Click"));
+    if (SendData(QStringLiteral("SCR")))
+        return;
+    if (Frontend *frontend = Frontend::current())
+        frontend->MessageBoxShow(ResString(142), ResString(118), IconCritical, ButtonsOk);
+}
+
+void KorvanClient::mnuHelp_Click()
+{
+    TraceLog(Form + QStringLiteral("mnuHelp_Click"));
+    const QString file = QDir(QCoreApplication::applicationDirPath())
+                             .filePath(QStringLiteral("help/KorvaneClient%1.html").arg(gOptions().Language));
+    if (Frontend *frontend = Frontend::current())
+        frontend->OpenDocument(file);
+}

@@ -1,0 +1,98 @@
+#include "core/Options.h"
+
+#include <limits>
+
+namespace {
+
+qint16 toInt16(qint64 value)
+{
+    // An out-of-range number is as bad as no number.
+    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
+        return 0;
+    return static_cast<qint16>(value);
+}
+
+qint32 toInt32(qint64 value)
+{
+    if (value < std::numeric_limits<qint32>::min() || value > std::numeric_limits<qint32>::max())
+        return 0;
+    return static_cast<qint32>(value);
+}
+
+} // namespace
+
+void Options::setIniPath(const QString &userFile, const QString &deployedDefaults)
+{
+    m_ini.setSection(QStringLiteral("Options"));
+    m_ini.setFileName(userFile);
+    m_ini.setFallbackFileName(deployedDefaults);
+}
+
+void Options::ReadOptions()
+{
+    if (!m_ini.fileExists()) {
+        ResetToDefault();
+        return;
+    }
+    Language = toInt16(m_ini.readInt(QStringLiteral("Language"), 0));
+    // The crossing of these two keys is deliberate: the file format and the
+    // options form depend on it.
+    RefreshRate = toInt32(m_ini.readInt(QStringLiteral("Speed"), 100));
+    RefreshSteps = toInt32(m_ini.readInt(QStringLiteral("Refresh Rate"), 1));
+    Font.Name = m_ini.readString(QStringLiteral("FontName"), QStringLiteral("Arial"));
+    Font.Bold = m_ini.readInt(QStringLiteral("FontBold"), 1) != 0;
+    Font.Italic = m_ini.readInt(QStringLiteral("FontItalic"), 0) != 0;
+    Font.Size = toInt32(m_ini.readInt(QStringLiteral("FontSize"), 12));
+    HorizontalPosition = toInt32(m_ini.readInt(QStringLiteral("Horizontal position"), 0));
+    VerticalPosition = toInt32(m_ini.readInt(QStringLiteral("Vertical position"), 0));
+    Server = m_ini.readString(QStringLiteral("Host"), QString());
+    ClientPort = toInt32(m_ini.readInt(QStringLiteral("ClientPort"), DefaultClientPort));
+    Trace = m_ini.readInt(QStringLiteral("Trace"), 0) != 0;
+    ReconnectDelay = toInt32(m_ini.readInt(QStringLiteral("ReconnectDelay"), 15));
+    WatchdogDelay = toInt32(m_ini.readInt(QStringLiteral("WatchdogDelay"), 45));
+    WatchdogFrequency = toInt32(m_ini.readInt(QStringLiteral("WatchdogFrequency"), 10));
+    DateTimeFormat = m_ini.readString(QStringLiteral("DateTimeFormat"), QString());
+}
+
+void Options::SaveOptions() const
+{
+    m_ini.writeInt(QStringLiteral("Language"), Language);
+    m_ini.writeInt(QStringLiteral("Speed"), RefreshRate);
+    m_ini.writeInt(QStringLiteral("Refresh Rate"), RefreshSteps);
+    m_ini.writeString(QStringLiteral("FontName"), Font.Name);
+    m_ini.writeInt(QStringLiteral("FontBold"), Font.Bold ? 1 : 0);
+    m_ini.writeInt(QStringLiteral("FontItalic"), Font.Italic ? 1 : 0);
+    m_ini.writeInt(QStringLiteral("FontSize"), Font.Size);
+    m_ini.writeInt(QStringLiteral("Horizontal position"), HorizontalPosition);
+    m_ini.writeInt(QStringLiteral("Vertical position"), VerticalPosition);
+    m_ini.writeString(QStringLiteral("Host"), Server);
+    m_ini.writeInt(QStringLiteral("ClientPort"), ClientPort);
+    m_ini.writeInt(QStringLiteral("Trace"), Trace ? 1 : 0);
+    m_ini.writeInt(QStringLiteral("ReconnectDelay"), ReconnectDelay);
+    m_ini.writeInt(QStringLiteral("WatchdogDelay"), WatchdogDelay);
+    m_ini.writeInt(QStringLiteral("WatchdogFrequency"), WatchdogFrequency);
+}
+
+void Options::SaveConnectionSettings() const
+{
+    m_ini.writeString(QStringLiteral("Host"), Server);
+    m_ini.writeInt(QStringLiteral("ClientPort"), ClientPort);
+}
+
+void Options::SaveUpdLocation(const QString &location) const
+{
+    m_ini.writeString(QStringLiteral("ClientUpdatePath"), location);
+}
+
+void Options::ResetToDefault()
+{
+    Language = 0;
+    RefreshRate = 100;
+    RefreshSteps = 1;
+    // Not bold, unlike a file that lacks the key: the two defaults differ on purpose.
+    Font = FontSpec{};
+    Trace = false;
+    ReconnectDelay = 15;
+    WatchdogDelay = 45;
+    WatchdogFrequency = 10;
+}

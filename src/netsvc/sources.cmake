@@ -1,0 +1,3 @@
+list(APPEND ENGINE_SOURCES
+    netsvc/NetApi.cpp netsvc/NetApi.h
+)

@@ -1,0 +1,81 @@
+#include "ui/DesktopFrontend.h"
+
+#include "core/Log.h"
+#include "ui/InputBox.h"
+#include "ui/MessageBox.h"
+#include "ui/TrayIcon.h"
+#include "ui/frmLog.h"
+
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QUrl>
+
+DesktopFrontend::DesktopFrontend(QObject *parent) : QObject(parent), m_tray(new TrayIcon(this)) {}
+
+DesktopFrontend::~DesktopFrontend()
+{
+    delete m_log;
+}
+
+int DesktopFrontend::MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons)
+{
+    return MessageBox::Show(text, caption, icon, buttons);
+}
+
+QString DesktopFrontend::InputText(const QString &prompt, const QString &caption, int icon, int buttons,
+                                   const QString &defaultText)
+{
+    return InputBox::InputText(prompt, caption, icon, buttons, defaultText);
+}
+
+QString DesktopFrontend::InputPath(const QString &prompt, const QString &caption, int icon, int buttons,
+                                   const QString &defaultText)
+{
+    return InputBox::InputPath(prompt, caption, icon, buttons, defaultText);
+}
+
+QString DesktopFrontend::InputPassword(const QString &prompt, const QString &caption, int icon, int buttons)
+{
+    return InputBox::InputPassword(prompt, caption, icon, buttons);
+}
+
+QString DesktopFrontend::InputChoice(const QString &prompt, const QString &caption, int icon, const QString &list,
+                                     const QString &defaultText)
+{
+    return InputBox::InputChoice(prompt, caption, icon, list, defaultText);
+}
+
+void DesktopFrontend::SetTrayIcon(int image, const QString &tip)
+{
+    m_tray->show(image, tip);
+}
+
+void DesktopFrontend::RemoveTrayIcon()
+{
+    m_tray->remove();
+}
+
+void DesktopFrontend::MenuChanged(const ClientMenu &menu)
+{
+    m_tray->rebuildMenu(menu);
+}
+
+void DesktopFrontend::ShowLog(const QString &logFileName)
+{
+    if (m_log) {
+        m_log->raise();
+        m_log->activateWindow();
+        return;
+    }
+    m_log = new frmLog(logFileName);
+    m_log->show();
+}
+
+bool DesktopFrontend::OpenDocument(const QString &path)
+{
+    if (!QFileInfo::exists(path)) {
+        WriteLog(QStringLiteral("frmKorvanClient:OpenDocument - ") + path + QStringLiteral(" not found"));
+        return false;
+    }
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}

@@ -1,0 +1,148 @@
+#include "ui/frmDialog.h"
+
+#include "core/Frontend.h"
+#include "core/StringTable.h"
+#include "ui/DialogButtonSet.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStyle>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+QStyle::StandardPixmap pixmapFor(int icon)
+{
+    switch (icon) {
+    case IconCritical:
+        return QStyle::SP_MessageBoxCritical;
+    case IconExclamation:
+        return QStyle::SP_MessageBoxWarning;
+    case IconQuestion:
+        return QStyle::SP_MessageBoxQuestion;
+    default:
+        return QStyle::SP_MessageBoxInformation;
+    }
+}
+
+} // namespace
+
+frmDialog::frmDialog(QWidget *parent) : QDialog(parent)
+{
+    setWindowFlag(Qt::WindowStaysOnTopHint);
+    setModal(true);
+
+    imIcons = new QLabel(this);
+    Label1 = new QLabel(this);
+    Label1->setWordWrap(true);
+    Label1->setTextFormat(Qt::PlainText);
+    Label1->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    txtInput = new QLineEdit(this);
+    cmdBrowse = new QToolButton(this);
+    cmdBrowse->setText(QStringLiteral("..."));
+    cboChoice = new QComboBox(this);
+
+    auto *top = new QHBoxLayout;
+    top->addWidget(imIcons, 0, Qt::AlignTop);
+    top->addWidget(Label1, 1);
+
+    auto *input = new QHBoxLayout;
+    input->addWidget(txtInput, 1);
+    input->addWidget(cmdBrowse);
+    input->addWidget(cboChoice, 1);
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    for (int i = 0; i < 4; ++i) {
+        Button[i] = new QPushButton(this);
+        Button[i]->setProperty("result", DialogButtonSet::resultOf(i));
+        connect(Button[i], &QPushButton::clicked, this, [this, i] {
+            m_result = Button[i]->property("result").toInt();
+            accept();
+        });
+    }
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addLayout(top);
+    layout->addLayout(input);
+    layout->addLayout(buttons);
+
+    connect(cmdBrowse, &QToolButton::clicked, this, &frmDialog::browse);
+    AssignLabels();
+    setInput(NoInput, QString());
+}
+
+void frmDialog::AssignLabels()
+{
+    for (int i = 0; i < 4; ++i)
+        Button[i]->setText(ResString(9900 + i));
+    cmdBrowse->setToolTip(ResString(9906));
+}
+
+void frmDialog::setup(const QString &text, const QString &caption, int icon, int buttonSet)
+{
+    m_buttonSet = buttonSet;
+    setWindowTitle(caption);
+    Label1->setText(text);
+    const int size = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
+    imIcons->setPixmap(style()->standardIcon(pixmapFor(icon), nullptr, this).pixmap(size, size));
+    imIcons->setVisible(icon != IconNone);
+
+    auto *row = qobject_cast<QHBoxLayout *>(layout()->itemAt(2)->layout());
+    for (QPushButton *button : Button) {
+        row->removeWidget(button);
+        button->hide();
+    }
+    const QList<int> shown = DialogButtonSet::buttonsOf(buttonSet);
+    for (int index : shown) {
+        row->addWidget(Button[index]);
+        Button[index]->show();
+    }
+    Button[shown.first()]->setDefault(true);
+    Button[shown.first()]->setFocus();
+}
+
+void frmDialog::setInput(InputKind kind, const QString &defaultText, const QStringList &choices)
+{
+    m_kind = kind;
+    const bool text = kind == TextInput || kind == PathInput || kind == PasswordInput;
+    txtInput->setVisible(text);
+    cmdBrowse->setVisible(kind == PathInput);
+    cboChoice->setVisible(kind == ChoiceInput);
+    txtInput->setEchoMode(kind == PasswordInput ? QLineEdit::Password : QLineEdit::Normal);
+    txtInput->setText(kind == PasswordInput ? QString() : defaultText);
+    cboChoice->clear();
+    cboChoice->addItems(choices);
+    if (kind == ChoiceInput)
+        cboChoice->setCurrentIndex(qMax(0, choices.indexOf(defaultText)));
+    if (text) {
+        txtInput->selectAll();
+        txtInput->setFocus();
+    }
+}
+
+QString frmDialog::inputText() const
+{
+    if (m_kind == ChoiceInput)
+        return cboChoice->currentText();
+    return m_kind == NoInput ? QString() : txtInput->text();
+}
+
+void frmDialog::reject()
+{
+    m_result = DialogButtonSet::escapeResult(m_buttonSet);
+    QDialog::reject();
+}
+
+void frmDialog::browse()
+{
+    const QString path = QFileDialog::getOpenFileName(this, windowTitle(), txtInput->text());
+    if (!path.isEmpty())
+        txtInput->setText(path);
+}

@@ -1,0 +1,9 @@
+list(APPEND UI_SOURCES
+    ui/DesktopFrontend.cpp ui/DesktopFrontend.h
+    ui/DialogButtonSet.cpp ui/DialogButtonSet.h
+    ui/InputBox.cpp ui/InputBox.h
+    ui/MessageBox.cpp ui/MessageBox.h
+    ui/TrayIcon.cpp ui/TrayIcon.h
+    ui/frmDialog.cpp ui/frmDialog.h
+    ui/frmLog.cpp ui/frmLog.h
+)

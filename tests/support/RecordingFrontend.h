@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/ClientMenu.h"
+#include "core/Frontend.h"
+
+#include <QList>
+#include <QQueue>
+#include <QStringList>
+
+// Answers the engine's questions from a script and records everything it was
+// asked or told. Installed while it lives.
+class RecordingFrontend final : public Frontend
+{
+public:
+    struct Question
+    {
+        QString kind; // "box", "text", "path", "password", "choice"
+        QString text;
+        QString caption;
+        int icon = 0;
+        int buttons = 0;
+    };
+
+    RecordingFrontend() { Frontend::install(this); }
+    ~RecordingFrontend() override { Frontend::install(nullptr); }
+    RecordingFrontend(const RecordingFrontend &) = delete;
+    RecordingFrontend &operator=(const RecordingFrontend &) = delete;
+
+    // Next answers, in order; a box without a scripted answer gets OK, an input
+    // the empty text.
+    void answerBox(int result) { m_boxAnswers.enqueue(result); }
+    void answerText(const QString &text) { m_textAnswers.enqueue(text); }
+
+    int MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons) override;
+    QString InputText(const QString &prompt, const QString &caption, int icon, int buttons,
+                      const QString &defaultText) override;
+    QString InputPath(const QString &prompt, const QString &caption, int icon, int buttons,
+                      const QString &defaultText) override;
+    QString InputPassword(const QString &prompt, const QString &caption, int icon, int buttons) override;
+    QString InputChoice(const QString &prompt, const QString &caption, int icon, const QString &list,
+                        const QString &defaultText) override;
+    void SetTrayIcon(int image, const QString &tip) override;
+    void RemoveTrayIcon() override;
+    void MenuChanged(const ClientMenu &menu) override;
+    void ShowLog(const QString &logFileName) override;
+    bool OpenDocument(const QString &path) override;
+
+    QList<Question> questions;
+    QStringList events;
+    ClientMenu lastMenu;
+    int trayImage = -1;
+    QString trayTip;
+
+private:
+    QString nextText(const QString &kind, const QString &prompt, const QString &caption, int icon, int buttons);
+
+    QQueue<int> m_boxAnswers;
+    QQueue<QString> m_textAnswers;
+};

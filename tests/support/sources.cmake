@@ -1,0 +1,5 @@
+list(APPEND SUPPORT_SOURCES
+    support/FakeClock.h
+    support/RecordingFrontend.cpp support/RecordingFrontend.h
+    support/TempProfile.cpp support/TempProfile.h
+)
