@@ -1,1 +1,6 @@
-# tests of the core area
+korvane_add_test(tst_settings SOURCES tst_settings.cpp)
+korvane_add_test(tst_stringtable SOURCES tst_stringtable.cpp)
+korvane_add_test(tst_log SOURCES tst_log.cpp)
+korvane_add_test(tst_userinfos SOURCES tst_userinfos.cpp)
+korvane_add_test(tst_engine SOURCES tst_engine.cpp)
+korvane_add_test(tst_programstart SOURCES tst_programstart.cpp)

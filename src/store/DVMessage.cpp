@@ -26,12 +26,10 @@ struct TextTag
 };
 
 const TextTag textTags[] = {
-    {"MID"_L1, &DVMessage::MsgID},      {"RID"_L1, &DVMessage::RefID},
-    {"IID"_L1, &DVMessage::InitID},     {"SUB"_L1, &DVMessage::Subject},
-    {"MSG"_L1, &DVMessage::Message},    {"LVL"_L1, &DVMessage::MsgLevel},
-    {"ATT"_L1, &DVMessage::Attachment}, {"UID"_L1, &DVMessage::UserID},
-    {"USR"_L1, &DVMessage::UserName},   {"MAC"_L1, &DVMessage::MachineID},
-    {"TGT"_L1, &DVMessage::Target},     {"AGN"_L1, &DVMessage::Agent},
+    {"MID"_L1, &DVMessage::MsgID},      {"RID"_L1, &DVMessage::RefID},   {"IID"_L1, &DVMessage::InitID},
+    {"SUB"_L1, &DVMessage::Subject},    {"MSG"_L1, &DVMessage::Message}, {"LVL"_L1, &DVMessage::MsgLevel},
+    {"ATT"_L1, &DVMessage::Attachment}, {"UID"_L1, &DVMessage::UserID},  {"USR"_L1, &DVMessage::UserName},
+    {"MAC"_L1, &DVMessage::MachineID},  {"TGT"_L1, &DVMessage::Target},  {"AGN"_L1, &DVMessage::Agent},
 };
 
 struct DateTag

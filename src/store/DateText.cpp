@@ -265,8 +265,7 @@ QDateTime DateText::TextToDate(const QString &text, bool *ok)
     if (!trimmedText.isEmpty()) {
         // Read as UTC so that a wall-clock time which the local zone skips in
         // spring is still a valid value.
-        const QDateTime full =
-            formats.locale.toDateTime(trimmedText + u" UTC"_s, formats.full + u" t"_s);
+        const QDateTime full = formats.locale.toDateTime(trimmedText + u" UTC"_s, formats.full + u" t"_s);
         if (full.isValid()) {
             result = QDateTime(full.date(), wholeSeconds(full.time()), Qt::UTC);
         } else if (const QDate date = formats.locale.toDate(trimmedText, formats.date); date.isValid()) {

@@ -5,7 +5,7 @@
 
 // The date text of records and filters, and the minute helpers of scheduling.
 //
-// Dates are wall-clock local times held with the UTC spec. The day count 0,
+// Dates are wall-clock local times held as Qt::UTC values. The day count 0,
 // 1899-12-30 00:00:00, is the zero date: it means "unset", compares earliest,
 // and stands as the date part of a value that is only a time of day.
 class DateText

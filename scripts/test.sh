@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs every test through CTest.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+scripts/build.sh
+BUILD_DIR=${BUILD_DIR:-build}
+ctest --test-dir "$BUILD_DIR" --output-on-failure -j "$(nproc)" "$@"

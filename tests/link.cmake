@@ -1,0 +1,1 @@
+korvane_add_test(tst_framecodec SOURCES tst_framecodec.cpp)

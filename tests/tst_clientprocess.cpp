@@ -1,0 +1,132 @@
+// The real client binary, started as a newcomer would start it.
+#include "netsvc/NetApi.h"
+#include "core/UserInfos.h"
+#include "support/TempProfile.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTest>
+
+#include <csignal>
+
+class TestClientProcess : public QObject
+{
+    Q_OBJECT
+
+private:
+    struct Client
+    {
+        QProcess process;
+        QString logFile;
+
+        QString log() const
+        {
+            QFile file(logFile);
+            return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+        }
+    };
+
+    static void start(Client &client, const TempProfile &profile, const QString &dataFolder = QString())
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), profile.configHome());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), profile.dataHome());
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), profile.runtimeDir());
+        env.insert(QStringLiteral("XDG_CONFIG_DIRS"), profile.systemConfigDir());
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        client.process.setProcessEnvironment(env);
+        client.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        client.logFile = (dataFolder.isEmpty() ? profile.dataHome() + QStringLiteral("/Korvane") : dataFolder) +
+                         QStringLiteral("/client.log");
+        client.process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
+        QVERIFY(client.process.waitForStarted(10000));
+    }
+
+    static void stop(Client &client, int signalNumber, const QString &reason)
+    {
+        ::kill(static_cast<pid_t>(client.process.processId()), signalNumber);
+        QVERIFY(client.process.waitForFinished(10000));
+        QCOMPARE(client.process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(client.process.exitCode(), 0);
+        QVERIFY2(client.log().endsWith(QStringLiteral(" -- Ending application: ") + reason + QLatin1Char('\n')),
+                 qPrintable(client.log()));
+    }
+
+    static void presetUser(const TempProfile &profile)
+    {
+        profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=Jane Doe\n");
+    }
+
+private Q_SLOTS:
+    void newcomerStartTriesTheServerAndEndsOnSigterm()
+    {
+        TempProfile profile;
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        presetUser(profile);
+        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                          "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(server.serverPort()) + "\n");
+
+        Client client;
+        start(client, profile);
+        QVERIFY(server.waitForNewConnection(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);
+        const QString log = client.log();
+        QVERIFY(log.contains(QStringLiteral(" -- Started Korvane Client on ")));
+        QVERIFY(log.contains(QStringLiteral(" -- Connecting to server 127.0.0.1 on port ") +
+                             QString::number(server.serverPort()) + QStringLiteral("...")));
+
+        // A second start for the same user ends at once and silently.
+        QProcess second;
+        second.setProcessEnvironment(client.process.processEnvironment());
+        second.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
+        QVERIFY(second.waitForFinished(10000));
+        QCOMPARE(second.exitCode(), 0);
+        QCOMPARE(client.process.state(), QProcess::Running);
+        QCOMPARE(client.log().count(QStringLiteral("Started Korvane Client on ")), 1);
+
+        stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
+
+        // The next run begins an empty log.
+        Client again;
+        start(again, profile);
+        QTRY_VERIFY_WITH_TIMEOUT(again.log().contains(QStringLiteral(" -- Ready!")) &&
+                                     !again.log().contains(QStringLiteral("Ending application")),
+                                 10000);
+        stop(again, SIGINT, QStringLiteral("User has pressed the CLOSE command from the form."));
+    }
+
+    void badSettingsAndDataFolderNeverStopTheStart()
+    {
+        TempProfile profile;
+        presetUser(profile);
+        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                          QByteArray("\xff\xfe\x00[Options]\nHost=\x01\x02\nClientPort=abc\nSpeed=\n[", 42));
+        profile.writeFile(QStringLiteral("config/Korvane/Client.conf"),
+                          "[Options]\nUserName=Jane Doe\n\x00\x00garbage=\n");
+        profile.writeFile(QStringLiteral("data/Korvane"), "a file where the data folder should be");
+
+        Client client;
+        start(client, profile, profile.runtimeDir() + QStringLiteral("/Korvane"));
+        QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);
+        QVERIFY(client.log().contains(QStringLiteral(" cannot be written; this run keeps its files in ")));
+        stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
+    }
+
+    void nameComesFromTheDirectoryWhenNoneIsStored()
+    {
+        if (GetUserFullName(UserInfos::LoginName()).isEmpty())
+            QSKIP("this login has no full name in the directory");
+        TempProfile profile;
+        Client client;
+        start(client, profile);
+        QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);
+        const QByteArray expected = "UserName=" + GetUserFullName(UserInfos::LoginName()).toUtf8();
+        QVERIFY(profile.readFile(QStringLiteral("config/Korvane/Client.conf")).contains(expected));
+        stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestClientProcess)
+#include "tst_clientprocess.moc"

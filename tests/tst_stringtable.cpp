@@ -1,0 +1,82 @@
+#include "core/Globals.h"
+#include "core/Options.h"
+#include "core/StringTable.h"
+#include "support/TempProfile.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryFile>
+#include <QTest>
+
+class TestStringTable : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void languages()
+    {
+        TempProfile profile;
+        QCOMPARE(ResString(117), QStringLiteral("Agent disconnected from server"));
+        gOptions().Language = 1;
+        QCOMPARE(ResString(117), StringTable::raw(10117));
+        QVERIFY(ResString(117) != StringTable::raw(117));
+        // Ids of 99 or less are empty in every language.
+        QCOMPARE(ResString(99), QString());
+        QCOMPARE(ResString(0), QString());
+        gOptions().Language = 0;
+        QCOMPARE(ResString(207), QStringLiteral("Started Korvane Client on "));
+    }
+
+    // The table ships whole: every text has its French twin, which keeps the
+    // blanks, separators and variables of the English.
+    void everyTextHasItsTranslation()
+    {
+        QFile file(QStringLiteral(":/resources/strings.tsv"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+        int english = 0;
+        for (const QString &line : lines) {
+            if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
+                continue;
+            const int id = line.section(QLatin1Char('\t'), 0, 0).toInt();
+            if (id >= 10000)
+                continue;
+            ++english;
+            const QString en = StringTable::raw(id);
+            const QString fr = StringTable::raw(id + 10000);
+            QVERIFY2(!fr.isEmpty(), qPrintable(QString::number(id)));
+            QCOMPARE(fr.count(QLatin1Char('|')), en.count(QLatin1Char('|')));
+            QCOMPARE(fr.startsWith(QLatin1Char(' ')), en.startsWith(QLatin1Char(' ')));
+            QCOMPARE(fr.endsWith(QLatin1Char(' ')), en.endsWith(QLatin1Char(' ')));
+            static const QRegularExpression variable(QStringLiteral("%[a-z]+%"));
+            QStringList enVars, frVars;
+            for (auto it = variable.globalMatch(en); it.hasNext();)
+                enVars << it.next().captured();
+            for (auto it = variable.globalMatch(fr); it.hasNext();)
+                frVars << it.next().captured();
+            enVars.sort();
+            frVars.sort();
+            QCOMPARE(frVars, enVars);
+        }
+        QVERIFY(english > 90);
+    }
+
+    void loadsEscapesAndFallsBackToEnglish()
+    {
+        TempProfile profile;
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        file.write("# comment\n500\tline one\\nline two\\ttab \\\\ end\n501\tonly English\r\n\n10500\tligne\n"
+                   "bad line\nx\ty\n");
+        file.close();
+        QVERIFY(StringTable::load(file.fileName()));
+        QCOMPARE(ResString(500), QStringLiteral("line one\nline two\ttab \\ end"));
+        gOptions().Language = 1;
+        QCOMPARE(ResString(500), QStringLiteral("ligne"));
+        QCOMPARE(ResString(501), QStringLiteral("only English"));
+        QVERIFY(StringTable::load(QStringLiteral(":/resources/strings.tsv")));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStringTable)
+#include "tst_stringtable.moc"
