@@ -1,6 +1,6 @@
 // The real client binary, started as a newcomer would start it.
-#include "netsvc/NetApi.h"
 #include "core/UserInfos.h"
+#include "netsvc/NetApi.h"
 #include "support/TempProfile.h"
 
 #include <QFile>
@@ -37,8 +37,9 @@ private:
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         client.process.setProcessEnvironment(env);
         client.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        client.logFile = (dataFolder.isEmpty() ? profile.dataHome() + QStringLiteral("/Korvane") : dataFolder) +
-                         QStringLiteral("/client.log");
+        client.logFile =
+            (dataFolder.isEmpty() ? profile.dataHome() + QStringLiteral("/Korvane") : dataFolder) +
+            QStringLiteral("/client.log");
         client.process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
         QVERIFY(client.process.waitForStarted(10000));
     }
@@ -49,8 +50,9 @@ private:
         QVERIFY(client.process.waitForFinished(10000));
         QCOMPARE(client.process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(client.process.exitCode(), 0);
-        QVERIFY2(client.log().endsWith(QStringLiteral(" -- Ending application: ") + reason + QLatin1Char('\n')),
-                 qPrintable(client.log()));
+        QVERIFY2(
+            client.log().endsWith(QStringLiteral(" -- Ending application: ") + reason + QLatin1Char('\n')),
+            qPrintable(client.log()));
     }
 
     static void presetUser(const TempProfile &profile)
@@ -66,7 +68,8 @@ private Q_SLOTS:
         QVERIFY(server.listen(QHostAddress::LocalHost));
         presetUser(profile);
         profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
-                          "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(server.serverPort()) + "\n");
+                          "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(server.serverPort()) +
+                              "\n");
 
         Client client;
         start(client, profile);

@@ -5,8 +5,6 @@
 
 #include <QTest>
 
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -17,20 +15,15 @@ QDateTime at(int y, int mo, int d, int h = 0, int mi = 0, int s = 0)
 }
 
 // Records written readably: '=' stands for Chr(3) and ';' for Chr(4).
-QString wire(QString readable)
-{
-    return readable.replace(u'=', QChar(3)).replace(u';', QChar(4));
-}
-
 QString readable(QString text)
 {
     return text.replace(QChar(3), u'=').replace(QChar(4), u';');
 }
 
-DVMessage parsed(const QString &readableText)
+DVMessage parsed(QString readableText)
 {
     DVMessage message;
-    message.ToObject(wire(readableText));
+    message.ToObject(readableText.replace(u'=', QChar(3)).replace(u';', QChar(4)));
     return message;
 }
 
@@ -41,7 +34,7 @@ DVMessage fullRecord()
     m.RefID = u"R1"_s;
     m.InitID = u"I1"_s;
     m.Subject = u"Hello"_s;
-    m.Message = u"Body"_s;
+    m.Message = u"a\u0000b\u0001c\u0002d"_s;
     m.MsgLevel = u"Urgent"_s;
     m.MsgDelivery = DeliveryScheduled;
     m.Attachment = u"//srv/share/a.pdf"_s;
@@ -50,7 +43,7 @@ DVMessage fullRecord()
     m.CreationDate = at(2024, 5, 17, 9, 30, 15);
     m.ModificationDate = at(2024, 5, 17, 10, 0, 0);
     m.StartDate = at(2024, 5, 18);
-    m.ExpirationDate = DateText::ZeroDate();
+    m.ExpirationDate = at(1899, 12, 30, 13, 45);
     m.DeleteAtExpiration = false;
     m.RepeatValue = 2;
     m.RepeatStep = RepeatHours;
@@ -77,20 +70,14 @@ private Q_SLOTS:
     void initTestCase();
     void toString_data();
     void toString();
-    void roundTrip_data();
-    void roundTrip();
     void defaults_data();
     void defaults();
-    void malformedLosesOnlyItself_data();
-    void malformedLosesOnlyItself();
-    void numericFields_data();
-    void numericFields();
+    void readsLikeItsEquivalent_data();
+    void readsLikeItsEquivalent();
     void isEqual_data();
     void isEqual();
     void modificationMinute_data();
     void modificationMinute();
-    void repeatPair_data();
-    void repeatPair();
     void secondParseKeepsUntouchedDates();
 
 private:
@@ -108,9 +95,9 @@ void TestDVMessage::toString_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("every field") << true
-                                 << u"MID=M1;RID=R1;IID=I1;SUB=Hello;MSG=Body;LVL=Urgent;DLV=3;"
-                                    "ATT=//srv/share/a.pdf;RLY;RCP;CRE=17/05/2024 09:30:15;"
-                                    "MOD=17/05/2024 10:00:00;SDT=18/05/2024;EDT=00:00:00;DEL;RVL=2;RST=1;"
+                                 << u"MID=M1;RID=R1;IID=I1;SUB=Hello;MSG=a\u0000b\u0001c\u0002d;LVL=Urgent;"
+                                    "DLV=3;ATT=//srv/share/a.pdf;RLY;RCP;CRE=17/05/2024 09:30:15;"
+                                    "MOD=17/05/2024 10:00:00;SDT=18/05/2024;EDT=13:45:00;DEL;RVL=2;RST=1;"
                                     "UID=jdoe;USR=J Doe;MAC=WS1;TGT=grp:all;STA=0;NOT;EXT;AGN=ag;"_s;
     // A record built field by field has no defaults: both inverse flags and STA show.
     QTest::newRow("fresh object") << false
@@ -125,36 +112,13 @@ void TestDVMessage::toString()
 
     const DVMessage message = full ? fullRecord() : DVMessage();
     QCOMPARE(readable(message.ToString()), expected);
-}
 
-void TestDVMessage::roundTrip_data()
-{
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("every field") << readable(fullRecord().ToString());
-    QTest::newRow("defaults") << u"MID=M2;SUB=s;CRE=17/05/2024 09:30:15;SDT=00:00:00;EDT=00:00:00;"
-                                 "UID=u;USR=n;MAC=m;"_s;
-    QTest::newRow("time only and date only")
-        << u"MID=M3;SUB=s;CRE=01/01/2000 00:00:01;SDT=13:45:00;EDT=31/12/2099;UID=u;USR=n;MAC=m;"_s;
-    QTest::newRow("status written")
-        << u"MID=M4;SUB=s;CRE=17/05/2024 09:30:15;SDT=00:00:00;EDT=00:00:00;UID=u;USR=n;MAC=m;STA=5;"_s;
-    QTest::newRow("separators below 3 inside values")
-        << u"MID=M5;SUB=a\u0000b;MSG=x\u0001y\u0002z;CRE=17/05/2024 09:30:15;SDT=00:00:00;"
-           "EDT=00:00:00;UID=u;USR=n;MAC=m;"_s;
-}
-
-void TestDVMessage::roundTrip()
-{
-    QFETCH(QString, text);
-
-    const DVMessage first = parsed(text);
-    QCOMPARE(readable(first.ToString()), text);
-    DVMessage second;
-    second.ToObject(first.ToString());
-    QVERIFY(second.IsEqual(first));
-    QCOMPARE(second.ModificationDate, first.ModificationDate);
-    QCOMPARE(second.ExpirationDate, first.ExpirationDate);
-    QCOMPARE(second.NextRunDate, first.NextRunDate);
+    // Read back, it writes the same text; the fresh object differs only by the
+    // RepeatStep default that a record without RVL reads.
+    const DVMessage reader = parsed(expected);
+    QCOMPARE(readable(reader.ToString()), expected);
+    QCOMPARE(reader.IsEqual(message), full);
+    QCOMPARE(reader.ExpirationDate, message.ExpirationDate);
 }
 
 void TestDVMessage::defaults_data()
@@ -171,7 +135,6 @@ void TestDVMessage::defaults_data()
                                 << at(2024, 5, 20, 8);
     // Without a terminator nothing is read and the fix-ups do not run.
     QTest::newRow("no terminator") << u"MID=M1"_s << QString() << zero << zero;
-    QTest::newRow("empty") << QString() << QString() << zero << zero;
 }
 
 void TestDVMessage::defaults()
@@ -192,25 +155,31 @@ void TestDVMessage::defaults()
     QCOMPARE(m.NextRunDate, nextRun);
 }
 
-void TestDVMessage::malformedLosesOnlyItself_data()
+void TestDVMessage::readsLikeItsEquivalent_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("sameAs");
 
-    QTest::newRow("later duplicate wins") << u"MID=A;SUB=one;SUB=two;"_s << u"MID=A;SUB=two;"_s;
-    QTest::newRow("overflowing duplicate keeps the earlier")
-        << u"MID=A;STA=3;STA=40000;"_s << u"MID=A;STA=3;"_s;
-    QTest::newRow("impossible date") << u"MID=A;CRE=31/02/2024 10:00:00;SUB=s;"_s << u"MID=A;SUB=s;"_s;
-    QTest::newRow("date in another format") << u"MID=A;EDT=2024-06-01;SUB=s;"_s << u"MID=A;SUB=s;"_s;
-    QTest::newRow("value tag without separator") << u"MID=A;SUB;MSG=m;"_s << u"MID=A;MSG=m;"_s;
-    QTest::newRow("second separator cuts the value") << u"MID=A;SUB=a=b;"_s << u"MID=A;SUB=a;"_s;
-    QTest::newRow("unknown and lower-case tags") << u"MID=A;XYZ=1;sub=s;rcp;"_s << u"MID=A;"_s;
-    QTest::newRow("empty fields") << u";;MID=A;;"_s << u"MID=A;"_s;
-    QTest::newRow("inverse flags") << u"MID=A;RCP;DEL;RLY;NOT;EXT;"_s << u"MID=A;EXT;NOT;RLY;DEL;RCP;"_s;
-    QTest::newRow("flag with a value") << u"MID=A;RLY=0;"_s << u"MID=A;RLY;"_s;
+    QTest::newRow("later duplicate wins") << u"SUB=one;SUB=two;"_s << u"SUB=two;"_s;
+    QTest::newRow("overflow keeps the earlier") << u"STA=3;STA=40000;"_s << u"STA=3;"_s;
+    QTest::newRow("impossible date") << u"CRE=31/02/2024 10:00:00;SUB=s;"_s << u"SUB=s;"_s;
+    QTest::newRow("date in another format") << u"EDT=2024-06-01;SUB=s;"_s << u"SUB=s;"_s;
+    QTest::newRow("value tag without separator") << u"SUB;MSG=m;"_s << u"MSG=m;"_s;
+    QTest::newRow("second separator cuts the value") << u"SUB=a=b;"_s << u"SUB=a;"_s;
+    QTest::newRow("unknown and lower-case tags") << u"XYZ=1;sub=s;rcp;;"_s << u";"_s;
+    QTest::newRow("inverse flags") << u"RCP;DEL;RLY=0;"_s << u"RLY;DEL;RCP;"_s;
+    QTest::newRow("no repeat hides the step") << u"RVL=0;RST=5;"_s << u";"_s;
+    QTest::newRow("status 1 not written") << u"STA=1;"_s << u";"_s;
+    QTest::newRow("blanks around a number") << u"DLV= 3 ;"_s << u"DLV=3;"_s;
+    QTest::newRow("digits then letters") << u"STA=12abc;"_s << u"STA=0;"_s;
+    QTest::newRow("empty number") << u"STA=;"_s << u"STA=0;"_s;
+    QTest::newRow("half to even") << u"RVL=2.5;DLV=3.5;"_s << u"RVL=2;DLV=4;"_s;
+    QTest::newRow("16-bit edges") << u"STA=-32768;DLV=32767;"_s << u"STA=-32768;DLV=32767;"_s;
+    QTest::newRow("status overflows") << u"STA=32768;"_s << u";"_s;
+    QTest::newRow("step reads through 16 bits") << u"RVL=1;RST=70000;"_s << u"RVL=1;RST=2;"_s;
 }
 
-void TestDVMessage::malformedLosesOnlyItself()
+void TestDVMessage::readsLikeItsEquivalent()
 {
     QFETCH(QString, text);
     QFETCH(QString, sameAs);
@@ -218,88 +187,42 @@ void TestDVMessage::malformedLosesOnlyItself()
     QCOMPARE(readable(parsed(text).ToString()), readable(parsed(sameAs).ToString()));
 }
 
-void TestDVMessage::numericFields_data()
-{
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<qint32>("expected");
-
-    QTest::newRow("plain") << u"STA"_s << u"4"_s << 4;
-    QTest::newRow("blanks around") << u"DLV"_s << u" 3 "_s << 3;
-    QTest::newRow("negative") << u"DLV"_s << u"-2"_s << -2;
-    QTest::newRow("not a number") << u"STA"_s << u"abc"_s << 0;
-    QTest::newRow("digits then letters") << u"STA"_s << u"12abc"_s << 0;
-    QTest::newRow("empty") << u"STA"_s << QString() << 0;
-    QTest::newRow("half rounds to even down") << u"RVL"_s << u"2.5"_s << 2;
-    QTest::newRow("half rounds to even up") << u"RVL"_s << u"3.5"_s << 4;
-    QTest::newRow("largest") << u"STA"_s << u"32767"_s << 32767;
-    QTest::newRow("smallest") << u"STA"_s << u"-32768"_s << -32768;
-    QTest::newRow("status overflows") << u"STA"_s << u"32768"_s << 1;
-    QTest::newRow("status underflows") << u"STA"_s << u"-32769"_s << 1;
-    // The 32-bit field reads through 16 bits too.
-    QTest::newRow("step overflows") << u"RST"_s << u"70000"_s << 2;
-}
-
-void TestDVMessage::numericFields()
-{
-    QFETCH(QString, tag);
-    QFETCH(QString, value);
-    QFETCH(qint32, expected);
-
-    const DVMessage m = parsed(u"MID=A;"_s + tag + u'=' + value + u';');
-    const qint32 got = tag == u"STA"_s   ? m.Status
-                       : tag == u"DLV"_s ? m.MsgDelivery
-                       : tag == u"RVL"_s ? m.RepeatValue
-                                         : m.RepeatStep;
-    QCOMPARE(got, expected);
-}
-
 void TestDVMessage::isEqual_data()
 {
-    QTest::addColumn<int>("change");
+    QTest::addColumn<QString>("field");
     QTest::addColumn<bool>("equal");
 
-    QTest::newRow("ModificationDate") << 0 << true;
-    QTest::newRow("ExpirationDate") << 1 << true;
-    QTest::newRow("MsgAction") << 2 << true;
-    QTest::newRow("NextRunDate") << 3 << true;
-    QTest::newRow("Message") << 4 << false;
-    QTest::newRow("Subject case") << 5 << false;
-    QTest::newRow("CreationDate by a second") << 6 << false;
-    QTest::newRow("StartDate") << 7 << false;
-    QTest::newRow("DeleteAtExpiration") << 8 << false;
-    QTest::newRow("Agent") << 9 << false;
-    QTest::newRow("RepeatStep") << 10 << false;
-    QTest::newRow("Status") << 11 << false;
-    QTest::newRow("ExactTime") << 12 << false;
-    QTest::newRow("Target") << 13 << false;
+    for (const char *ignored : {"ModificationDate", "ExpirationDate", "MsgAction", "NextRunDate"})
+        QTest::newRow(ignored) << QString::fromLatin1(ignored) << true;
+    for (const char *compared : {"Subject", "CreationDate", "DeleteAtExpiration", "Agent", "Status"})
+        QTest::newRow(compared) << QString::fromLatin1(compared) << false;
 }
 
 void TestDVMessage::isEqual()
 {
-    QFETCH(int, change);
+    QFETCH(QString, field);
     QFETCH(bool, equal);
-
-    const std::function<void(DVMessage &)> changes[] = {
-        [](DVMessage &m) { m.ModificationDate = m.ModificationDate.addDays(3); },
-        [](DVMessage &m) { m.ExpirationDate = at(2030, 1, 1); },
-        [](DVMessage &m) { m.MsgAction = ActionQueued; },
-        [](DVMessage &m) { m.NextRunDate = at(2030, 1, 1); },
-        [](DVMessage &m) { m.Message += u'.'; },
-        [](DVMessage &m) { m.Subject = m.Subject.toUpper(); },
-        [](DVMessage &m) { m.CreationDate = m.CreationDate.addSecs(1); },
-        [](DVMessage &m) { m.StartDate = DateText::ZeroDate(); },
-        [](DVMessage &m) { m.DeleteAtExpiration = true; },
-        [](DVMessage &m) { m.Agent.clear(); },
-        [](DVMessage &m) { m.RepeatStep = RepeatDays; },
-        [](DVMessage &m) { m.Status = StatusActive; },
-        [](DVMessage &m) { m.ExactTime = false; },
-        [](DVMessage &m) { m.Target += u','; },
-    };
 
     const DVMessage original = fullRecord();
     DVMessage other = original;
-    changes[change](other);
+    if (field == u"ModificationDate"_s)
+        other.ModificationDate = other.ModificationDate.addDays(3);
+    else if (field == u"ExpirationDate"_s)
+        other.ExpirationDate = at(2030, 1, 1);
+    else if (field == u"MsgAction"_s)
+        other.MsgAction = ActionQueued;
+    else if (field == u"NextRunDate"_s)
+        other.NextRunDate = DateText::ZeroDate();
+    else if (field == u"Subject"_s)
+        other.Subject = other.Subject.toUpper();
+    else if (field == u"CreationDate"_s)
+        other.CreationDate = other.CreationDate.addSecs(1);
+    else if (field == u"DeleteAtExpiration"_s)
+        other.DeleteAtExpiration = true; // as the store always gives it
+    else if (field == u"Agent"_s)
+        other.Agent.clear(); // never stored
+    else
+        other.Status = StatusActive;
     QCOMPARE(original.IsEqual(other), equal);
     QCOMPARE(other.IsEqual(original), equal);
 }
@@ -314,8 +237,7 @@ void TestDVMessage::modificationMinute_data()
     QTest::newRow("same minute") << at(2024, 5, 17, 10, 15, 59) << false << created;
     QTest::newRow("next minute") << at(2024, 5, 17, 10, 16) << true << at(2024, 5, 17, 10, 16);
     QTest::newRow("earlier minute") << at(2024, 5, 17, 10, 14, 59) << true << at(2024, 5, 17, 10, 14, 59);
-    QTest::newRow("same minute next day") << at(2024, 5, 18, 10, 15) << true << at(2024, 5, 18, 10, 15);
-    // The zero date is written as "00:00:00" and read back as unset.
+    // The zero date goes out as "00:00:00" and reads back as unset.
     QTest::newRow("zero") << DateText::ZeroDate() << true << created;
 }
 
@@ -336,46 +258,12 @@ void TestDVMessage::modificationMinute()
     QCOMPARE(reader.ModificationDate, readBack);
 }
 
-void TestDVMessage::repeatPair_data()
-{
-    QTest::addColumn<int>("repeatValue");
-    QTest::addColumn<int>("repeatStep");
-    QTest::addColumn<bool>("written");
-    QTest::addColumn<int>("readStep");
-
-    QTest::newRow("no repeat hides the step") << 0 << int(RepeatYears) << false << int(RepeatDays);
-    QTest::newRow("negative count") << -1 << int(RepeatYears) << false << int(RepeatDays);
-    QTest::newRow("repeat writes both") << 3 << int(RepeatYears) << true << int(RepeatYears);
-    QTest::newRow("minutes") << 1 << int(RepeatMinutes) << true << int(RepeatMinutes);
-}
-
-void TestDVMessage::repeatPair()
-{
-    QFETCH(int, repeatValue);
-    QFETCH(int, repeatStep);
-    QFETCH(bool, written);
-    QFETCH(int, readStep);
-
-    DVMessage m = fullRecord();
-    m.RepeatValue = qint16(repeatValue);
-    m.RepeatStep = repeatStep;
-    const QString text = m.ToString();
-    QCOMPARE(text.contains(u"RVL\u0003"_s), written);
-    QCOMPARE(text.contains(u"RST\u0003"_s), written);
-
-    DVMessage reader;
-    reader.ToObject(text);
-    QCOMPARE(reader.RepeatStep, readStep);
-    QCOMPARE(reader.RepeatValue, qint16(written ? repeatValue : 0));
-}
-
 void TestDVMessage::secondParseKeepsUntouchedDates()
 {
     // The reset leaves ModificationDate and ExpirationDate alone, so a reused
     // object keeps them from its previous text when the new one lacks them.
-    DVMessage m;
-    m.ToObject(wire(u"MID=A;MOD=01/02/2024 08:00:00;EDT=01/03/2024;"_s));
-    m.ToObject(wire(u"MID=B;CRE=05/05/2024 05:05:05;"_s));
+    DVMessage m = parsed(u"MID=A;MOD=01/02/2024 08:00:00;EDT=01/03/2024;"_s);
+    m.ToObject(u"MID\u0003B\u0004"_s);
     QCOMPARE(m.MsgID, u"B"_s);
     QCOMPARE(m.ModificationDate, at(2024, 2, 1, 8));
     QCOMPARE(m.ExpirationDate, at(2024, 3, 1));

@@ -42,13 +42,13 @@ private Q_SLOTS:
 
         KorvanClient engine;
         QVERIFY(engine.Load());
-        QCOMPARE(logTexts(), QStringList({QStringLiteral("Creating encryptor..."),
-                                          QStringLiteral("Creating policies..."),
-                                          QStringLiteral("Getting MachineID..."), QStringLiteral("Localization..."),
-                                          QStringLiteral("creating task icon..."),
-                                          QStringLiteral("Connecting to server 127.0.0.1 on port ") +
-                                              QString::number(server.serverPort()) + QStringLiteral("..."),
-                                          QStringLiteral("Setting the menu..."), QStringLiteral("Ready!")}));
+        QCOMPARE(logTexts(),
+                 QStringList({QStringLiteral("Creating encryptor..."), QStringLiteral("Creating policies..."),
+                              QStringLiteral("Getting MachineID..."), QStringLiteral("Localization..."),
+                              QStringLiteral("creating task icon..."),
+                              QStringLiteral("Connecting to server 127.0.0.1 on port ") +
+                                  QString::number(server.serverPort()) + QStringLiteral("..."),
+                              QStringLiteral("Setting the menu..."), QStringLiteral("Ready!")}));
         QCOMPARE(frontend.trayImage, 0);
         QCOMPARE(frontend.trayTip, QStringLiteral("Korvane client - not connected"));
         QCOMPARE(engine.LastScanMinute, qint16(-1));
@@ -71,7 +71,9 @@ private Q_SLOTS:
         QTest::addColumn<int>("mode");
         QTest::addColumn<QString>("reason");
         QTest::newRow("0") << 0 << QStringLiteral("User has pressed the CLOSE command from the form.");
-        QTest::newRow("1") << 1 << QStringLiteral("User has decided to close the application using the Exit command.");
+        QTest::newRow("1") << 1
+                           << QStringLiteral(
+                                  "User has decided to close the application using the Exit command.");
         QTest::newRow("2") << 2 << QStringLiteral("Windows session is ending.");
         QTest::newRow("3") << 3 << QStringLiteral("Application killed by the Task Manager");
         QTest::newRow("4") << 4 << QStringLiteral("MDI form closing");
@@ -138,9 +140,10 @@ private Q_SLOTS:
         QCOMPARE(quit.size(), 0);
         QCOMPARE(frontend.questions.last().caption,
                  QStringLiteral("ATTENTION - You requested to shut down the Korvane Client"));
-        QCOMPARE(frontend.questions.last().text,
-                 QStringLiteral("Closing the Korvane Client window will not allow you to receive any subsequent "
-                                "messages.\n\nAre you sure you want to leave?"));
+        QCOMPARE(
+            frontend.questions.last().text,
+            QStringLiteral("Closing the Korvane Client window will not allow you to receive any subsequent "
+                           "messages.\n\nAre you sure you want to leave?"));
         QCOMPARE(frontend.questions.last().buttons, int(ButtonsYesNo));
 
         engine.MenuItemClicked(ClientMenu::mnuStatus);
@@ -149,7 +152,8 @@ private Q_SLOTS:
 
         // Not connected: the server configuration cannot be asked for.
         engine.MenuItemClicked(ClientMenu::mnuServerConfiguration);
-        QCOMPARE(frontend.questions.last().text, QStringLiteral("Communication error:  The server is not responding"));
+        QCOMPARE(frontend.questions.last().text,
+                 QStringLiteral("Communication error:  The server is not responding"));
 
         engine.MenuItemClicked(ClientMenu::mnuLog);
         QCOMPARE(frontend.events.last(), QStringLiteral("log ") + LogFile::path());
@@ -157,9 +161,10 @@ private Q_SLOTS:
         frontend.answerBox(ResultYes);
         engine.MenuItemClicked(ClientMenu::mnuExit);
         QCOMPARE(quit.size(), 1);
-        QCOMPARE(logTexts().last(),
-                 QStringLiteral("Ending application: User has decided to close the application using the Exit "
-                                "command."));
+        QCOMPARE(
+            logTexts().last(),
+            QStringLiteral("Ending application: User has decided to close the application using the Exit "
+                           "command."));
     }
 };
 

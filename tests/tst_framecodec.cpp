@@ -89,7 +89,7 @@ void TestFrameCodec::roundTrip_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QByteArray>("head");
 
-    QTest::newRow("separators") << u"MSG\u0000a\u0001b\u0002c\u0003d\u0004"_s << header(0, 11);
+    QTest::newRow("separators") << u"MSG\u0000a\u0001b\u0002c\u0003d\u0004"_s << header(0, 12);
     QTest::newRow("code page") << u"\u20ac\u00e9\u2122\u0178\u0081"_s << header(0, 5);
     QTest::newRow("256") << QString(256, u'z') << header(1, 0);
     QTest::newRow("largest") << QString(32763, u'\u00ff') << header(127, 251);
@@ -130,7 +130,9 @@ void TestFrameCodec::refused()
 
 void TestFrameCodec::splitAtEveryByte()
 {
-    const QByteArray stream = frame("CON\x01" "agent") + frame(QByteArray(300, '\x02'));
+    const QByteArray stream = frame("CON\x01"
+                                    "agent") +
+                              frame(QByteArray(300, '\x02'));
     const QStringList expected = {u"CON\u0001agent"_s, QString(300, QChar(2))};
 
     for (qsizetype cut = 0; cut <= stream.size(); ++cut) {
@@ -211,7 +213,8 @@ void TestFrameCodec::badLength()
     QFETCH(int, failureNumber);
 
     Encryption codec;
-    const QByteArray next = frame("CON\x01" "a");
+    const QByteArray next = frame("CON\x01"
+                                  "a");
     codec.TCPMsgQueue.Enqueue(badHeader + next);
 
     Failure failure;
@@ -229,11 +232,13 @@ void TestFrameCodec::frameCompletedAfterReconnect()
     // The codec outlives the connection: the first bytes of the new one finish
     // the frame that the old one left half sent.
     Encryption codec;
-    const QByteArray cut = frame("MSG\x01" "first");
+    const QByteArray cut = frame("MSG\x01"
+                                 "first");
     codec.TCPMsgQueue.Enqueue(cut.left(7));
     QCOMPARE(codec.DecryptQ(), QString());
 
-    codec.TCPMsgQueue.Enqueue(cut.mid(7) + frame("CON\x01" "agent"));
+    codec.TCPMsgQueue.Enqueue(cut.mid(7) + frame("CON\x01"
+                                                 "agent"));
     QCOMPARE(drain(codec), QStringList({u"MSG\u0001first"_s, u"CON\u0001agent"_s}));
 }
 

@@ -62,8 +62,9 @@ private Q_SLOTS:
             QCOMPARE(frontend.questions.size(), 1);
             QCOMPARE(frontend.questions[0].caption, QStringLiteral("Korvane Client - Debug mode"));
             QCOMPARE(frontend.questions[0].text,
-                     QStringLiteral("The trace switch is ON.  This switch is required only for debugging purpose.\n"
-                                    "Do you wish to turn it OFF ?"));
+                     QStringLiteral(
+                         "The trace switch is ON.  This switch is required only for debugging purpose.\n"
+                         "Do you wish to turn it OFF ?"));
             QCOMPARE(gOptions().Trace, answer == ResultNo);
             QVERIFY(!logText().contains(QStringLiteral("last run")));
             Options reread;

@@ -11,7 +11,10 @@ class TestSettings : public QObject
     Q_OBJECT
 
 private:
-    static QString iniPath(const TempProfile &profile) { return profile.path() + QStringLiteral("/KorvaneClient.ini"); }
+    static QString iniPath(const TempProfile &profile)
+    {
+        return profile.path() + QStringLiteral("/KorvaneClient.ini");
+    }
 
 private Q_SLOTS:
     void missingFileGivesDefaultsAndSaveWritesThem()
@@ -30,7 +33,8 @@ private Q_SLOTS:
         options.Server.clear();
         options.SaveOptions();
         const QByteArray text = profile.readFile(QStringLiteral("KorvaneClient.ini"));
-        QVERIFY(text.startsWith("[Options]\nLanguage=0\nSpeed=100\nRefresh Rate=1\nFontName=Arial\nFontBold=0\n"));
+        QVERIFY(text.startsWith(
+            "[Options]\nLanguage=0\nSpeed=100\nRefresh Rate=1\nFontName=Arial\nFontBold=0\n"));
         QVERIFY(text.contains("\nHost=\n"));
         QVERIFY(!text.contains("ClientUpdatePath"));
     }
@@ -63,7 +67,8 @@ private Q_SLOTS:
         QCOMPARE(options.RefreshSteps, 3);
         options.RefreshRate = 55;
         options.SaveOptions();
-        QVERIFY(profile.readFile(QStringLiteral("KorvaneClient.ini")).contains("\nSpeed=55\nRefresh Rate=3\n"));
+        QVERIFY(
+            profile.readFile(QStringLiteral("KorvaneClient.ini")).contains("\nSpeed=55\nRefresh Rate=3\n"));
     }
 
     void badNumbersAndLongValues_data()
@@ -108,8 +113,9 @@ private Q_SLOTS:
     void writesKeepOtherSectionsAndLines()
     {
         TempProfile profile;
-        profile.writeFile(QStringLiteral("KorvaneClient.ini"),
-                          "; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=old\nTrace=1\n[Last]\nX=1\n");
+        profile.writeFile(
+            QStringLiteral("KorvaneClient.ini"),
+            "; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=old\nTrace=1\n[Last]\nX=1\n");
         Options options;
         options.setIniPath(iniPath(profile));
         options.ReadOptions();
@@ -119,14 +125,16 @@ private Q_SLOTS:
         options.SaveConnectionSettings();
         options.SaveUpdLocation(QStringLiteral("/srv/updates"));
         QCOMPARE(profile.readFile(QStringLiteral("KorvaneClient.ini")),
-                 QByteArray("; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=new\nTrace=1\nClientPort=1234\n"
-                            "ClientUpdatePath=/srv/updates\n[Last]\nX=1\n"));
+                 QByteArray(
+                     "; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=new\nTrace=1\nClientPort=1234\n"
+                     "ClientUpdatePath=/srv/updates\n[Last]\nX=1\n"));
     }
 
     void deployedDefaultsAnswerForMissingKeys()
     {
         TempProfile profile;
-        profile.writeFile(QStringLiteral("etc/KorvaneClient.ini"), "[Options]\nHost=central\nClientPort=4000\n");
+        profile.writeFile(QStringLiteral("etc/KorvaneClient.ini"),
+                          "[Options]\nHost=central\nClientPort=4000\n");
         Options options;
         options.setIniPath(iniPath(profile), profile.path() + QStringLiteral("/etc/KorvaneClient.ini"));
         options.ReadOptions();
@@ -146,7 +154,8 @@ private Q_SLOTS:
         QCOMPARE(ini.readString(QStringLiteral("Host"), QStringLiteral("x")), QString());
         QCOMPARE(ini.writeString(QStringLiteral("Host"), QStringLiteral("x")), false);
         QCOMPARE(frontend.questions.size(), 2);
-        QCOMPARE(frontend.questions[0].text, QStringLiteral("[Section] and FileName Not Registered in Private.Ini!"));
+        QCOMPARE(frontend.questions[0].text,
+                 QStringLiteral("[Section] and FileName Not Registered in Private.Ini!"));
         QCOMPARE(frontend.questions[0].caption, QStringLiteral("IniFile Logic Error"));
     }
 
@@ -156,15 +165,16 @@ private Q_SLOTS:
         const UserStore store(profile.path() + QStringLiteral("/Korvane/Client.conf"));
         QCOMPARE(store.read(QStringLiteral("Options"), QStringLiteral("UserName"), QStringLiteral("d")),
                  QStringLiteral("d"));
-        QVERIFY(store.write(QStringLiteral("Options"), QStringLiteral("UserName"), QStringLiteral("Zoë O'Brien")));
+        QVERIFY(store.write(QStringLiteral("Options"), QStringLiteral("UserName"),
+                            QStringLiteral("Zoë O'Brien")));
         QCOMPARE(store.read(QStringLiteral("Options"), QStringLiteral("UserName"), QString()),
                  QStringLiteral("Zoë O'Brien"));
         // Empty reads as missing; a Chr(0) cuts; 255 characters at most.
         QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Empty"), QString()));
         QCOMPARE(store.read(QStringLiteral("Setup"), QStringLiteral("Empty"), QStringLiteral("d")),
                  QStringLiteral("d"));
-        QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Nul"), QStringLiteral("ab") + QChar(0) +
-                                                                              QStringLiteral("cd")));
+        QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Nul"),
+                            QStringLiteral("ab") + QChar(0) + QStringLiteral("cd")));
         QCOMPARE(store.read(QStringLiteral("Setup"), QStringLiteral("Nul"), QString()), QStringLiteral("ab"));
         QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Long"), QString(400, QLatin1Char('x'))));
         QCOMPARE(store.read(QStringLiteral("Setup"), QStringLiteral("Long"), QString()).size(), 255);

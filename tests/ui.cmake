@@ -1,1 +1,1 @@
-# tests of the ui area
+korvane_add_test(tst_dialogs SOURCES tst_dialogs.cpp LIBS ui)

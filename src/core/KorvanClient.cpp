@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 
 namespace {
 
@@ -247,8 +248,12 @@ void KorvanClient::mnuServerConfiguration_Click()
 void KorvanClient::mnuHelp_Click()
 {
     TraceLog(Form + QStringLiteral("mnuHelp_Click"));
-    const QString file = QDir(QCoreApplication::applicationDirPath())
-                             .filePath(QStringLiteral("help/KorvaneClient%1.html").arg(gOptions().Language));
+    const QString name = QStringLiteral("KorvaneClient%1.html").arg(gOptions().Language);
+    const QDir programFolder(QCoreApplication::applicationDirPath());
+    // Beside the program in a build, under share/ once installed.
+    QString file = programFolder.filePath(QStringLiteral("help/") + name);
+    if (!QFileInfo::exists(file))
+        file = programFolder.filePath(QStringLiteral("../share/korvane/help/") + name);
     if (Frontend *frontend = Frontend::current())
-        frontend->OpenDocument(file);
+        frontend->OpenDocument(QDir::cleanPath(file));
 }
