@@ -104,8 +104,9 @@ private Q_SLOTS:
     {
         TempProfile profile;
         presetUser(profile);
-        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
-                          QByteArray("\xff\xfe\x00[Options]\nHost=\x01\x02\nClientPort=abc\nSpeed=\n[", 42));
+        profile.writeFile(
+            QStringLiteral("config/Korvane/KorvaneClient.ini"),
+            QByteArray("\xff\xfe\x00\n[Options]\nHost=\x01\x02\nClientPort=abc\nSpeed=\n[", 43));
         profile.writeFile(QStringLiteral("config/Korvane/Client.conf"),
                           "[Options]\nUserName=Jane Doe\n\x00\x00garbage=\n");
         profile.writeFile(QStringLiteral("data/Korvane"), "a file where the data folder should be");
@@ -114,6 +115,8 @@ private Q_SLOTS:
         start(client, profile, profile.runtimeDir() + QStringLiteral("/Korvane"));
         QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);
         QVERIFY(client.log().contains(QStringLiteral(" cannot be written; this run keeps its files in ")));
+        QVERIFY(client.log().contains(QStringLiteral("\"ClientPort\" is not a number; 0 is used")));
+        QVERIFY(client.log().contains(QStringLiteral("ConnectToServer - no server to connect to")));
         stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
     }
 

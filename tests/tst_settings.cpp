@@ -75,18 +75,21 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("line");
         QTest::addColumn<int>("port");
-        QTest::newRow("letters") << QByteArray("ClientPort=abc") << 0;
-        QTest::newRow("leading digits") << QByteArray("ClientPort=5800x") << 5800;
-        QTest::newRow("empty") << QByteArray("ClientPort=") << 0;
-        QTest::newRow("too large for 32 bits") << QByteArray("ClientPort=99999999999") << 0;
-        QTest::newRow("negative") << QByteArray("ClientPort=-1") << -1;
-        QTest::newRow("binary junk") << QByteArray("ClientPort=\x01\xff\xfe") << 0;
+        QTest::addColumn<bool>("reported");
+        QTest::newRow("letters") << QByteArray("ClientPort=abc") << 0 << true;
+        QTest::newRow("leading digits") << QByteArray("ClientPort=5800x") << 5800 << true;
+        QTest::newRow("empty") << QByteArray("ClientPort=") << 0 << true;
+        QTest::newRow("too large for 32 bits") << QByteArray("ClientPort=99999999999") << 0 << false;
+        QTest::newRow("negative") << QByteArray("ClientPort=-1") << -1 << false;
+        QTest::newRow("blanks around") << QByteArray("ClientPort = 4000 ") << 4000 << false;
+        QTest::newRow("binary junk") << QByteArray("ClientPort=\x01\xff\xfe") << 0 << true;
     }
 
     void badNumbersAndLongValues()
     {
         QFETCH(QByteArray, line);
         QFETCH(int, port);
+        QFETCH(bool, reported);
         TempProfile profile;
         profile.writeFile(QStringLiteral("KorvaneClient.ini"),
                           "[Options]\n" + line + "\nHost=" + QByteArray(300, 'h') + "\nLanguage=70000\n");
@@ -94,6 +97,10 @@ private Q_SLOTS:
         options.setIniPath(iniPath(profile));
         options.ReadOptions();
         QCOMPARE(options.ClientPort, port);
+        QCOMPARE(options.problems().size(), reported ? 1 : 0);
+        if (reported)
+            QVERIFY(options.problems()[0].startsWith(
+                QStringLiteral("Options:ReadOptions - \"ClientPort\" is not")));
         QCOMPARE(options.Server.size(), 255);
         QCOMPARE(options.Language, qint16(0));
     }

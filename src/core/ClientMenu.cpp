@@ -70,7 +70,7 @@ void ClientMenu::SetMenu(const Rights &rights)
     set(mnuOptions, rights.CanModifyDisplayOptions || rights.IsAdministrator);
     set(mnuConfiguration, rights.IsAdministrator);
     m_entries[mnuConfiguration].visible = rights.ConnectedToServer;
-    for (Item item : {mnuStatus, mnuConnect, mnuLevel, mnuServerConfiguration, mnuUserPolicies, mnuGlobalPolicies,
-                      mnuAbout, mnuHelp, mnuLog})
+    for (Item item : {mnuStatus, mnuConnect, mnuLevel, mnuServerConfiguration, mnuUserPolicies,
+                      mnuGlobalPolicies, mnuAbout, mnuHelp, mnuLog})
         set(item, true);
 }

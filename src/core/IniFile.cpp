@@ -94,8 +94,16 @@ QString IniFile::readString(const QString &key, const QString &defaultValue) con
     return value.value_or(defaultValue).left(BufferLength);
 }
 
-qint64 IniFile::readInt(const QString &key, qint64 defaultValue) const
+bool IniFile::unreadable() const
 {
+    QFile file(m_fileName);
+    return file.exists() && !file.open(QIODevice::ReadOnly);
+}
+
+qint64 IniFile::readInt(const QString &key, qint64 defaultValue, bool *wellFormed) const
+{
+    if (wellFormed)
+        *wellFormed = true;
     if (!registered())
         return 0;
     std::optional<QString> value = lookup(m_fileName, key);
@@ -111,6 +119,8 @@ qint64 IniFile::readInt(const QString &key, qint64 defaultValue) const
         ++end;
     bool ok = false;
     const qint64 number = text.left(end).toLongLong(&ok);
+    if (wellFormed)
+        *wellFormed = ok && end == text.size();
     return ok ? number : 0;
 }
 

@@ -20,8 +20,11 @@ public:
 
     bool fileExists() const;
     QString readString(const QString &key, const QString &defaultValue) const;
-    // Leading digits count ("12px" reads 12); a text without any reads 0.
-    qint64 readInt(const QString &key, qint64 defaultValue) const;
+    // Leading digits count ("12px" reads 12); a text without any reads 0 and
+    // clears *wellFormed, as does anything after the digits.
+    qint64 readInt(const QString &key, qint64 defaultValue, bool *wellFormed = nullptr) const;
+    // The file exists but cannot be read.
+    bool unreadable() const;
     bool writeString(const QString &key, const QString &value) const;
     bool writeInt(const QString &key, qint64 value) const;
 

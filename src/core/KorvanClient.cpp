@@ -37,9 +37,15 @@ int closeReasonResource(int closeMode)
 
 QString stateName(int state)
 {
-    static const char16_t *const names[] = {u"Closed",        u"Open",       u"Listening",
-                                            u"Connection pending", u"Resolving host", u"Host resolved",
-                                            u"Connecting",    u"Connected",  u"Peer is closing the connection",
+    static const char16_t *const names[] = {u"Closed",
+                                            u"Open",
+                                            u"Listening",
+                                            u"Connection pending",
+                                            u"Resolving host",
+                                            u"Host resolved",
+                                            u"Connecting",
+                                            u"Connected",
+                                            u"Peer is closing the connection",
                                             u"Error"};
     if (state < 0 || state > 9)
         return QStringLiteral("Undefined");
@@ -51,8 +57,8 @@ QString stateName(int state)
 KorvanClient::KorvanClient(QObject *parent) : QObject(parent)
 {
     // Features that later parts of the client bring stay greyed until then.
-    for (ClientMenu::Item item : {ClientMenu::mnuAdministration, ClientMenu::mnuOptions, ClientMenu::mnuLevel,
-                                  ClientMenu::mnuAbout})
+    for (ClientMenu::Item item :
+         {ClientMenu::mnuAdministration, ClientMenu::mnuOptions, ClientMenu::mnuLevel, ClientMenu::mnuAbout})
         m_menu.setAvailable(item, false);
 }
 

@@ -56,7 +56,8 @@ void WriteLog(const QString &text)
     QString line = LogFile::stamp() + QStringLiteral(" -- ") + text;
     const Failure &pending = PendingError::current();
     if (pending.isSet())
-        line += ResString(200) + QString::number(pending.number) + QStringLiteral(" = ") + pending.description;
+        line +=
+            ResString(200) + QString::number(pending.number) + QStringLiteral(" = ") + pending.description;
     appendLine(line);
 }
 

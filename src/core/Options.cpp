@@ -28,29 +28,44 @@ void Options::setIniPath(const QString &userFile, const QString &deployedDefault
     m_ini.setFallbackFileName(deployedDefaults);
 }
 
+qint64 Options::readNumber(const QString &key, qint64 defaultValue)
+{
+    bool wellFormed = true;
+    const qint64 value = m_ini.readInt(key, defaultValue, &wellFormed);
+    if (!wellFormed)
+        m_problems << QStringLiteral("Options:ReadOptions - \"") + key +
+                          QStringLiteral("\" is not a number; ") + QString::number(value) +
+                          QStringLiteral(" is used");
+    return value;
+}
+
 void Options::ReadOptions()
 {
+    m_problems.clear();
+    if (m_ini.unreadable())
+        m_problems << QStringLiteral("Options:ReadOptions - ") + m_ini.fileName() +
+                          QStringLiteral(" cannot be read; the defaults are used");
     if (!m_ini.fileExists()) {
         ResetToDefault();
         return;
     }
-    Language = toInt16(m_ini.readInt(QStringLiteral("Language"), 0));
+    Language = toInt16(readNumber(QStringLiteral("Language"), 0));
     // The crossing of these two keys is deliberate: the file format and the
     // options form depend on it.
-    RefreshRate = toInt32(m_ini.readInt(QStringLiteral("Speed"), 100));
-    RefreshSteps = toInt32(m_ini.readInt(QStringLiteral("Refresh Rate"), 1));
+    RefreshRate = toInt32(readNumber(QStringLiteral("Speed"), 100));
+    RefreshSteps = toInt32(readNumber(QStringLiteral("Refresh Rate"), 1));
     Font.Name = m_ini.readString(QStringLiteral("FontName"), QStringLiteral("Arial"));
-    Font.Bold = m_ini.readInt(QStringLiteral("FontBold"), 1) != 0;
-    Font.Italic = m_ini.readInt(QStringLiteral("FontItalic"), 0) != 0;
-    Font.Size = toInt32(m_ini.readInt(QStringLiteral("FontSize"), 12));
-    HorizontalPosition = toInt32(m_ini.readInt(QStringLiteral("Horizontal position"), 0));
-    VerticalPosition = toInt32(m_ini.readInt(QStringLiteral("Vertical position"), 0));
+    Font.Bold = readNumber(QStringLiteral("FontBold"), 1) != 0;
+    Font.Italic = readNumber(QStringLiteral("FontItalic"), 0) != 0;
+    Font.Size = toInt32(readNumber(QStringLiteral("FontSize"), 12));
+    HorizontalPosition = toInt32(readNumber(QStringLiteral("Horizontal position"), 0));
+    VerticalPosition = toInt32(readNumber(QStringLiteral("Vertical position"), 0));
     Server = m_ini.readString(QStringLiteral("Host"), QString());
-    ClientPort = toInt32(m_ini.readInt(QStringLiteral("ClientPort"), DefaultClientPort));
-    Trace = m_ini.readInt(QStringLiteral("Trace"), 0) != 0;
-    ReconnectDelay = toInt32(m_ini.readInt(QStringLiteral("ReconnectDelay"), 15));
-    WatchdogDelay = toInt32(m_ini.readInt(QStringLiteral("WatchdogDelay"), 45));
-    WatchdogFrequency = toInt32(m_ini.readInt(QStringLiteral("WatchdogFrequency"), 10));
+    ClientPort = toInt32(readNumber(QStringLiteral("ClientPort"), DefaultClientPort));
+    Trace = readNumber(QStringLiteral("Trace"), 0) != 0;
+    ReconnectDelay = toInt32(readNumber(QStringLiteral("ReconnectDelay"), 15));
+    WatchdogDelay = toInt32(readNumber(QStringLiteral("WatchdogDelay"), 45));
+    WatchdogFrequency = toInt32(readNumber(QStringLiteral("WatchdogFrequency"), 10));
     DateTimeFormat = m_ini.readString(QStringLiteral("DateTimeFormat"), QString());
 }
 

@@ -3,6 +3,7 @@
 #include "core/IniFile.h"
 
 #include <QString>
+#include <QStringList>
 
 // The banner font as the settings hold it; the banner turns it into a real font.
 struct FontSpec
@@ -39,11 +40,16 @@ public:
     const QString &iniPath() const { return m_ini.fileName(); }
 
     void ReadOptions();
+    // What the last ReadOptions found wrong in the file, for the log.
+    const QStringList &problems() const { return m_problems; }
     void SaveOptions() const;
     void SaveConnectionSettings() const;
     void SaveUpdLocation(const QString &location) const;
     void ResetToDefault();
 
 private:
+    qint64 readNumber(const QString &key, qint64 defaultValue);
+
     IniFile m_ini;
+    QStringList m_problems;
 };

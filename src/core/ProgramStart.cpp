@@ -110,6 +110,8 @@ std::unique_ptr<KorvanClient> ProgramStart::Run()
     ReadSettings();
     AskAboutTrace();
     LogFile::renew();
+    for (const QString &problem : gOptions().problems())
+        WriteLog(problem);
     if (!unusableDataFolder.isEmpty())
         WriteLog(QStringLiteral("The data folder ") + unusableDataFolder +
                  QStringLiteral(" cannot be written; this run keeps its files in ") + gProcess().AppDataPath);

@@ -11,9 +11,9 @@ UserInfos::UserInfos(const QString &loginName) : m_userID(loginName.trimmed().to
 
 QString UserInfos::ToString() const
 {
-    return QStringLiteral("UID=") + m_userID + QStringLiteral("|MID=") + m_machineID + QStringLiteral("|USN=") +
-           UserName + QStringLiteral("|MIP=") + MachineIP + QStringLiteral("|AGN=") + Agent +
-           QStringLiteral("|LNG=") + QString::number(Language);
+    return QStringLiteral("UID=") + m_userID + QStringLiteral("|MID=") + m_machineID +
+           QStringLiteral("|USN=") + UserName + QStringLiteral("|MIP=") + MachineIP +
+           QStringLiteral("|AGN=") + Agent + QStringLiteral("|LNG=") + QString::number(Language);
 }
 
 QString UserInfos::LoginName()

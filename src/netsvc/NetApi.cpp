@@ -1,7 +1,6 @@
 #include "netsvc/NetApi.h"
 
 #include <pwd.h>
-
 #include <vector>
 
 QString GetUserFullName(const QString &userID)

@@ -39,8 +39,8 @@ QString DesktopFrontend::InputPassword(const QString &prompt, const QString &cap
     return InputBox::InputPassword(prompt, caption, icon, buttons);
 }
 
-QString DesktopFrontend::InputChoice(const QString &prompt, const QString &caption, int icon, const QString &list,
-                                     const QString &defaultText)
+QString DesktopFrontend::InputChoice(const QString &prompt, const QString &caption, int icon,
+                                     const QString &list, const QString &defaultText)
 {
     return InputBox::InputChoice(prompt, caption, icon, list, defaultText);
 }

@@ -8,5 +8,6 @@ class QWidget;
 class MessageBox
 {
 public:
-    static int Show(const QString &text, const QString &caption, int icon, int buttons, QWidget *parent = nullptr);
+    static int Show(const QString &text, const QString &caption, int icon, int buttons,
+                    QWidget *parent = nullptr);
 };

@@ -6,8 +6,8 @@ int RecordingFrontend::MessageBoxShow(const QString &text, const QString &captio
     return m_boxAnswers.isEmpty() ? ResultOk : m_boxAnswers.dequeue();
 }
 
-QString RecordingFrontend::nextText(const QString &kind, const QString &prompt, const QString &caption, int icon,
-                                    int buttons)
+QString RecordingFrontend::nextText(const QString &kind, const QString &prompt, const QString &caption,
+                                    int icon, int buttons)
 {
     questions.append({kind, prompt, caption, icon, buttons});
     return m_textAnswers.isEmpty() ? QString() : m_textAnswers.dequeue();
@@ -30,8 +30,8 @@ QString RecordingFrontend::InputPassword(const QString &prompt, const QString &c
     return nextText(QStringLiteral("password"), prompt, caption, icon, buttons);
 }
 
-QString RecordingFrontend::InputChoice(const QString &prompt, const QString &caption, int icon, const QString &,
-                                       const QString &)
+QString RecordingFrontend::InputChoice(const QString &prompt, const QString &caption, int icon,
+                                       const QString &, const QString &)
 {
     return nextText(QStringLiteral("choice"), prompt, caption, icon, ButtonsOkCancel);
 }

@@ -52,7 +52,8 @@ public:
     QString trayTip;
 
 private:
-    QString nextText(const QString &kind, const QString &prompt, const QString &caption, int icon, int buttons);
+    QString nextText(const QString &kind, const QString &prompt, const QString &caption, int icon,
+                     int buttons);
 
     QQueue<int> m_boxAnswers;
     QQueue<QString> m_textAnswers;

@@ -18,7 +18,8 @@ TempProfile::TempProfile()
     for (const QString &sub : {QStringLiteral("config"), QStringLiteral("data"), QStringLiteral("runtime"),
                                QStringLiteral("etc-xdg")})
         QDir(m_dir.path()).mkpath(sub);
-    QFile::setPermissions(runtimeDir(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(runtimeDir(),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     qputenv("XDG_CONFIG_HOME", configHome().toLocal8Bit());
     qputenv("XDG_DATA_HOME", dataHome().toLocal8Bit());
     qputenv("XDG_RUNTIME_DIR", runtimeDir().toLocal8Bit());
