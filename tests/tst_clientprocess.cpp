@@ -116,7 +116,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);
         QVERIFY(client.log().contains(QStringLiteral(" cannot be written; this run keeps its files in ")));
         QVERIFY(client.log().contains(QStringLiteral("\"ClientPort\" is not a number; 0 is used")));
-        QVERIFY(client.log().contains(QStringLiteral("ConnectToServer - no server to connect to")));
+        QVERIFY(client.log().contains(QStringLiteral("frmKorvanClient:ReconnectToServer - Overflow")));
         stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
     }
 
@@ -125,6 +125,8 @@ private Q_SLOTS:
         if (GetUserFullName(UserInfos::LoginName()).isEmpty())
             QSKIP("this login has no full name in the directory");
         TempProfile profile;
+        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                          "[Options]\nHost=127.0.0.1\nClientPort=9\n");
         Client client;
         start(client, profile);
         QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);

@@ -3,6 +3,8 @@
 #include "core/Log.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
+#include "core/Ticker.h"
+#include "link/ConnectionManager.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 
@@ -30,6 +32,8 @@ private:
     }
 
 private Q_SLOTS:
+    void initTestCase() { Ticker::setManual(true); }
+
     void loadLogsItsStepsAndTriesTheServer()
     {
         TempProfile profile;
@@ -110,7 +114,7 @@ private Q_SLOTS:
         QVERIFY(!menu.entry(ClientMenu::mnuConfiguration).visible);
         QVERIFY(menu.entry(ClientMenu::mnuStatus).enabled);
 
-        engine.ConnectedToServer = true;
+        engine.connection()->ConnectedToServer = true;
         engine.SetMenu();
         QVERIFY(frontend.lastMenu.entry(ClientMenu::mnuSend).enabled);
         QVERIFY(frontend.lastMenu.entry(ClientMenu::mnuDisplayReplies).enabled);

@@ -55,7 +55,8 @@ private Q_SLOTS:
             TempProfile profile;
             RecordingFrontend frontend;
             presetUser(profile);
-            profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"), "[Options]\nTrace=1\n");
+            profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                              "[Options]\nTrace=1\nHost=127.0.0.1\nClientPort=9\n");
             profile.writeFile(QStringLiteral("data/Korvane/client.log"), "last run\n");
             frontend.answerBox(answer);
             auto engine = ProgramStart::Run();

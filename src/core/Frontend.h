@@ -3,6 +3,8 @@
 #include <QString>
 
 class ClientMenu;
+class Policies;
+class ServerConfig;
 
 // Indexes of the dialog's icon list, as the callers pass them.
 enum DialogIcon : int {
@@ -54,6 +56,25 @@ public:
     virtual void ShowLog(const QString &logFileName) = 0;
     // Opens a document or a help file through the desktop.
     virtual bool OpenDocument(const QString &path) = 0;
+
+    // The server's answers that open a configuration form: the policies of all
+    // (empty reference) or of one user, and the server's configuration.
+    virtual void ShowPolicies(const QString &reference, const Policies &policies) = 0;
+    virtual void ShowServerConfig(const ServerConfig &config) = 0;
+
+    // Which directory list has arrived in full.
+    enum ListKind {
+        UsersList,
+        MachinesList,
+        KorvanGroupsList,
+        AllMessagesList,
+        SharedTemplatesList,
+        AdministratorsList,
+    };
+    // An end marker's letter tells which form asked for the list: "A" the
+    // console, "G" the group editor, "M" the message composer, "P" the package
+    // composer, "L" the administrator editor.
+    virtual void DisplayList(ListKind list, const QString &letter) = 0;
 
     // The frontend of this process; nullptr while none is set (nothing is asked then).
     static Frontend *current();

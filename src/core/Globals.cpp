@@ -2,6 +2,7 @@
 
 #include "core/Options.h"
 #include "core/UserInfos.h"
+#include "link/Policies.h"
 
 #include <memory>
 
@@ -9,6 +10,8 @@ namespace {
 ProcessState process;
 std::unique_ptr<Options> options;
 std::unique_ptr<UserInfos> userInfos;
+std::unique_ptr<Policies> policies;
+Session session;
 } // namespace
 
 ProcessState &gProcess()
@@ -30,8 +33,22 @@ UserInfos &gUserInfos()
     return *userInfos;
 }
 
+Policies &gPolicies()
+{
+    if (!policies)
+        policies = std::make_unique<Policies>();
+    return *policies;
+}
+
+Session &gSession()
+{
+    return session;
+}
+
 void ResetProcessGlobals()
 {
+    policies.reset();
+    session = Session{};
     process = ProcessState{};
     options.reset();
     userInfos.reset();

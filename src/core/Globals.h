@@ -1,8 +1,11 @@
 #pragma once
 
+#include "core/Session.h"
+
 #include <QString>
 
 class Options;
+class Policies;
 class UserInfos;
 
 // The process-wide state that is not an object of its own.
@@ -26,5 +29,8 @@ ProcessState &gProcess();
 Options &gOptions();
 // Created at its first use, which reads the login name.
 UserInfos &gUserInfos();
+// The rights of the user; defaults until the server says otherwise.
+Policies &gPolicies();
+Session &gSession();
 // Drops every process-wide object, so that a test starts from a fresh process.
 void ResetProcessGlobals();

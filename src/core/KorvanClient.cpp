@@ -6,8 +6,12 @@
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
+#include "link/CommandDispatcher.h"
+#include "link/Commands.h"
 #include "link/ConnectionManager.h"
 #include "link/Encryption.h"
+#include "link/LinkCommands.h"
+#include "link/Policies.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -69,12 +73,15 @@ bool KorvanClient::Load(QString *error)
     WriteLog(QStringLiteral("Creating encryptor..."));
     m_encryptor = std::make_unique<Encryption>();
     m_connection = std::make_unique<ConnectionManager>(*m_encryptor);
-    connect(m_connection.get(), &ConnectionManager::closed, this, [this] {
-        ConnectedToServer = false;
-        SetMenu();
-    });
+    m_dispatcher = std::make_unique<CommandDispatcher>(*m_encryptor);
+    m_linkCommands = std::make_unique<LinkCommands>(*m_connection, [this] { SetMenu(); });
+    connect(m_connection.get(), &ConnectionManager::notifyIcon, this, &KorvanClient::NotifyIcon);
+    connect(m_connection.get(), &ConnectionManager::bytesArrived, this,
+            [this](const QByteArray &bytes) { m_dispatcher->DataArrival(bytes); });
+    routeCommands();
 
     WriteLog(QStringLiteral("Creating policies..."));
+    gPolicies() = Policies();
     WriteLog(QStringLiteral("Getting MachineID..."));
 
     WriteLog(QStringLiteral("Localization..."));
@@ -87,14 +94,13 @@ bool KorvanClient::Load(QString *error)
     const Options &options = gOptions();
     WriteLog(QStringLiteral("Connecting to server ") + options.Server + QStringLiteral(" on port ") +
              QString::number(options.ClientPort) + QStringLiteral("..."));
-    m_connection->ConnectToServer(options.Server, options.ClientPort);
+    m_connection->ConnectToServer();
 
     WriteLog(QStringLiteral("Setting the menu..."));
     SetMenu();
     WriteLog(QStringLiteral("Ready!"));
 
     LastScanMinute = -1;
-    m_loaded = true;
     if (error)
         error->clear();
     return true;
@@ -111,9 +117,10 @@ void KorvanClient::QueryUnload(int closeMode)
 
 void KorvanClient::Unload()
 {
+    m_linkCommands.reset();
+    m_dispatcher.reset();
     m_connection.reset();
     m_encryptor.reset();
-    m_loaded = false;
 }
 
 void KorvanClient::AssignMainLabels()
@@ -131,7 +138,12 @@ void KorvanClient::SetMenu()
 {
     TraceLog(Form + QStringLiteral("SetMenu"));
     ClientMenu::Rights rights;
-    rights.ConnectedToServer = ConnectedToServer;
+    const Policies &policies = gPolicies();
+    rights.ConnectedToServer = ConnectedToServer();
+    rights.CanExitClient = policies.CanExitClient;
+    rights.CanSendMessages = policies.CanSendMessages;
+    rights.CanAdminister = policies.CanAdminister;
+    rights.CanModifyDisplayOptions = policies.CanModifyDisplayOptions;
     rights.IsAdministrator = gUserInfos().IsAdministrator();
     rights.IsPostmaster = gUserInfos().IsPostmaster();
     m_menu.SetMenu(rights);
@@ -145,10 +157,23 @@ void KorvanClient::publishMenu()
     Q_EMIT menuChanged();
 }
 
-bool KorvanClient::SendData(const QString &data)
+bool KorvanClient::SendData(const QString &data, bool monitor)
 {
-    TraceLog(Form + QStringLiteral("SendData"));
-    return m_connection && m_connection->SendData(data, gUserInfos().UserID());
+    return m_connection && m_connection->SendData(data, monitor);
+}
+
+bool KorvanClient::ConnectedToServer() const
+{
+    return m_connection && m_connection->ConnectedToServer;
+}
+
+void KorvanClient::NotifyIcon(bool show, const QString &tooltip)
+{
+    TraceLog(Form + QStringLiteral("NotifyIcon"));
+    // The icon record holds 64 characters with its terminator.
+    if (Frontend *frontend = Frontend::current())
+        frontend->SetTrayIcon(show ? 1 : 0, tooltip.left(63));
+    SetMenu();
 }
 
 void KorvanClient::MenuItemClicked(ClientMenu::Item item)
@@ -159,7 +184,7 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
     case ClientMenu::mnuSend:
         TraceLog(Form + QStringLiteral("mnuSend_Click"));
         gProcess().SavedSelection.clear();
-        SendData(QStringLiteral("MID"));
+        SendData(Commands::MID());
         break;
     case ClientMenu::mnuDisplayReplies:
         TraceLog(Form + QStringLiteral("mnuDisplayReplies_Click"));
@@ -168,7 +193,7 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
         break;
     case ClientMenu::mnuGlobalPolicies:
         TraceLog(Form + QStringLiteral("mnuGlobalPolicies_Click"));
-        SendData(QStringLiteral("GPR"));
+        SendData(Commands::GPR());
         break;
     case ClientMenu::mnuUserPolicies:
         mnuUserPolicies_Click();
@@ -182,8 +207,7 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
             frontend->ShowLog(LogFile::path());
         break;
     case ClientMenu::mnuConnect:
-        TraceLog(Form + QStringLiteral("mnuConnect_Click"));
-        m_connection->ConnectToServer(gOptions().Server, gOptions().ClientPort);
+        m_connection->mnuConnect_Click();
         break;
     case ClientMenu::mnuStatus:
         mnuStatus_Click();
@@ -224,7 +248,7 @@ QString KorvanClient::ConnectionStatusText() const
 void KorvanClient::mnuStatus_Click()
 {
     TraceLog(Form + QStringLiteral("mnuStatus_Click"));
-    SendData(QStringLiteral("WDG"));
+    SendData(Commands::WDG(), true);
     if (Frontend *frontend = Frontend::current())
         frontend->MessageBoxShow(ConnectionStatusText(), QStringLiteral("System status"), IconInformation,
                                  ButtonsOk);
@@ -239,13 +263,13 @@ void KorvanClient::mnuUserPolicies_Click()
     const QString userID =
         frontend->InputText(ResString(150), ResString(151), IconQuestion, ButtonsOkCancel, QString());
     if (!userID.isEmpty())
-        SendData(QStringLiteral("UPR") + QChar(1) + userID);
+        SendData(Commands::UPR(userID));
 }
 
 void KorvanClient::mnuServerConfiguration_Click()
 {
     TraceLog(Form + QStringLiteral("mnuServerConfiguration_Click"));
-    if (SendData(QStringLiteral("SCR")))
+    if (SendData(Commands::SCR()))
         return;
     if (Frontend *frontend = Frontend::current())
         frontend->MessageBoxShow(ResString(142), ResString(118), IconCritical, ButtonsOk);

@@ -6,8 +6,11 @@
 
 #include <memory>
 
+class CommandDispatcher;
 class ConnectionManager;
 class Encryption;
+class LinkCommands;
+struct Failure;
 
 // The client engine: lives for the whole run, owns the link, the codec, the
 // timers and the menu of the notification-area icon. It has no window; what
@@ -39,6 +42,8 @@ public:
     // Called by the options form after a change.
     void OptionsChanged();
     void SetMenu();
+    // Sets the icon and its tip, then the menu.
+    void NotifyIcon(bool show, const QString &tooltip);
 
     // A click on an item of the menu.
     void MenuItemClicked(ClientMenu::Item item);
@@ -47,17 +52,39 @@ public:
     // The text of the status box, e.g. "Connection status: Connected".
     QString ConnectionStatusText() const;
 
-    bool SendData(const QString &data);
+    bool SendData(const QString &data, bool monitor = false);
+    bool ConnectedToServer() const;
 
     const ClientMenu &menu() const { return m_menu; }
     ConnectionManager *connection() const { return m_connection.get(); }
+    CommandDispatcher *dispatcher() const { return m_dispatcher.get(); }
+    LinkCommands *linkCommands() const { return m_linkCommands.get(); }
 
-    bool ConnectedToServer = false;
-    bool AllRequested = false;
     bool PopupOpen = false;
     qint16 LastScanMinute = -1;
-    qint16 MonitorTicks = 0;
-    qint16 WatchdogTicks = 0;
+
+    // Commands whose work belongs to the delivery, authoring and console parts
+    // of the client; each is routed here by its own name.
+    void MessageReceived(const QString &data, bool isLogon);
+    void PackageReceived(const QString &data, bool isLogon);
+    void AllMessageReceived(const QString &data);
+    void MessageStatusChanged(const QString &data, Failure &failure);
+    void PackageStatusChanged(const QString &data, Failure &failure);
+    void MessagesDeleted(const QString &data);
+    void PackagesDeleted(const QString &data);
+    void GetReceipt(const QString &data);
+    void GetAdminReceipt(const QString &data);
+    void OpenComposer(const QString &code, const QString &data, Failure &failure);
+    void OpenReply(const QString &msgID, bool toAll);
+    void TemplateReceived(const QString &data);
+    void UsersReceived(const QString &data);
+    void MachinesReceived(const QString &data);
+    void GroupsReceived(const QString &data);
+    void UsersGroupReceived(const QString &data);
+    void UserGroupsReceived(const QString &data);
+    void GroupDeleted(const QString &groupName);
+    void StoreAdministrator(const QString &data, Failure &failure);
+    void LevelsReceived(const QString &data);
 
 Q_SIGNALS:
     // The person chose to quit; the engine has already unloaded.
@@ -65,6 +92,7 @@ Q_SIGNALS:
     void menuChanged();
 
 private:
+    void routeCommands();
     void mnuStatus_Click();
     void mnuUserPolicies_Click();
     void mnuServerConfiguration_Click();
@@ -73,6 +101,7 @@ private:
 
     std::unique_ptr<Encryption> m_encryptor;
     std::unique_ptr<ConnectionManager> m_connection;
+    std::unique_ptr<CommandDispatcher> m_dispatcher;
+    std::unique_ptr<LinkCommands> m_linkCommands;
     ClientMenu m_menu;
-    bool m_loaded = false;
 };

@@ -66,3 +66,10 @@ void TraceLog(const QString &text)
     if (gOptions().Trace)
         appendLine(text);
 }
+
+void LogFailure(const QString &procedure, const Failure &failure)
+{
+    PendingError::set(failure);
+    WriteLog(procedure + QStringLiteral(" - ") + failure.description);
+    PendingError::clear();
+}

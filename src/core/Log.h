@@ -9,6 +9,11 @@ void WriteLog(const QString &text);
 // Written only while the trace switch of the settings is on; no time stamp.
 void TraceLog(const QString &text);
 
+struct Failure;
+// The trap of a procedure: "Form:Procedure - " and the failure's text, with the
+// failure pending while the line is written, as every trap has always logged it.
+void LogFailure(const QString &procedure, const Failure &failure);
+
 namespace LogFile {
 // client.log in the data folder.
 QString path();

@@ -1,6 +1,7 @@
 list(APPEND ENGINE_SOURCES
     core/AppPaths.cpp core/AppPaths.h
     core/ClientMenu.cpp core/ClientMenu.h
+    core/EngineRoutes.cpp
     core/Clock.cpp core/Clock.h
     core/Failure.cpp core/Failure.h
     core/Frontend.cpp core/Frontend.h
@@ -11,8 +12,9 @@ list(APPEND ENGINE_SOURCES
     core/Options.cpp core/Options.h
     core/OsInfo.cpp core/OsInfo.h
     core/ProgramStart.cpp core/ProgramStart.h
+    core/Session.h
     core/StringTable.cpp core/StringTable.h
+    core/Ticker.cpp core/Ticker.h
     core/UserInfos.cpp core/UserInfos.h
     core/UserStore.cpp core/UserStore.h
-    link/ConnectionManager.cpp link/ConnectionManager.h
 )

@@ -1,13 +1,16 @@
 #pragma once
 
+#include "core/Ticker.h"
+
 #include <QObject>
 #include <QTcpSocket>
+#include <QUdpSocket>
 
 class Encryption;
 
-// Holds the one TCP link to the server: connects, frames what goes out and
-// feeds what comes in to the frame codec.
-class ConnectionManager : public QObject
+// Keeps the one TCP link to the server up, watches it, and obeys the server's
+// UDP orders. It frames what goes out; what comes in goes to the dispatcher.
+class ConnectionManager final : public QObject
 {
     Q_OBJECT
 public:
@@ -25,28 +28,72 @@ public:
         sckError = 9,
     };
 
-    ConnectionManager(Encryption &encryptor, QObject *parent = nullptr);
+    // The number and text of the monitor's give-up.
+    static constexpr int NoAnswerError = 999;
 
-    void ConnectToServer(const QString &host, int port);
-    // Ends the connection without a word to the server.
+    explicit ConnectionManager(Encryption &encryptor, QObject *parent = nullptr);
+
+    void ConnectToServer();
+    void ReconnectToServer(QString host, int port);
+    // The menu's Connect: asks for the host and the port, then connects.
+    void mnuConnect_Click();
+    // Ends the link without a word to the server and without a close event.
     void Close();
     int SocketState() const;
-    QTcpSocket &wsClient() { return m_socket; }
 
     // Frames the data with Chr(0) and the user id behind it; only on a connected
     // socket. False when nothing was sent.
-    bool SendData(const QString &data, const QString &userID);
+    bool SendData(const QString &dataToSend, bool monitor = false);
+
+    void StopMonitor();
+    void HandleSocketError(int number, const QString &description);
+
+    // Socket events, callable as they are so that tests can raise them.
+    void wsClient_Connect();
+    void wsClient_Close();
+    void wsClient_Error(int number, const QString &description);
+    void wsUDP_DataArrival(const QByteArray &datagram);
+
+    // Timer ticks.
+    void tmrReconnect_Timer();
+    void tmrMonitor_Timer();
+    void tmrAdminWatchdog_Timer();
+    void tmrUdpStarter_Timer();
+
+    // Any bytes from the server are a sign of life.
+    void SignOfLife();
+
+    QTcpSocket wsClient;
+    QUdpSocket wsUDP;
+    Ticker tmrReconnect;
+    Ticker tmrMonitor;
+    Ticker tmrAdminWatchdog;
+    Ticker tmrUdpStarter;
+
+    bool ConnectedToServer = false;
+    qint16 MonitorTicks = 0;
+    qint16 WatchdogTicks = 0;
+
+    // The host and local addresses of the link, as the server sees them.
+    QString RemoteHost() const;
+    QString LocalHostName() const;
+    QString LocalIP() const;
 
 Q_SIGNALS:
-    void payloadReceived(const QString &payload);
-    void connected();
-    void closed();
+    // Sets the icon and its tip; the engine then runs SetMenu.
+    void notifyIcon(bool show, const QString &tooltip);
+    void bytesArrived(const QByteArray &bytes);
 
 private:
-    void wsClient_DataArrival();
-    void wsClient_Error(QAbstractSocket::SocketError error);
+    void onSocketError(QAbstractSocket::SocketError error);
+    void onDisconnected();
+    void onReadyRead();
+    void onDatagrams();
 
     Encryption &m_encryptor;
-    QTcpSocket m_socket;
+    QString m_remoteHost;
+    int m_lastErrorNumber = 0;
     bool m_errorReported = false;
+    // A close by this side raises no close event.
+    bool m_closingHere = false;
 };

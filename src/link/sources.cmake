@@ -1,6 +1,12 @@
 list(APPEND ENGINE_SOURCES
     link/ByteQueue.cpp link/ByteQueue.h
+    link/CommandDispatcher.cpp link/CommandDispatcher.h
+    link/ConnectionManager.cpp link/ConnectionManager.h
     link/Cp1252.cpp link/Cp1252.h
     link/Encryption.cpp link/Encryption.h
+    link/LinkCommands.cpp link/LinkCommands.h
     link/Queue.h
+    link/Commands.cpp link/Commands.h
+    link/Policies.cpp link/Policies.h
+    link/ServerConfig.cpp link/ServerConfig.h
 )

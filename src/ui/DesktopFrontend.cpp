@@ -79,3 +79,20 @@ bool DesktopFrontend::OpenDocument(const QString &path)
     }
     return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
+
+// The policy and server configuration forms and the console's lists are built
+// later; until then their answers are traced and the data waits in the engine.
+void DesktopFrontend::ShowPolicies(const QString &reference, const Policies &)
+{
+    TraceLog(QStringLiteral("frmPolicies:Initialize - RefID: ") + reference);
+}
+
+void DesktopFrontend::ShowServerConfig(const ServerConfig &)
+{
+    TraceLog(QStringLiteral("frmConfigServer:Form_Load"));
+}
+
+void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
+{
+    TraceLog(QStringLiteral("frmKorvanClient:DisplayList %1 %2").arg(int(list)).arg(letter));
+}

@@ -29,6 +29,9 @@ public:
     void MenuChanged(const ClientMenu &menu) override;
     void ShowLog(const QString &logFileName) override;
     bool OpenDocument(const QString &path) override;
+    void ShowPolicies(const QString &reference, const Policies &policies) override;
+    void ShowServerConfig(const ServerConfig &config) override;
+    void DisplayList(ListKind list, const QString &letter) override;
 
     TrayIcon *tray() const { return m_tray; }
 

@@ -1,5 +1,8 @@
 #include "support/RecordingFrontend.h"
 
+#include "link/Policies.h"
+#include "link/ServerConfig.h"
+
 int RecordingFrontend::MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons)
 {
     questions.append({QStringLiteral("box"), text, caption, icon, buttons});
@@ -63,4 +66,19 @@ bool RecordingFrontend::OpenDocument(const QString &path)
 {
     events.append(QStringLiteral("open ") + path);
     return true;
+}
+
+void RecordingFrontend::ShowPolicies(const QString &reference, const Policies &policies)
+{
+    events.append(QStringLiteral("policies ") + reference + QLatin1Char(' ') + policies.ToString());
+}
+
+void RecordingFrontend::ShowServerConfig(const ServerConfig &config)
+{
+    events.append(QStringLiteral("server config ") + config.ToString());
+}
+
+void RecordingFrontend::DisplayList(ListKind list, const QString &letter)
+{
+    events.append(QStringLiteral("display %1 %2").arg(int(list)).arg(letter));
 }
