@@ -66,7 +66,10 @@ KorvanClient::KorvanClient(QObject *parent) : QObject(parent)
         m_menu.setAvailable(item, false);
 }
 
-KorvanClient::~KorvanClient() = default;
+KorvanClient::~KorvanClient()
+{
+    Unload();
+}
 
 bool KorvanClient::Load(QString *error)
 {

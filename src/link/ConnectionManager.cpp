@@ -70,6 +70,14 @@ ConnectionManager::ConnectionManager(Encryption &encryptor, QObject *parent)
     tmrUdpStarter.setEnabled(true);
 }
 
+ConnectionManager::~ConnectionManager()
+{
+    // Going away is a close by this side: no close event may reach the engine.
+    wsClient.disconnect(this);
+    wsUDP.disconnect(this);
+    wsClient.abort();
+}
+
 void ConnectionManager::ConnectToServer()
 {
     ReconnectToServer(gOptions().Server, gOptions().ClientPort);

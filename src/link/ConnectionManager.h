@@ -32,6 +32,7 @@ public:
     static constexpr int NoAnswerError = 999;
 
     explicit ConnectionManager(Encryption &encryptor, QObject *parent = nullptr);
+    ~ConnectionManager() override;
 
     void ConnectToServer();
     void ReconnectToServer(QString host, int port);
