@@ -1,6 +1,7 @@
 // The real client binary, started as a newcomer would start it.
 #include "core/UserInfos.h"
 #include "netsvc/NetApi.h"
+#include "support/FakeServer.h"
 #include "support/TempProfile.h"
 
 #include <QFile>
@@ -98,6 +99,55 @@ private Q_SLOTS:
                                      !again.log().contains(QStringLiteral("Ending application")),
                                  10000);
         stop(again, SIGINT, QStringLiteral("User has pressed the CLOSE command from the form."));
+    }
+
+    void connectExchangeSurvivesBadFramesAndAMidFrameClose()
+    {
+        TempProfile profile;
+        FakeServer server;
+        presetUser(profile);
+        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                          "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(server.port()) +
+                              "\n");
+        Client client;
+        start(client, profile);
+        QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
+        const QString con = FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent"));
+        server.send(con);
+        QTRY_COMPARE_WITH_TIMEOUT(server.receivedCodes(),
+                                  (QStringList{QStringLiteral("USR"), QStringLiteral("ALL")}), 10000);
+
+        // A zero length and a high-bit length between good frames: each is logged,
+        // and the frames around them are answered.
+        server.sendBytes(FakeServer::frame(con) + QByteArray("kVn\x00\x00", 5) + FakeServer::frame(con) +
+                         QByteArray("kVn\xff\xff", 5) + FakeServer::frame(con));
+        QTRY_COMPARE_WITH_TIMEOUT(server.received.size(), 5, 10000);
+        QVERIFY(
+            client.log().contains(QStringLiteral("frmKorvanClient:DataArrival - Subscript out of range")));
+        QVERIFY(client.log().contains(QStringLiteral("frmKorvanClient:DataArrival - Overflow")));
+
+        // Garbage loses what came with it; the next good frame is answered.
+        server.sendBytes(QByteArray("\x00\x01garbage\xff") + FakeServer::frame(con));
+        server.sendDelayed(con, 300);
+        QTRY_COMPARE_WITH_TIMEOUT(server.received.size(), 6, 10000);
+
+        // The server closes in the middle of a frame. Once the client is brought
+        // back by a UDP order, the new connection's first bytes complete that frame.
+        const QByteArray frame = FakeServer::frame(con);
+        server.sendPartThenClose(con, 7);
+        QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral("Connection closed by remote.")),
+                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral("Binding UDP winsock to port ")),
+                                 15000);
+        server.sendUdp("CON", server.port());
+        QTRY_COMPARE_WITH_TIMEOUT(server.connections(), 2, 10000);
+        QTRY_VERIFY(server.hasClient());
+        server.sendBytes(frame.mid(7));
+        server.send(con);
+        QTRY_COMPARE_WITH_TIMEOUT(server.received.size(), 8, 10000);
+        QCOMPARE(server.receivedCodes().mid(6), (QStringList{QStringLiteral("USR"), QStringLiteral("USR")}));
+        QCOMPARE(client.process.state(), QProcess::Running);
+        stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
     }
 
     void badSettingsAndDataFolderNeverStopTheStart()

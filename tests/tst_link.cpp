@@ -9,6 +9,7 @@
 #include "link/ConnectionManager.h"
 #include "link/LinkCommands.h"
 #include "link/Policies.h"
+#include "link/ServerConfig.h"
 #include "support/FakeServer.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
@@ -51,7 +52,10 @@ private:
             engine.Load();
         }
 
-        bool connected() const { return engine.connection()->SocketState() == ConnectionManager::sckConnected; }
+        bool connected() const
+        {
+            return engine.connection()->SocketState() == ConnectionManager::sckConnected;
+        }
         ConnectionManager &link() const { return *engine.connection(); }
     };
 
@@ -76,10 +80,11 @@ private Q_SLOTS:
         QTRY_COMPARE(f.server.received.size(), 2);
         const UserInfos &user = gUserInfos();
         const QString tail = QChar(0) + user.UserID();
-        QCOMPARE(f.server.received[0], QStringLiteral("USR") + QChar(1) + QStringLiteral("UID=") + user.UserID() +
-                                           QStringLiteral("|MID=") + QHostInfo::localHostName().toLower() +
-                                           QStringLiteral("|USN=|MIP=127.0.0.1|AGN=agent-7|LNG=0") + QChar(2) +
-                                           LinkCommands::Version() + tail);
+        QCOMPARE(f.server.received[0], QStringLiteral("USR") + QChar(1) + QStringLiteral("UID=") +
+                                           user.UserID() + QStringLiteral("|MID=") +
+                                           QHostInfo::localHostName().toLower() +
+                                           QStringLiteral("|USN=|MIP=127.0.0.1|AGN=agent-7|LNG=0") +
+                                           QChar(2) + LinkCommands::Version() + tail);
         QCOMPARE(f.server.received[1], QStringLiteral("ALL") + tail);
         QVERIFY(f.engine.ConnectedToServer());
         QCOMPARE(f.frontend.trayImage, 1);
@@ -89,8 +94,8 @@ private Q_SLOTS:
         // A second CON on the same link: USR again, ALL not.
         f.server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-7")));
         QTRY_COMPARE(f.server.received.size(), 3);
-        QCOMPARE(f.server.receivedCodes(), (QStringList{QStringLiteral("USR"), QStringLiteral("ALL"),
-                                                         QStringLiteral("USR")}));
+        QCOMPARE(f.server.receivedCodes(),
+                 (QStringList{QStringLiteral("USR"), QStringLiteral("ALL"), QStringLiteral("USR")}));
 
         // DEC greys the icon while the socket stays open; CON brings it back.
         f.server.send(QStringLiteral("DEC"));
@@ -133,19 +138,20 @@ private Q_SLOTS:
     {
         Fixture f;
         QTRY_VERIFY(f.server.hasClient());
-        f.server.sendJoined({FakeServer::command(QStringLiteral("IAD"), QStringLiteral("for admins")),
-                             FakeServer::command(QStringLiteral("IPO"), QStringLiteral("for postmasters")),
-                             FakeServer::command(QStringLiteral("IUS"), QStringLiteral("for everyone")),
-                             FakeServer::command(QStringLiteral("GPL"), QStringLiteral("SEND;")),
-                             FakeServer::command(QStringLiteral("UPR"), QStringLiteral("jdoe") + QChar(2) +
-                                                                           QStringLiteral("LINK;")),
-                             FakeServer::command(QStringLiteral("SCR"), QStringLiteral("PORT=1;UDPP=2;TRCE;")),
-                             FakeServer::command(QStringLiteral("RU_"), QStringLiteral("G")),
-                             FakeServer::command(QStringLiteral("RM_"), QStringLiteral("L")),
-                             FakeServer::command(QStringLiteral("RU_"), QStringLiteral("L")),
-                             FakeServer::command(QStringLiteral("RR_")),
-                             FakeServer::command(QStringLiteral("XYZ"), QStringLiteral("ignored")),
-                             FakeServer::command(QStringLiteral("CUL"), QStringLiteral("/srv/updates"))});
+        f.server.sendJoined(
+            {FakeServer::command(QStringLiteral("IAD"), QStringLiteral("for admins")),
+             FakeServer::command(QStringLiteral("IPO"), QStringLiteral("for postmasters")),
+             FakeServer::command(QStringLiteral("IUS"), QStringLiteral("for everyone")),
+             FakeServer::command(QStringLiteral("GPL"), QStringLiteral("SEND;")),
+             FakeServer::command(QStringLiteral("UPR"),
+                                 QStringLiteral("jdoe") + QChar(2) + QStringLiteral("LINK;")),
+             FakeServer::command(QStringLiteral("SCR"), QStringLiteral("PORT=1;UDPP=2;TRCE;")),
+             FakeServer::command(QStringLiteral("RU_"), QStringLiteral("G")),
+             FakeServer::command(QStringLiteral("RM_"), QStringLiteral("L")),
+             FakeServer::command(QStringLiteral("RU_"), QStringLiteral("L")),
+             FakeServer::command(QStringLiteral("RR_")),
+             FakeServer::command(QStringLiteral("XYZ"), QStringLiteral("ignored")),
+             FakeServer::command(QStringLiteral("CUL"), QStringLiteral("/srv/updates"))});
         QTRY_VERIFY(gSession().ReceiptsLoaded);
         // Only the notice for every user reaches a plain user.
         QCOMPARE(f.frontend.questions.size(), 1);
@@ -169,10 +175,12 @@ private Q_SLOTS:
         Fixture f;
         QTRY_VERIFY(f.server.hasClient());
         // CON without its data, then a good one: the first is logged and lost.
-        f.server.sendJoined({QStringLiteral("CON"), FakeServer::command(QStringLiteral("CON"), QStringLiteral("a"))});
+        f.server.sendJoined(
+            {QStringLiteral("CON"), FakeServer::command(QStringLiteral("CON"), QStringLiteral("a"))});
         QTRY_COMPARE(f.server.receivedCodes(), (QStringList{QStringLiteral("USR"), QStringLiteral("ALL")}));
-        QVERIFY(logText().contains(QStringLiteral("frmKorvanClient:DataArrival - Subscript out of range ** Error "
-                                                  "number 9 = Subscript out of range")));
+        QVERIFY(
+            logText().contains(QStringLiteral("frmKorvanClient:DataArrival - Subscript out of range ** Error "
+                                              "number 9 = Subscript out of range")));
 
         // A zero length and a high-bit length inside the loop are logged; the
         // frames behind them still run.
@@ -200,6 +208,24 @@ private Q_SLOTS:
                              FakeServer::command(QStringLiteral("IUS"), QStringLiteral("four"))});
         QTRY_COMPARE(f.frontend.questions.size(), 4);
         QCOMPARE(gUserInfos().MyAuthority(), qint16(0));
+    }
+
+    void configurationGoesBack()
+    {
+        Fixture f;
+        QTRY_VERIFY(f.server.hasClient());
+        f.engine.NewPoliciesToSend(QString(), QStringLiteral("SEND;"));
+        f.engine.NewPoliciesToSend(QStringLiteral("jdoe"), QStringLiteral("LINK;"));
+        ServerConfig config;
+        config.Trace = true;
+        f.engine.UpdateServerConfiguration(config);
+        QTRY_COMPARE(f.server.received.size(), 3);
+        const QString tail = QChar(0) + gUserInfos().UserID();
+        QCOMPARE(f.server.received[0], QStringLiteral("GPU") + QChar(1) + QStringLiteral("SEND;") + tail);
+        QCOMPARE(f.server.received[1], QStringLiteral("UPU") + QChar(1) + QStringLiteral("jdoe") + QChar(2) +
+                                           QStringLiteral("LINK;") + tail);
+        QCOMPARE(f.server.received[2],
+                 QStringLiteral("SCU") + QChar(1) + QStringLiteral("PORT=58502;UDPP=58502;TRCE;") + tail);
     }
 
     void portChangeClosesBothSockets()

@@ -12,6 +12,7 @@
 #include "link/Encryption.h"
 #include "link/LinkCommands.h"
 #include "link/Policies.h"
+#include "link/ServerConfig.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -163,6 +164,19 @@ void KorvanClient::publishMenu()
 bool KorvanClient::SendData(const QString &data, bool monitor)
 {
     return m_connection && m_connection->SendData(data, monitor);
+}
+
+void KorvanClient::NewPoliciesToSend(const QString &reference, const QString &codes)
+{
+    TraceLog(Form + QStringLiteral("NewPoliciesToSend - RefID: ") + reference + QStringLiteral(", Codes: ") +
+             codes);
+    SendData(reference.isEmpty() ? Commands::GPU(codes) : Commands::UPU(reference, codes));
+}
+
+void KorvanClient::UpdateServerConfiguration(const ServerConfig &config)
+{
+    TraceLog(Form + QStringLiteral("UpdateServerConfiguration"));
+    SendData(Commands::SCU(config));
 }
 
 bool KorvanClient::ConnectedToServer() const

@@ -10,6 +10,7 @@ class CommandDispatcher;
 class ConnectionManager;
 class Encryption;
 class LinkCommands;
+class ServerConfig;
 struct Failure;
 
 // The client engine: lives for the whole run, owns the link, the codec, the
@@ -53,6 +54,10 @@ public:
     QString ConnectionStatusText() const;
 
     bool SendData(const QString &data, bool monitor = false);
+    // The policy form's OK: the policies of all (empty reference) or of one user.
+    void NewPoliciesToSend(const QString &reference, const QString &codes);
+    // The server configuration form's OK.
+    void UpdateServerConfiguration(const ServerConfig &config);
     bool ConnectedToServer() const;
 
     const ClientMenu &menu() const { return m_menu; }

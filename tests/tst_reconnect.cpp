@@ -1,0 +1,256 @@
+// The reconnection, monitor, watchdog and UDP rules, stepped tick by tick.
+#include "core/Globals.h"
+#include "core/KorvanClient.h"
+#include "core/Log.h"
+#include "core/Options.h"
+#include "core/Ticker.h"
+#include "core/UserInfos.h"
+#include "link/ConnectionManager.h"
+#include "link/Policies.h"
+#include "support/FakeServer.h"
+#include "support/RecordingFrontend.h"
+#include "support/TempProfile.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+QString logText()
+{
+    QFile file(LogFile::path());
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+int attempts()
+{
+    return logText().count(QStringLiteral("frmKorvanClient:ReconnectToServer - Host: "));
+}
+
+quint16 refusingPort()
+{
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+} // namespace
+
+class TestReconnect : public QObject
+{
+    Q_OBJECT
+
+private:
+    struct Fixture
+    {
+        TempProfile profile;
+        RecordingFrontend frontend;
+        KorvanClient engine;
+
+        explicit Fixture(quint16 port, int reconnectDelay = 15, qint16 policy = 60)
+        {
+            gProcess().AppDataPath = profile.dataHome();
+            gOptions().setIniPath(profile.configHome() + QStringLiteral("/KorvaneClient.ini"));
+            gOptions().Server = QStringLiteral("127.0.0.1");
+            gOptions().ClientPort = port;
+            gOptions().ReconnectDelay = reconnectDelay;
+            gOptions().Trace = true;
+            engine.Load();
+            gPolicies().Reconnect = policy;
+        }
+
+        ConnectionManager &link() const { return *engine.connection(); }
+    };
+
+private Q_SLOTS:
+    void initTestCase() { Ticker::setManual(true); }
+
+    void serverDownWithTheDefaults()
+    {
+        Fixture f(refusingPort());
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(f.link().SocketState(), int(ConnectionManager::sckError));
+        QCOMPARE(attempts(), 1);
+        f.link().tmrReconnect_Timer();
+        // One tick per failure: the count is 1 and nothing more happens.
+        QCOMPARE(gProcess().ReconnectTicks, 1);
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+        QCOMPARE(attempts(), 1);
+        QVERIFY(!logText().contains(QStringLiteral("Winsock error #")));
+    }
+
+    void delayOfOneRetriesEveryTickWithoutEnd()
+    {
+        Fixture f(refusingPort(), 1, 1);
+        for (int round = 1; round <= 4; ++round) {
+            QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+            QCOMPARE(attempts(), round);
+            f.link().tmrReconnect_Timer();
+            QCOMPARE(gProcess().ReconnectTicks, 0);
+        }
+    }
+
+    void policyZeroRetriesAtOnceAndLogsTheErrorOnce()
+    {
+        Fixture f(refusingPort(), 15, 0);
+        QTRY_VERIFY(attempts() >= 5);
+        gPolicies().Reconnect = -1;
+        QTRY_VERIFY(f.link().SocketState() == ConnectionManager::sckError);
+        QCOMPARE(logText().count(QStringLiteral("Winsock error #10061: ")), 1);
+        QCOMPARE(f.frontend.trayImage, 0);
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+    }
+
+    void policyMinusOneAfterAnErrorAndAfterAClose()
+    {
+        {
+            Fixture f(refusingPort(), 15, -1);
+            QTRY_COMPARE(f.link().SocketState(), int(ConnectionManager::sckError));
+            QVERIFY(!f.link().tmrReconnect.isEnabled());
+            QCOMPARE(attempts(), 1);
+        }
+        FakeServer server;
+        Fixture f(server.port(), 15, -1);
+        QTRY_VERIFY(server.hasClient());
+        server.closeClient();
+        // A close by the peer runs the timer whatever the policy.
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(f.frontend.trayTip, QStringLiteral("Connection closed by remote."));
+        QVERIFY(logText().contains(QStringLiteral(" -- Connection closed by remote.\n")));
+        QCOMPARE(f.link().SocketState(), int(ConnectionManager::sckClosed));
+    }
+
+    void udpOrders()
+    {
+        FakeServer server;
+        Fixture f(server.port());
+        QTRY_VERIFY(server.hasClient());
+        f.link().tmrUdpStarter_Timer();
+        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::BoundState);
+        QVERIFY(logText().contains(QStringLiteral("Binding UDP winsock to port ") +
+                                   QString::number(server.port())));
+
+        // Near misses are ignored without a trace; CON while connected only logs.
+        for (const QByteArray &datagram : {QByteArray("con"), QByteArray("CONNECT"), QByteArray("CON")})
+            server.sendUdp(datagram, server.port());
+        QTRY_VERIFY(logText().contains(QStringLiteral("Server sent a CONNECT command\t")));
+        QCOMPARE(logText().count(QStringLiteral("Server sent a")), 1);
+        QCOMPARE(server.connections(), 1);
+
+        // REC while connected: the link drops, no close event, the timer stays off.
+        QSignalSpy gone(server.client(), &QTcpSocket::disconnected);
+        server.sendUdp("REC", server.port());
+        QVERIFY(gone.wait(5000));
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+        QCOMPARE(gProcess().ReconnectTicks, 14);
+
+        // REC while not connected: the close handler runs, and the next tick connects.
+        server.sendUdp("REC", server.port());
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(gProcess().ReconnectTicks, 14);
+        f.link().tmrReconnect_Timer();
+        QTRY_COMPARE(server.connections(), 2);
+
+        // DEC: the socket simply stops.
+        QTRY_VERIFY(server.hasClient());
+        QSignalSpy stopped(server.client(), &QTcpSocket::disconnected);
+        server.sendUdp("DEC", server.port());
+        QVERIFY(stopped.wait(5000));
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+
+        // CON while not connected connects.
+        server.sendUdp("CON", server.port());
+        QTRY_COMPARE(server.connections(), 3);
+    }
+
+    void monitorAsksAndGivesUp()
+    {
+        FakeServer server;
+        Fixture f(server.port());
+        gOptions().WatchdogDelay = 3;
+        QTRY_VERIFY(server.hasClient());
+        QVERIFY(f.engine.SendData(QStringLiteral("WDG"), true));
+        QVERIFY(f.link().tmrMonitor.isEnabled());
+
+        f.link().tmrMonitor_Timer();
+        f.link().tmrMonitor_Timer();
+        QCOMPARE(f.frontend.questions.size(), 0);
+        f.frontend.answerBox(ResultYes);
+        f.link().tmrMonitor_Timer();
+        QCOMPARE(f.frontend.questions.size(), 1);
+        QCOMPARE(f.frontend.questions[0].text,
+                 QStringLiteral("Korvane Server did not respond.  Do you wish to wait few seconds more?"));
+        QCOMPARE(f.frontend.questions[0].caption, QStringLiteral("Sending data to Korvane Server"));
+        QVERIFY(f.link().tmrMonitor.isEnabled());
+        QCOMPARE(f.link().MonitorTicks, qint16(0));
+
+        // Any bytes from the server stop the wait.
+        server.send(QStringLiteral("XYZ"));
+        QTRY_VERIFY(!f.link().tmrMonitor.isEnabled());
+
+        QVERIFY(f.engine.SendData(QStringLiteral("WDG"), true));
+        for (int tick = 0; tick < 3; ++tick)
+            f.link().tmrMonitor_Timer();
+        QCOMPARE(f.frontend.questions.size(), 2);
+        // The default answer of the recorder is not Yes: the link is given up.
+        QVERIFY(!f.link().tmrMonitor.isEnabled());
+        QVERIFY(logText().contains(
+            QStringLiteral("Winsock error #999: Korvane Server did not respond to the SEND command")));
+        QTRY_COMPARE(server.connections(), 2);
+    }
+
+    void adminWatchdogSpeaksAfterSilence()
+    {
+        FakeServer server;
+        Fixture f(server.port());
+        gOptions().WatchdogFrequency = 2;
+        QTRY_VERIFY(server.hasClient());
+        f.link().tmrAdminWatchdog_Timer();
+        f.link().tmrAdminWatchdog_Timer();
+        QCOMPARE(server.received.size(), 0);
+        f.link().tmrAdminWatchdog_Timer();
+        QTRY_COMPARE(server.receivedCodes(), QStringList{QStringLiteral("WDG")});
+        QVERIFY(f.link().tmrMonitor.isEnabled());
+        QCOMPARE(f.link().WatchdogTicks, qint16(0));
+
+        gOptions().WatchdogFrequency = 0;
+        f.link().tmrAdminWatchdog_Timer();
+        f.link().tmrAdminWatchdog_Timer();
+        QTRY_COMPARE(server.received.size(), 3);
+    }
+
+    void noServerKnownAsksForOne()
+    {
+        TempProfile profile;
+        RecordingFrontend frontend;
+        gProcess().AppDataPath = profile.dataHome();
+        gOptions().setIniPath(profile.configHome() + QStringLiteral("/KorvaneClient.ini"));
+        FakeServer server;
+        KorvanClient engine;
+
+        // Nothing given: the client stays unconnected and starts no timer.
+        engine.Load();
+        QCOMPARE(frontend.questions.size(), 1);
+        QCOMPARE(frontend.questions[0].caption, QStringLiteral("Korvane Server not defined"));
+        QVERIFY(!engine.connection()->tmrReconnect.isEnabled());
+
+        // A host and a port: the attempt is made, and only a server that answered
+        // reaches the settings file.
+        frontend.answerText(QStringLiteral("127.0.0.1"));
+        frontend.answerText(QString::number(server.port()));
+        engine.connection()->ConnectToServer();
+        QCOMPARE(frontend.questions[2].text, QStringLiteral("Please enter the TCP port number to use:"));
+        QVERIFY(!QFile::exists(gOptions().iniPath()));
+        QTRY_VERIFY(server.hasClient());
+        QTRY_VERIFY(QFile::exists(gOptions().iniPath()));
+        Options reread;
+        reread.setIniPath(gOptions().iniPath());
+        reread.ReadOptions();
+        QCOMPARE(reread.Server, QStringLiteral("127.0.0.1"));
+        QCOMPARE(reread.ClientPort, int(server.port()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestReconnect)
+#include "tst_reconnect.moc"
