@@ -5,6 +5,8 @@
 #include "core/AppPaths.h"
 #include "core/KorvanClient.h"
 #include "core/ProgramStart.h"
+#include "store/DBFunctions.h"
+#include "store/Database.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/TrayIcon.h"
 
@@ -61,6 +63,9 @@ int ProgramEntry::run(int argc, char **argv)
 
     const int status = QApplication::exec();
     engine.reset();
+    // Closing the files folds the journal back in; a crash would lose nothing either.
+    ClientDB().close();
+    TempDB().close();
     Frontend::install(nullptr);
     return status;
 }

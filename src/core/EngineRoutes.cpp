@@ -6,6 +6,7 @@
 #include "core/Log.h"
 #include "link/CommandDispatcher.h"
 #include "link/LinkCommands.h"
+#include "store/DBFunctions.h"
 
 namespace {
 const QString Form = QStringLiteral("frmKorvanClient:");
@@ -144,9 +145,10 @@ void KorvanClient::UserGroupsReceived(const QString &)
     TraceLog(Form + QStringLiteral("UserGroupsReceived"));
 }
 
-void KorvanClient::GroupDeleted(const QString &)
+void KorvanClient::GroupDeleted(const QString &groupName)
 {
-    TraceLog(Form + QStringLiteral("GroupDeleted"));
+    DeleteRows(TempDB(), QStringLiteral("GroupsIBelongTo"),
+               Filter::equals(QStringLiteral("GroupName"), groupName));
 }
 
 void KorvanClient::StoreAdministrator(const QString &data, Failure &failure)

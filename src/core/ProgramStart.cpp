@@ -11,6 +11,7 @@
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
 #include "netsvc/NetApi.h"
+#include "store/DBFunctions.h"
 #include "store/DateText.h"
 
 #include <QDir>
@@ -110,6 +111,9 @@ std::unique_ptr<KorvanClient> ProgramStart::Run()
     ReadSettings();
     AskAboutTrace();
     LogFile::renew();
+    gProcess().DatabaseOpen = InitializeDB(gProcess().AppDataPath);
+    if (gProcess().DatabaseOpen)
+        GetLevels();
     for (const QString &problem : gOptions().problems())
         WriteLog(problem);
     if (!unusableDataFolder.isEmpty())

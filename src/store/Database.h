@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QHash>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariant>
+
+// One SQLite file of the client, opened once for the run. Statements are
+// prepared once and kept; transactions nest as savepoints, so an operation
+// that runs inside a caller's batch commits with the batch.
+class Database
+{
+public:
+    explicit Database(const QString &connectionName);
+    ~Database();
+    Database(const Database &) = delete;
+    Database &operator=(const Database &) = delete;
+
+    // Opens the file (making it when missing, readable by its owner only),
+    // checks that it is sound, and sets the journal. False with the reason in
+    // lastError() when the file cannot be used; a damaged file is left untouched.
+    bool open(const QString &fileName);
+    void close();
+    bool isOpen() const { return m_open; }
+    const QString &fileName() const { return m_fileName; }
+    const QString &name() const { return m_name; }
+    QString lastError() const { return m_lastError; }
+
+    // A prepared statement, made once per text. Nullptr (with lastError) when
+    // the text does not prepare, for instance on a table this file lacks.
+    QSqlQuery *prepare(const QString &sql);
+    // Prepares, binds the values in order and runs; false with lastError.
+    bool exec(const QString &sql, const QVariantList &values = {});
+    QSqlQuery *query(const QString &sql, const QVariantList &values = {});
+
+    bool begin();
+    bool commit();
+    void rollback();
+
+    bool hasTable(const QString &table);
+    int userVersion();
+    bool setUserVersion(int version);
+
+    QSqlDatabase handle() const { return QSqlDatabase::database(m_name, false); }
+
+private:
+    bool fail(const QString &error);
+
+    QString m_name;
+    QString m_fileName;
+    QString m_lastError;
+    bool m_open = false;
+    int m_depth = 0;
+    QHash<QString, QSqlQuery *> m_statements;
+};
+
+// A batch of work that commits as one, or not at all.
+class Transaction
+{
+public:
+    explicit Transaction(Database &database) : m_database(database), m_active(database.begin()) {}
+    ~Transaction()
+    {
+        if (m_active)
+            m_database.rollback();
+    }
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+
+    bool commit()
+    {
+        const bool done = m_active && m_database.commit();
+        m_active = false;
+        return done;
+    }
+
+private:
+    Database &m_database;
+    bool m_active;
+};
