@@ -170,6 +170,22 @@ private Q_SLOTS:
         stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
     }
 
+    void damagedDatabaseIsLoggedAndKept()
+    {
+        TempProfile profile;
+        presetUser(profile);
+        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                          "[Options]\nHost=127.0.0.1\nClientPort=9\n");
+        const QByteArray damaged = QByteArray("SQLite format 3\0", 16) + QByteArray(8000, '\x5a');
+        profile.writeFile(QStringLiteral("data/Korvane/Client.db"), damaged);
+        Client client;
+        start(client, profile);
+        QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(QStringLiteral(" -- Ready!")), 10000);
+        QVERIFY(client.log().contains(QStringLiteral("DBFunctions:InitializeDB - ")));
+        stop(client, SIGTERM, QStringLiteral("Windows session is ending."));
+        QCOMPARE(profile.readFile(QStringLiteral("data/Korvane/Client.db")), damaged);
+    }
+
     void nameComesFromTheDirectoryWhenNoneIsStored()
     {
         if (GetUserFullName(UserInfos::LoginName()).isEmpty())
