@@ -4,6 +4,8 @@
 #include "core/Failure.h"
 #include "core/KorvanClient.h"
 #include "core/Log.h"
+#include "delivery/MessageIntake.h"
+#include "delivery/Replication.h"
 #include "link/CommandDispatcher.h"
 #include "link/LinkCommands.h"
 #include "store/DBFunctions.h"
@@ -18,17 +20,25 @@ void KorvanClient::routeCommands()
     CommandDispatcher &d = *m_dispatcher;
     auto data = [](auto method) { return [method](const QString &text, Failure &) { method(text); }; };
 
-    d.route(QStringLiteral("MSG"), true, data([this](const QString &t) { MessageReceived(t, false); }));
-    d.route(QStringLiteral("MSL"), true, data([this](const QString &t) { MessageReceived(t, true); }));
-    d.route(QStringLiteral("PKG"), true, data([this](const QString &t) { PackageReceived(t, false); }));
-    d.route(QStringLiteral("PKL"), true, data([this](const QString &t) { PackageReceived(t, true); }));
-    d.route(QStringLiteral("ALM"), true, data([this](const QString &t) { AllMessageReceived(t); }));
+    MessageIntake &intake = *m_intake;
+    Replication &replication = *m_replication;
+    d.route(QStringLiteral("MSG"), true,
+            data([&intake](const QString &t) { intake.MessageReceived(t, false); }));
+    d.route(QStringLiteral("MSL"), true,
+            data([&intake](const QString &t) { intake.MessageReceived(t, true); }));
+    d.route(QStringLiteral("PKG"), true,
+            data([&intake](const QString &t) { intake.PackageReceived(t, false); }));
+    d.route(QStringLiteral("PKL"), true,
+            data([&intake](const QString &t) { intake.PackageReceived(t, true); }));
+    d.route(QStringLiteral("ALM"), true, data([&intake](const QString &t) { intake.AllMessageReceived(t); }));
     d.route(QStringLiteral("MSC"), true,
-            [this](const QString &t, Failure &f) { MessageStatusChanged(t, f); });
+            [&replication](const QString &t, Failure &f) { replication.MessageStatusChanged(t, f); });
     d.route(QStringLiteral("PSC"), true,
-            [this](const QString &t, Failure &f) { PackageStatusChanged(t, f); });
-    d.route(QStringLiteral("MDE"), true, data([this](const QString &t) { MessagesDeleted(t); }));
-    d.route(QStringLiteral("PDE"), true, data([this](const QString &t) { PackagesDeleted(t); }));
+            [&replication](const QString &t, Failure &f) { replication.PackageStatusChanged(t, f); });
+    d.route(QStringLiteral("MDE"), true,
+            data([&replication](const QString &t) { replication.MessagesDeleted(t); }));
+    d.route(QStringLiteral("PDE"), true,
+            data([&replication](const QString &t) { replication.PackagesDeleted(t); }));
     d.route(QStringLiteral("RCP"), true, data([this](const QString &t) { GetReceipt(t); }));
     d.route(QStringLiteral("ARC"), true, data([this](const QString &t) { GetAdminReceipt(t); }));
     for (const char16_t *code : {u"MID", u"PID", u"PTI", u"STI", u"MDU", u"PDU", u"MTP", u"PTP", u"STP"}) {
@@ -37,57 +47,27 @@ void KorvanClient::routeCommands()
     }
     d.route(QStringLiteral("RID"), true, data([this](const QString &t) { OpenReply(t, false); }));
     d.route(QStringLiteral("RAL"), true, data([this](const QString &t) { OpenReply(t, true); }));
-    d.route(QStringLiteral("TMP"), true, data([this](const QString &t) { TemplateReceived(t); }));
-    d.route(QStringLiteral("RUS"), true, data([this](const QString &t) { UsersReceived(t); }));
-    d.route(QStringLiteral("RMA"), true, data([this](const QString &t) { MachinesReceived(t); }));
-    d.route(QStringLiteral("RPI"), true, data([this](const QString &t) { GroupsReceived(t); }));
-    d.route(QStringLiteral("RPU"), true, data([this](const QString &t) { UsersGroupReceived(t); }));
-    d.route(QStringLiteral("UGR"), true, data([this](const QString &t) { UserGroupsReceived(t); }));
+    d.route(QStringLiteral("TMP"), true,
+            data([&replication](const QString &t) { replication.TemplateReceived(t); }));
+    d.route(QStringLiteral("RUS"), true,
+            data([&replication](const QString &t) { replication.UsersReceived(t); }));
+    d.route(QStringLiteral("RMA"), true,
+            data([&replication](const QString &t) { replication.MachinesReceived(t); }));
+    d.route(QStringLiteral("RPI"), true,
+            data([&replication](const QString &t) { replication.GroupsReceived(t); }));
+    d.route(QStringLiteral("RPU"), true,
+            data([&replication](const QString &t) { replication.UsersGroupReceived(t); }));
+    d.route(QStringLiteral("UGR"), true,
+            data([&replication](const QString &t) { replication.UserGroupsReceived(t); }));
     d.route(QStringLiteral("PGD"), true, data([this](const QString &t) { GroupDeleted(t); }));
-    d.route(QStringLiteral("RAD"), true, [this](const QString &t, Failure &f) { StoreAdministrator(t, f); });
-    d.route(QStringLiteral("LVL"), true, data([this](const QString &t) { LevelsReceived(t); }));
+    d.route(QStringLiteral("RAD"), true,
+            [&replication](const QString &t, Failure &f) { replication.StoreAdministrator(t, f); });
+    d.route(QStringLiteral("LVL"), true,
+            data([&replication](const QString &t) { replication.LevelsReceived(t); }));
 }
 
-// Until the store and the forms stand, each of these records that it was
-// reached; the parts that own the work replace the bodies.
-void KorvanClient::MessageReceived(const QString &, bool isLogon)
-{
-    TraceLog(Form + QStringLiteral("MessageReceived - IsLogon: ") +
-             (isLogon ? QStringLiteral("True") : QStringLiteral("False")));
-}
-
-void KorvanClient::PackageReceived(const QString &, bool isLogon)
-{
-    TraceLog(Form + QStringLiteral("PackageReceived - IsLogon: ") +
-             (isLogon ? QStringLiteral("True") : QStringLiteral("False")));
-}
-
-void KorvanClient::AllMessageReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("AllMessageReceived"));
-}
-
-void KorvanClient::MessageStatusChanged(const QString &data, Failure &failure)
-{
-    CommandDispatcher::Parts(data, 2, failure);
-    TraceLog(Form + QStringLiteral("MSC"));
-}
-
-void KorvanClient::PackageStatusChanged(const QString &data, Failure &failure)
-{
-    CommandDispatcher::Parts(data, 2, failure);
-    TraceLog(Form + QStringLiteral("PSC"));
-}
-
-void KorvanClient::MessagesDeleted(const QString &)
-{
-    TraceLog(Form + QStringLiteral("MessagesDeleted"));
-}
-
-void KorvanClient::PackagesDeleted(const QString &)
-{
-    TraceLog(Form + QStringLiteral("PackagesDeleted"));
-}
+// Until the receipts, the composers and the reply form stand, each of these
+// records that it was reached; the parts that own the work replace the bodies.
 
 void KorvanClient::GetReceipt(const QString &)
 {
@@ -115,49 +95,8 @@ void KorvanClient::OpenReply(const QString &, bool toAll)
              (toAll ? QStringLiteral("True") : QStringLiteral("False")));
 }
 
-void KorvanClient::TemplateReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("TemplateReceived"));
-}
-
-void KorvanClient::UsersReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("UsersReceived"));
-}
-
-void KorvanClient::MachinesReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("MachinesReceived"));
-}
-
-void KorvanClient::GroupsReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("GroupsReceived"));
-}
-
-void KorvanClient::UsersGroupReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("UsersGroupReceived"));
-}
-
-void KorvanClient::UserGroupsReceived(const QString &)
-{
-    TraceLog(Form + QStringLiteral("UserGroupsReceived"));
-}
-
 void KorvanClient::GroupDeleted(const QString &groupName)
 {
     DeleteRows(TempDB(), QStringLiteral("GroupsIBelongTo"),
                Filter::equals(QStringLiteral("GroupName"), groupName));
-}
-
-void KorvanClient::StoreAdministrator(const QString &data, Failure &failure)
-{
-    CommandDispatcher::Parts(data, 2, failure);
-    TraceLog(Form + QStringLiteral("StoreAdministrator"));
-}
-
-void KorvanClient::LevelsReceived(const QString &)
-{
-    TraceLog(QStringLiteral("Deleting existing levels\t"));
 }

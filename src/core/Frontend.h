@@ -3,6 +3,7 @@
 #include <QString>
 
 class ClientMenu;
+class DVMessage;
 class Policies;
 class ServerConfig;
 
@@ -61,6 +62,16 @@ public:
     // (empty reference) or of one user, and the server's configuration.
     virtual void ShowPolicies(const QString &reference, const Policies &policies) = 0;
     virtual void ShowServerConfig(const ServerConfig &config) = 0;
+
+    // The banner's queue: a due message joins it, a withdrawn one leaves it.
+    virtual void AddMessageToDisplay(const DVMessage &msg) = 0;
+    virtual void DeleteMessageFromDisplay(const QString &msgID) = 0;
+    virtual bool IsOnDisplay(const QString &msgID) const = 0;
+
+    // The console's open list (its number, as CurrentList holds it) is told of a
+    // row that came or went.
+    virtual void AddRecord(int list, const DVMessage &msg) = 0;
+    virtual void DelRecord(int list, const QString &msgID) = 0;
 
     // Which directory list has arrived in full.
     enum ListKind {

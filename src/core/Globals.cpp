@@ -33,6 +33,11 @@ UserInfos &gUserInfos()
     return *userInfos;
 }
 
+void ReplaceUserInfos(const UserInfos &user)
+{
+    userInfos = std::make_unique<UserInfos>(user);
+}
+
 Policies &gPolicies()
 {
     if (!policies)

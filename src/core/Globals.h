@@ -29,6 +29,8 @@ ProcessState &gProcess();
 Options &gOptions();
 // Created at its first use, which reads the login name.
 UserInfos &gUserInfos();
+// Speaks for another login from now on (tests and tools).
+void ReplaceUserInfos(const UserInfos &user);
 // The rights of the user; defaults until the server says otherwise.
 Policies &gPolicies();
 Session &gSession();

@@ -6,6 +6,9 @@
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
+#include "delivery/MessageIntake.h"
+#include "delivery/Replication.h"
+#include "delivery/Scheduler.h"
 #include "link/CommandDispatcher.h"
 #include "link/Commands.h"
 #include "link/ConnectionManager.h"
@@ -79,6 +82,11 @@ bool KorvanClient::Load(QString *error)
     m_connection = std::make_unique<ConnectionManager>(*m_encryptor);
     m_dispatcher = std::make_unique<CommandDispatcher>(*m_encryptor);
     m_linkCommands = std::make_unique<LinkCommands>(*m_connection, [this] { SetMenu(); });
+    const auto send = [this](const QString &payload) { return SendData(payload); };
+    m_replication = std::make_unique<Replication>(send);
+    m_intake = std::make_unique<MessageIntake>(
+        send, [this] { return LocalIP(); }, *m_replication);
+    m_scheduler = std::make_unique<Scheduler>();
     connect(m_connection.get(), &ConnectionManager::notifyIcon, this, &KorvanClient::NotifyIcon);
     connect(m_connection.get(), &ConnectionManager::bytesArrived, this,
             [this](const QByteArray &bytes) { m_dispatcher->DataArrival(bytes); });
@@ -104,7 +112,10 @@ bool KorvanClient::Load(QString *error)
     SetMenu();
     WriteLog(QStringLiteral("Ready!"));
 
-    LastScanMinute = -1;
+    // What passed while the client was off is put right before the first scan.
+    m_scheduler->ComputePassedExactTime();
+    m_scheduler->LastScanMinute = -1;
+    m_scheduler->tmrCedule.setEnabled(true);
     if (error)
         error->clear();
     return true;
@@ -121,6 +132,9 @@ void KorvanClient::QueryUnload(int closeMode)
 
 void KorvanClient::Unload()
 {
+    m_scheduler.reset();
+    m_intake.reset();
+    m_replication.reset();
     m_linkCommands.reset();
     m_dispatcher.reset();
     m_connection.reset();
@@ -177,6 +191,17 @@ void KorvanClient::UpdateServerConfiguration(const ServerConfig &config)
 {
     TraceLog(Form + QStringLiteral("UpdateServerConfiguration"));
     SendData(Commands::SCU(config));
+}
+
+void KorvanClient::ComputeNextRunDate(DVMessage &msg)
+{
+    if (m_scheduler)
+        m_scheduler->ComputeNextRunDate(msg);
+}
+
+QString KorvanClient::LocalIP() const
+{
+    return m_connection ? m_connection->LocalIP() : QString();
 }
 
 bool KorvanClient::ConnectedToServer() const

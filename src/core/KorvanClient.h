@@ -8,8 +8,12 @@
 
 class CommandDispatcher;
 class ConnectionManager;
+class DVMessage;
 class Encryption;
 class LinkCommands;
+class MessageIntake;
+class Replication;
+class Scheduler;
 class ServerConfig;
 struct Failure;
 
@@ -64,32 +68,24 @@ public:
     ConnectionManager *connection() const { return m_connection.get(); }
     CommandDispatcher *dispatcher() const { return m_dispatcher.get(); }
     LinkCommands *linkCommands() const { return m_linkCommands.get(); }
+    MessageIntake *intake() const { return m_intake.get(); }
+    Replication *replication() const { return m_replication.get(); }
+    Scheduler *scheduler() const { return m_scheduler.get(); }
 
     bool PopupOpen = false;
-    qint16 LastScanMinute = -1;
 
-    // Commands whose work belongs to the delivery, authoring and console parts
-    // of the client; each is routed here by its own name.
-    void MessageReceived(const QString &data, bool isLogon);
-    void PackageReceived(const QString &data, bool isLogon);
-    void AllMessageReceived(const QString &data);
-    void MessageStatusChanged(const QString &data, Failure &failure);
-    void PackageStatusChanged(const QString &data, Failure &failure);
-    void MessagesDeleted(const QString &data);
-    void PackagesDeleted(const QString &data);
+    // Moves a repeating message on once the reader acknowledged it.
+    void ComputeNextRunDate(DVMessage &msg);
+    // The local address of the link, which targets may name.
+    QString LocalIP() const;
+
+    // Commands whose work belongs to the authoring and console parts of the
+    // client; each is routed here by its own name.
     void GetReceipt(const QString &data);
     void GetAdminReceipt(const QString &data);
     void OpenComposer(const QString &code, const QString &data, Failure &failure);
     void OpenReply(const QString &msgID, bool toAll);
-    void TemplateReceived(const QString &data);
-    void UsersReceived(const QString &data);
-    void MachinesReceived(const QString &data);
-    void GroupsReceived(const QString &data);
-    void UsersGroupReceived(const QString &data);
-    void UserGroupsReceived(const QString &data);
     void GroupDeleted(const QString &groupName);
-    void StoreAdministrator(const QString &data, Failure &failure);
-    void LevelsReceived(const QString &data);
 
 Q_SIGNALS:
     // The person chose to quit; the engine has already unloaded.
@@ -108,5 +104,8 @@ private:
     std::unique_ptr<ConnectionManager> m_connection;
     std::unique_ptr<CommandDispatcher> m_dispatcher;
     std::unique_ptr<LinkCommands> m_linkCommands;
+    std::unique_ptr<Replication> m_replication;
+    std::unique_ptr<MessageIntake> m_intake;
+    std::unique_ptr<Scheduler> m_scheduler;
     ClientMenu m_menu;
 };

@@ -1,6 +1,7 @@
 #include "ui/DesktopFrontend.h"
 
 #include "core/Log.h"
+#include "store/DVMessage.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
 #include "ui/TrayIcon.h"
@@ -96,3 +97,24 @@ void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
 {
     TraceLog(QStringLiteral("frmKorvanClient:DisplayList %1 %2").arg(int(list)).arg(letter));
 }
+
+// The banner and the console's lists come with their own parts of the client;
+// until then what reaches them is traced.
+void DesktopFrontend::AddMessageToDisplay(const DVMessage &msg)
+{
+    TraceLog(QStringLiteral("frmBanner:AddMessageToDisplay - ") + msg.MsgID);
+}
+
+void DesktopFrontend::DeleteMessageFromDisplay(const QString &msgID)
+{
+    TraceLog(QStringLiteral("frmBanner:DeleteMessageFromDisplay - ") + msgID);
+}
+
+bool DesktopFrontend::IsOnDisplay(const QString &) const
+{
+    return false;
+}
+
+void DesktopFrontend::AddRecord(int, const DVMessage &) {}
+
+void DesktopFrontend::DelRecord(int, const QString &) {}

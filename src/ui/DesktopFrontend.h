@@ -32,6 +32,11 @@ public:
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
     void DisplayList(ListKind list, const QString &letter) override;
+    void AddMessageToDisplay(const DVMessage &msg) override;
+    void DeleteMessageFromDisplay(const QString &msgID) override;
+    bool IsOnDisplay(const QString &msgID) const override;
+    void AddRecord(int list, const DVMessage &msg) override;
+    void DelRecord(int list, const QString &msgID) override;
 
     TrayIcon *tray() const { return m_tray; }
 

@@ -2,6 +2,7 @@
 
 #include "link/Policies.h"
 #include "link/ServerConfig.h"
+#include "store/DVMessage.h"
 
 int RecordingFrontend::MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons)
 {
@@ -81,4 +82,33 @@ void RecordingFrontend::ShowServerConfig(const ServerConfig &config)
 void RecordingFrontend::DisplayList(ListKind list, const QString &letter)
 {
     events.append(QStringLiteral("display %1 %2").arg(int(list)).arg(letter));
+}
+
+void RecordingFrontend::AddMessageToDisplay(const DVMessage &msg)
+{
+    // The same id again goes to the end of the queue.
+    onDisplay.removeAll(msg.MsgID);
+    onDisplay.append(msg.MsgID);
+    displayed.append(msg.MsgID);
+}
+
+void RecordingFrontend::DeleteMessageFromDisplay(const QString &msgID)
+{
+    onDisplay.removeAll(msgID);
+    events.append(QStringLiteral("undisplay ") + msgID);
+}
+
+bool RecordingFrontend::IsOnDisplay(const QString &msgID) const
+{
+    return onDisplay.contains(msgID);
+}
+
+void RecordingFrontend::AddRecord(int list, const DVMessage &msg)
+{
+    events.append(QStringLiteral("add %1 %2").arg(list).arg(msg.MsgID));
+}
+
+void RecordingFrontend::DelRecord(int list, const QString &msgID)
+{
+    events.append(QStringLiteral("del %1 %2").arg(list).arg(msgID));
 }

@@ -47,8 +47,17 @@ public:
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
     void DisplayList(ListKind list, const QString &letter) override;
+    void AddMessageToDisplay(const DVMessage &msg) override;
+    void DeleteMessageFromDisplay(const QString &msgID) override;
+    bool IsOnDisplay(const QString &msgID) const override;
+    void AddRecord(int list, const DVMessage &msg) override;
+    void DelRecord(int list, const QString &msgID) override;
 
     QList<Question> questions;
+    // The banner's queue as the engine left it, in order of arrival.
+    QStringList onDisplay;
+    // Every message handed to the banner, in order.
+    QStringList displayed;
     QStringList events;
     ClientMenu lastMenu;
     int trayImage = -1;

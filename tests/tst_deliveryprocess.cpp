@@ -1,0 +1,174 @@
+// The real client binary takes records from a server on loopback: each is
+// confirmed in batch order, stored as its branch says, and none that the
+// server saw confirmed is lost when the client is killed.
+#include "store/DVMessage.h"
+#include "store/MessageCodes.h"
+#include "support/FakeServer.h"
+#include "support/TempProfile.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTest>
+
+#include <csignal>
+
+namespace {
+
+QString record(const QString &id, const QString &target = QString(), const QString &agent = QString())
+{
+    DVMessage m;
+    m.MsgID = id;
+    m.Subject = QStringLiteral("About ") + id;
+    m.Message = QStringLiteral("Text of ") + id;
+    m.UserID = QStringLiteral("author");
+    m.UserName = QStringLiteral("The Author");
+    m.MachineID = QStringLiteral("ws-1");
+    m.Target = target;
+    m.Agent = agent;
+    m.ReceiptRequired = true;
+    m.DeleteAtExpiration = true;
+    m.Status = StatusActive;
+    m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
+    m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
+    return m.ToString();
+}
+
+QSet<QString> storedIds(const QString &file)
+{
+    QSet<QString> ids;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("reader"));
+        db.setDatabaseName(file);
+        if (db.open()) {
+            QSqlQuery rows(QStringLiteral("SELECT MsgID FROM Inbox"), db);
+            while (rows.next())
+                ids.insert(rows.value(0).toString());
+        }
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("reader"));
+    return ids;
+}
+
+} // namespace
+
+class TestDeliveryProcess : public QObject
+{
+    Q_OBJECT
+
+private:
+    struct Client
+    {
+        QProcess process;
+
+        void start(const TempProfile &profile)
+        {
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QStringLiteral("XDG_CONFIG_HOME"), profile.configHome());
+            env.insert(QStringLiteral("XDG_DATA_HOME"), profile.dataHome());
+            env.insert(QStringLiteral("XDG_RUNTIME_DIR"), profile.runtimeDir());
+            env.insert(QStringLiteral("XDG_CONFIG_DIRS"), profile.systemConfigDir());
+            env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+            process.setProcessEnvironment(env);
+            process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
+            process.waitForStarted(10000);
+        }
+        void signal(int number)
+        {
+            ::kill(static_cast<pid_t>(process.processId()), number);
+            process.waitForFinished(10000);
+        }
+    };
+
+    static void prepare(const TempProfile &profile, const FakeServer &server)
+    {
+        profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=Jane Doe\n");
+        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                          "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(server.port()) +
+                              "\n");
+    }
+
+    static QStringList confirmedIds(const FakeServer &server)
+    {
+        QStringList ids;
+        for (const QString &payload : server.received)
+            if (FakeServer::codeOf(payload) == QLatin1String("CMS"))
+                ids << payload.section(QChar(1), 1).section(QChar(2), 0, 0);
+        return ids;
+    }
+
+private Q_SLOTS:
+    void batchConfirmedInOrderAndStored()
+    {
+        TempProfile profile;
+        FakeServer server;
+        prepare(profile, server);
+        Client client;
+        client.start(profile);
+        QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
+        server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-1")));
+        QTRY_COMPARE_WITH_TIMEOUT(server.received.size(), 2, 10000);
+
+        const QStringList batch = {
+            record(QStringLiteral("A")), record(QStringLiteral("B"), QStringLiteral("someone")),
+            record(QStringLiteral("C")), record(QStringLiteral("D"), QString(), QStringLiteral("agent-2")),
+            record(QStringLiteral("E"))};
+        server.send(FakeServer::command(QStringLiteral("MSG"), batch.join(QChar(2))));
+        QTRY_COMPARE_WITH_TIMEOUT(
+            confirmedIds(server),
+            (QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("D")}),
+            10000);
+        // Each confirmation names this machine.
+        const QString cms = server.received[2];
+        QVERIFY(cms.startsWith(QStringLiteral("CMS") + QChar(1) + QStringLiteral("A") + QChar(2)));
+        client.signal(SIGTERM);
+
+        const QSet<QString> ids = storedIds(profile.dataHome() + QStringLiteral("/Korvane/Client.db"));
+        QCOMPARE(ids, (QSet<QString>{QStringLiteral("A"), QStringLiteral("C")}));
+    }
+
+    void killedWhileStreamingLosesNothingConfirmed()
+    {
+        TempProfile profile;
+        FakeServer server;
+        prepare(profile, server);
+        auto *random = QRandomGenerator::global();
+        int next = 0;
+        for (int round = 0; round < 3; ++round) {
+            const qsizetype before = confirmedIds(server).size();
+            Client client;
+            client.start(profile);
+            QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
+            server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-1")));
+            // Thousands of records in batches of a hundred, then a kill at a random moment.
+            for (int batchNo = 0; batchNo < 30; ++batchNo) {
+                QStringList batch;
+                for (int i = 0; i < 100; ++i)
+                    batch << record(QStringLiteral("R%1").arg(next++));
+                server.send(FakeServer::command(QStringLiteral("MSG"), batch.join(QChar(2))));
+            }
+            const int wanted = 1 + int(random->bounded(2500));
+            QTRY_VERIFY_WITH_TIMEOUT(confirmedIds(server).size() >= before + wanted, 30000);
+            client.signal(SIGKILL);
+            QTRY_VERIFY(!server.hasClient());
+        }
+
+        // After a restart, every record the server saw confirmed is in the store.
+        Client last;
+        last.start(profile);
+        QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
+        last.signal(SIGTERM);
+        const QSet<QString> ids = storedIds(profile.dataHome() + QStringLiteral("/Korvane/Client.db"));
+        const QStringList confirmed = confirmedIds(server);
+        QVERIFY(!confirmed.isEmpty());
+        for (const QString &id : confirmed)
+            QVERIFY2(ids.contains(id), qPrintable(id));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDeliveryProcess)
+#include "tst_deliveryprocess.moc"
