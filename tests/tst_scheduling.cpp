@@ -102,14 +102,15 @@ private Q_SLOTS:
         QTest::newRow("minutes") << at(9, 0) << at(9, 7) << 0 << 5 << at(9, 10);
         QTest::newRow("hours") << at(9, 0) << at(11, 30) << 1 << 1 << at(12, 0);
         QTest::newRow("days over midnight, equal to now moved on")
-            << FakeClock::at(2026, 11, 20, 23, 30) << at(23, 30) << 2 << 1 << FakeClock::at(2026, 11, 24, 23, 30);
+            << FakeClock::at(2026, 11, 20, 23, 30) << at(23, 30) << 2 << 1
+            << FakeClock::at(2026, 11, 24, 23, 30);
         QTest::newRow("weeks") << FakeClock::at(2026, 11, 2, 8, 15) << at(8, 14) << 3 << 1 << at(8, 15);
         QTest::newRow("monthly from 31 January")
             << jan31 << FakeClock::at(2026, 4, 1) << 4 << 1 << FakeClock::at(2026, 4, 28, 9, 0);
-        QTest::newRow("clamp to 29 February stays")
-            << FakeClock::at(2028, 1, 31) << FakeClock::at(2028, 5, 1) << 4 << 1 << FakeClock::at(2028, 5, 29);
-        QTest::newRow("years from a leap day")
-            << FakeClock::at(2024, 2, 29) << FakeClock::at(2026, 1, 1) << 5 << 1 << FakeClock::at(2026, 2, 28);
+        QTest::newRow("clamp to 29 February stays") << FakeClock::at(2028, 1, 31) << FakeClock::at(2028, 5, 1)
+                                                    << 4 << 1 << FakeClock::at(2028, 5, 29);
+        QTest::newRow("years from a leap day") << FakeClock::at(2024, 2, 29) << FakeClock::at(2026, 1, 1) << 5
+                                               << 1 << FakeClock::at(2026, 2, 28);
         QTest::newRow("zero date, minutes") << DateText::ZeroDate() << at(10, 30) << 0 << 1 << at(10, 31);
         QTest::newRow("already later") << at(12, 0) << at(9, 0) << 1 << 1 << at(12, 0);
         QTest::newRow("value 0") << at(9, 0) << at(11, 0) << 1 << 0 << at(9, 0);
@@ -176,8 +177,7 @@ private Q_SLOTS:
         Fixture f;
         f.store(Inbox, message(QStringLiteral("logon"), DeliveryLogon, at(23, 0)));
         f.store(Inbox, message(QStringLiteral("due"), DeliveryScheduled, at(10, 0)));
-        f.store(Inbox,
-                message(QStringLiteral("at1140"), DeliveryScheduled, FakeClock::at(2026, 11, 23, 11, 40)));
+        f.store(Inbox, message(QStringLiteral("at1140"), DeliveryScheduled, at(11, 40)));
         const auto step = [&f](const QDateTime &now) {
             f.clock.set(now);
             f.frontend.displayed.clear();
@@ -194,7 +194,6 @@ private Q_SLOTS:
         // Back in time: a scan, no logon scan, and the 11:40 message waits for 11:40.
         QCOMPARE(step(at(11, 20, 0)), QStringList{QStringLiteral("due")});
         QCOMPARE(step(at(11, 40, 0)), (QStringList{QStringLiteral("due"), QStringLiteral("at1140")}));
-        QCOMPARE(f.scheduler.tmrCedule.interval(), 1000);
     }
 
     void scanMessagesPurgesAndMarks()
@@ -205,74 +204,61 @@ private Q_SLOTS:
         f.store(Inbox, message(QStringLiteral("in-later"), DeliveryImmediate, at(23, 0), at(10, 31)));
         f.store(InPkg, message(QStringLiteral("pkg-now"), DeliveryImmediate, at(23, 0), at(10, 30)));
         f.store(InPkg, message(QStringLiteral("pkg-due"), DeliveryImmediate, at(10, 0)));
-        f.store(Outbox, message(QStringLiteral("out-week"), DeliveryImmediate, at(9, 0),
-                                FakeClock::at(2026, 11, 16, 10, 30)));
-        // A minute short of seven days past expiration: kept, and shown as expired.
-        f.store(Outbox, message(QStringLiteral("out-recent"), DeliveryImmediate, at(9, 0),
-                                FakeClock::at(2026, 11, 16, 10, 31)));
-        f.store(Outbox, message(QStringLiteral("out-live"), DeliveryImmediate, at(9, 0)));
+        const QDateTime weekAgo = FakeClock::at(2026, 11, 16, 10, 30);
+        f.store(Outbox, message(QStringLiteral("out-week"), DeliveryImmediate, at(9, 0), weekAgo));
+        f.store(Outbox,
+                message(QStringLiteral("out-recent"), DeliveryImmediate, at(9, 0), weekAgo.addSecs(60)));
         f.store(Outbox, message(QStringLiteral("out-now"), DeliveryImmediate, at(9, 0), at(10, 30)));
+        f.store(Outbox, message(QStringLiteral("out-live"), DeliveryImmediate, at(9, 0)));
         f.scheduler.ScanMessages();
-        QVERIFY(!f.exists(Inbox, QStringLiteral("in-now")));
-        QVERIFY(f.exists(Inbox, QStringLiteral("in-later")));
-        QVERIFY(!f.exists(InPkg, QStringLiteral("pkg-now")));
-        QVERIFY(!f.exists(Outbox, QStringLiteral("out-week")));
-        QCOMPARE(GetMessage(ClientDB(), Outbox, QStringLiteral("out-recent")).Status, qint32(StatusExpired));
-        QCOMPARE(GetMessage(ClientDB(), Outbox, QStringLiteral("out-now")).Status, qint32(StatusExpired));
-        QCOMPARE(GetMessage(ClientDB(), Outbox, QStringLiteral("out-live")).Status, qint32(StatusActive));
+        QVERIFY(!MessageExist(ClientDB(), Inbox, QStringLiteral("in-now")));
+        QVERIFY(MessageExist(ClientDB(), Inbox, QStringLiteral("in-later")));
+        QVERIFY(!MessageExist(ClientDB(), InPkg, QStringLiteral("pkg-now")));
+        QVERIFY(!MessageExist(ClientDB(), Outbox, QStringLiteral("out-week")));
+        // The author's copies show as expired until seven days have passed.
+        QCOMPARE(f.row(Outbox, QStringLiteral("out-recent")).Status, qint32(StatusExpired));
+        QCOMPARE(f.row(Outbox, QStringLiteral("out-now")).Status, qint32(StatusExpired));
+        QCOMPARE(f.row(Outbox, QStringLiteral("out-live")).Status, qint32(StatusActive));
         QCOMPARE(f.frontend.displayed, QStringList{QStringLiteral("pkg-due")});
     }
 
-    void scanTable_data()
+    void scanTableExactTimeOnlyInItsMinute()
     {
-        QTest::addColumn<bool>("exact");
-        QTest::addColumn<int>("offset"); // minutes from now to NextRunDate
-        QTest::addColumn<int>("action");
-        QTest::addColumn<int>("delivery");
-        QTest::addColumn<int>("step");
-        QTest::addColumn<bool>("shown");
-        QTest::newRow("exact, a minute ago") << true << -1 << 0 << 3 << 2 << false;
-        QTest::newRow("exact, this minute") << true << 0 << 0 << 3 << 2 << true;
-        QTest::newRow("exact, next minute") << true << 1 << 0 << 3 << 2 << false;
-        QTest::newRow("ordinary, an hour ago") << false << -60 << 0 << 3 << 2 << true;
-        QTest::newRow("ordinary, this minute") << false << 0 << 0 << 3 << 2 << true;
-        QTest::newRow("ordinary, next minute") << false << 1 << 0 << 3 << 2 << false;
-        QTest::newRow("queued") << false << -1 << 1 << 3 << 2 << false;
-        QTest::newRow("logon delivery") << false << -1 << 0 << 1 << 2 << false;
-        QTest::newRow("repeat at logon") << false << -1 << 0 << 3 << 6 << false;
-    }
-
-    void scanTable()
-    {
-        QFETCH(bool, exact);
-        QFETCH(int, offset);
-        QFETCH(int, action);
-        QFETCH(int, delivery);
-        QFETCH(int, step);
         Fixture f;
-        DVMessage m = message(QStringLiteral("M1"), qint16(delivery), at(10, 30).addSecs(offset * 60));
-        m.ExactTime = exact;
-        m.MsgAction = action;
-        m.RepeatStep = step;
-        f.store(Inbox, m);
+        const auto add = [&f](const char *id, bool exact, int minutes) {
+            DVMessage m =
+                repeating(message(QLatin1String(id), DeliveryScheduled, at(10, 30).addSecs(minutes * 60)),
+                          RepeatDays, 0, exact);
+            f.store(Inbox, m);
+            return m;
+        };
+        add("exact-before", true, -1);
+        add("exact-now", true, 0);
+        add("exact-after", true, 1);
+        add("past", false, -60);
+        add("now", false, 0);
+        add("after", false, 1);
+        DVMessage queued = add("queued", false, -1);
+        queued.MsgAction = ActionQueued;
+        f.store(Inbox, queued);
+        f.store(Inbox, message(QStringLiteral("logon"), DeliveryLogon, at(10, 0)));
+        f.store(Inbox,
+                repeating(message(QStringLiteral("at-logon"), DeliveryScheduled, at(10, 0)), RepeatLogon, 1));
         f.scheduler.ScanTable(ClientDB(), Inbox, at(10, 30));
-        QTEST(f.frontend.displayed.contains(QStringLiteral("M1")), "shown");
+        QCOMPARE(f.frontend.displayed,
+                 (QStringList{QStringLiteral("exact-now"), QStringLiteral("past"), QStringLiteral("now")}));
     }
 
     void scanAtLogonAndFailures()
     {
         Fixture f;
-        DVMessage repeating = message(QStringLiteral("repeat"), DeliveryImmediate, at(23, 0));
-        repeating.RepeatStep = RepeatLogon;
-        repeating.RepeatValue = 1;
-        DVMessage notRepeating = repeating;
-        notRepeating.MsgID = QStringLiteral("once");
-        notRepeating.RepeatValue = 0;
+        const DVMessage atLogon =
+            repeating(message(QStringLiteral("repeat"), DeliveryImmediate, at(23, 0)), 6, 1);
         DVMessage acknowledged = message(QStringLiteral("acked"), DeliveryLogon, at(9, 0));
         acknowledged.Status = StatusFinished;
         f.store(Inbox, message(QStringLiteral("future"), DeliveryLogon, FakeClock::at(2027, 1, 1)));
-        f.store(Inbox, repeating);
-        f.store(Inbox, notRepeating);
+        f.store(Inbox, atLogon);
+        f.store(Inbox, repeating(message(QStringLiteral("once"), DeliveryImmediate, at(23, 0)), 6, 0));
         f.store(Inbox, acknowledged);
         f.store(InPkg, message(QStringLiteral("pkg"), DeliveryLogon, at(9, 0)));
         f.scheduler.ScanMessagesAtLogon();
@@ -283,13 +269,11 @@ private Q_SLOTS:
 
         // A closed store is logged by each operation and nothing more.
         ClientDB().close();
-        f.scheduler.ScanMessagesAtLogon();
         f.scheduler.tmrCedule_Timer();
-        DVMessage m = message(QStringLiteral("future"), DeliveryLogon, at(9, 0));
-        f.scheduler.ComputeNextRunDate(m);
+        f.scheduler.ComputeNextRunDate(acknowledged);
         f.scheduler.ComputePassedExactTime();
         const QString log = logText();
-        QCOMPARE(log.count(QStringLiteral("frmKorvanClient:ScanMessagesAtLogon (rs2) - ")), 4);
+        QCOMPARE(log.count(QStringLiteral("frmKorvanClient:ScanMessagesAtLogon (rs2) - ")), 2);
         for (const char *operation :
              {"ExpiredDate", "ScanMessages", "ComputeNextRunDate", "ComputePassedExactTime"})
             QVERIFY2(log.contains(QStringLiteral("frmKorvanClient:") + QLatin1String(operation) +
@@ -299,88 +283,75 @@ private Q_SLOTS:
 
     void nextRunOnAcknowledgement_data()
     {
-        QTest::addColumn<QString>("level");
-        QTest::addColumn<int>("step");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<QDateTime>("nextRun");
-        QTest::addColumn<QDateTime>("expiration");
+        QTest::addColumn<DVMessage>("msg");
         QTest::addColumn<int>("status");
         QTest::addColumn<int>("action");
-        QTest::addColumn<QDateTime>("storedNextRun");
-        const QString level = QStringLiteral("Warning");
+        QTest::addColumn<QDateTime>("nextRun");
+        // Shown and now acknowledged on 1 April, 10:00:30.
         const QDateTime jan31 = FakeClock::at(2026, 1, 31, 9, 0);
-        const QDateTime later = FakeClock::at(2030, 1, 1);
-        QTest::newRow("no repetition") << level << 2 << 0 << jan31 << later << 4 << 2 << jan31;
+        const auto m = [&jan31](qint32 step, qint16 value, const QDateTime &expiration = Later) {
+            DVMessage shown =
+                repeating(message(QStringLiteral("M1"), DeliveryScheduled, jan31, expiration), step, value);
+            shown.MsgAction = ActionQueued;
+            return shown;
+        };
+        DVMessage package = m(RepeatMinutes, 30);
+        package.MsgLevel = QStringLiteral("sysKVPackage");
+        QTest::newRow("no repetition") << m(RepeatDays, 0) << 4 << 2 << jan31;
         QTest::newRow("monthly from 31 January")
-            << level << 4 << 1 << jan31 << later << 1 << 0 << FakeClock::at(2026, 4, 28, 9, 0);
-        QTest::newRow("next run past expiration")
-            << level << 2 << 1 << jan31 << FakeClock::at(2026, 4, 1, 18, 0) << 4 << 2 << jan31;
-        QTest::newRow("repeat at logon") << level << 6 << 1 << jan31 << later << 1 << 1 << jan31;
-        QTest::newRow("no date unit") << level << 9 << 1 << jan31 << later << 4 << 2 << jan31;
-        QTest::newRow("package") << QStringLiteral("sysKVPackage") << 0 << 30 << jan31 << later << 1 << 0
-                                 << FakeClock::at(2026, 4, 1, 10, 30);
+            << m(RepeatMonths, 1) << 1 << 0 << FakeClock::at(2026, 4, 28, 9, 0);
+        QTest::newRow("past expiration")
+            << m(RepeatDays, 1, FakeClock::at(2026, 4, 1, 18, 0)) << 4 << 2 << jan31;
+        QTest::newRow("repeat at logon") << m(RepeatLogon, 1) << 1 << 1 << jan31;
+        QTest::newRow("no date unit") << m(9, 1) << 4 << 2 << jan31;
+        QTest::newRow("package") << package << 1 << 0 << FakeClock::at(2026, 4, 1, 10, 30);
     }
 
     void nextRunOnAcknowledgement()
     {
-        QFETCH(QString, level);
-        QFETCH(int, step);
-        QFETCH(int, value);
-        QFETCH(QDateTime, nextRun);
-        QFETCH(QDateTime, expiration);
+        QFETCH(DVMessage, msg);
         Fixture f;
         f.clock.set(FakeClock::at(2026, 4, 1, 10, 0, 30));
-        DVMessage m = message(QStringLiteral("M1"), DeliveryScheduled, nextRun, expiration);
-        m.MsgLevel = level;
-        m.RepeatStep = step;
-        m.RepeatValue = qint16(value);
-        m.MsgAction = ActionQueued;
-        const QString table = level == QLatin1String("sysKVPackage") ? InPkg : Inbox;
-        f.store(table, m);
-        f.scheduler.ComputeNextRunDate(m);
-        const DVMessage stored = GetMessage(ClientDB(), table, QStringLiteral("M1"));
+        const QString table = msg.MsgLevel == QLatin1String("sysKVPackage") ? InPkg : Inbox;
+        f.store(table, msg);
+        f.scheduler.ComputeNextRunDate(msg);
+        const DVMessage stored = f.row(table, msg.MsgID);
         QTEST(stored.Status, "status");
         QTEST(stored.MsgAction, "action");
-        QTEST(stored.NextRunDate, "storedNextRun");
+        QTEST(stored.NextRunDate, "nextRun");
     }
 
     void passedExactTimeAtStart()
     {
         Fixture f;
-        DVMessage hourly = message(QStringLiteral("hourly"), DeliveryScheduled, at(8, 0));
-        hourly.ExactTime = true;
-        hourly.RepeatStep = RepeatHours;
-        hourly.RepeatValue = 1;
-        DVMessage ending = hourly;
-        ending.MsgID = QStringLiteral("ending");
-        ending.ExpirationDate = at(10, 45);
-        DVMessage once = hourly;
-        once.MsgID = QStringLiteral("once");
-        once.RepeatValue = 0;
-        for (const DVMessage &m : {hourly, ending, once})
-            f.store(Inbox, m);
+        const auto exact = [](const char *id, qint16 value, const QDateTime &expiration = Later) {
+            return repeating(message(QLatin1String(id), DeliveryScheduled, at(8, 0), expiration), RepeatHours,
+                             value, true);
+        };
+        f.store(Inbox, exact("hourly", 1));
+        f.store(Inbox, exact("ending", 1, at(10, 45)));
+        f.store(Inbox, exact("once", 0));
         f.scheduler.ComputePassedExactTime();
-        const auto row = [](const QString &id) { return GetMessage(ClientDB(), Inbox, id); };
-        QCOMPARE(row(QStringLiteral("hourly")).NextRunDate, at(11, 0));
-        QCOMPARE(row(QStringLiteral("hourly")).Status, qint32(StatusActive));
-        QCOMPARE(row(QStringLiteral("ending")).Status, qint32(StatusFinished));
-        QCOMPARE(row(QStringLiteral("ending")).MsgAction, qint32(ActionDone));
-        QCOMPARE(row(QStringLiteral("once")).NextRunDate, at(8, 0));
-        QCOMPARE(row(QStringLiteral("once")).Status, qint32(StatusActive));
+        QCOMPARE(f.row(Inbox, QStringLiteral("hourly")).NextRunDate, at(11, 0));
+        QCOMPARE(f.row(Inbox, QStringLiteral("hourly")).Status, qint32(StatusActive));
+        QCOMPARE(f.row(Inbox, QStringLiteral("ending")).Status, qint32(StatusFinished));
+        QCOMPARE(f.row(Inbox, QStringLiteral("ending")).MsgAction, qint32(ActionDone));
+        QCOMPARE(f.row(Inbox, QStringLiteral("once")).NextRunDate, at(8, 0));
+        QCOMPARE(f.row(Inbox, QStringLiteral("once")).Status, qint32(StatusActive));
     }
 
     void hostPerAddressRange()
     {
         Fixture f;
+        const QString local = QStringLiteral("10.0.1.7");
         gOptions().Server = QStringLiteral("old");
-        gOptions().ClientPort = 1;
-        f.scheduler.ProcessGATMessage(QStringLiteral("10.0.0.1:10.0.0.9:none:2;x"),
-                                      QStringLiteral("10.0.1.7"));
+        f.scheduler.ProcessGATMessage(QStringLiteral("10.0.0.1:10.0.0.9:none:2;x"), local);
         QCOMPARE(gOptions().Server, QStringLiteral("old"));
         QVERIFY(logText().contains(QStringLiteral("frmKorvanClient:ProcessGATMessage - No valid data")));
-        f.scheduler.ProcessGATMessage(QStringLiteral("10.0.1.1:10.0.1.9:bad;10.0.1.1:10.0.1.9:first:4100;"
-                                                     "10.0.0.0:10.0.9.9:second:4200"),
-                                      QStringLiteral("10.0.1.7"));
+        f.scheduler.ProcessGATMessage(
+            QStringLiteral(
+                "10.0.1.1:10.0.1.9:bad;10.0.1.1:10.0.1.9:first:4100;10.0.0.0:10.0.9.9:second:4200"),
+            local);
         Options reread;
         reread.setIniPath(gOptions().iniPath());
         reread.ReadOptions();

@@ -6,6 +6,7 @@
 #include "core/KorvanClient.h"
 #include "core/ProgramStart.h"
 #include "store/DBFunctions.h"
+#include "store/DVMessage.h"
 #include "store/Database.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/TrayIcon.h"
@@ -40,6 +41,11 @@ int ProgramEntry::run(int argc, char **argv)
         return 1;
     }
 
+    frontend.setBannerHooks(
+        {[&engine] { return engine->menu().entry(ClientMenu::mnuDisplayReplies).checked; },
+         [&engine](DVMessage &msg) { engine->ComputeNextRunDate(msg); },
+         [&engine](const QString &payload) { return engine->SendData(payload); }});
+
     bool closing = false;
     auto close = [&](int mode) {
         if (closing)
@@ -62,6 +68,9 @@ int ProgramEntry::run(int argc, char **argv)
                      [&] { close(KorvanClient::vbAppWindows); });
 
     const int status = QApplication::exec();
+    // The banner asks the engine on its way out; it goes first.
+    frontend.destroyBanner();
+    frontend.setBannerHooks({});
     engine.reset();
     // Closing the files folds the journal back in; a crash would lose nothing either.
     ClientDB().close();

@@ -5,6 +5,7 @@
 #include "core/KorvanClient.h"
 #include "core/Log.h"
 #include "delivery/MessageIntake.h"
+#include "delivery/Receipts.h"
 #include "delivery/Replication.h"
 #include "link/CommandDispatcher.h"
 #include "link/LinkCommands.h"
@@ -39,8 +40,10 @@ void KorvanClient::routeCommands()
             data([&replication](const QString &t) { replication.MessagesDeleted(t); }));
     d.route(QStringLiteral("PDE"), true,
             data([&replication](const QString &t) { replication.PackagesDeleted(t); }));
-    d.route(QStringLiteral("RCP"), true, data([this](const QString &t) { GetReceipt(t); }));
-    d.route(QStringLiteral("ARC"), true, data([this](const QString &t) { GetAdminReceipt(t); }));
+    Receipts &receipts = *m_receipts;
+    d.route(QStringLiteral("RCP"), true, data([&receipts](const QString &t) { receipts.GetReceipt(t); }));
+    d.route(QStringLiteral("ARC"), true,
+            data([&receipts](const QString &t) { receipts.GetAdminReceipt(t); }));
     for (const char16_t *code : {u"MID", u"PID", u"PTI", u"STI", u"MDU", u"PDU", u"MTP", u"PTP", u"STP"}) {
         const QString name = QString::fromUtf16(code);
         d.route(name, true, [this, name](const QString &t, Failure &f) { OpenComposer(name, t, f); });
@@ -68,16 +71,6 @@ void KorvanClient::routeCommands()
 
 // Until the receipts, the composers and the reply form stand, each of these
 // records that it was reached; the parts that own the work replace the bodies.
-
-void KorvanClient::GetReceipt(const QString &)
-{
-    TraceLog(Form + QStringLiteral("GetReceipt"));
-}
-
-void KorvanClient::GetAdminReceipt(const QString &)
-{
-    TraceLog(Form + QStringLiteral("GetAdminReceipt"));
-}
 
 void KorvanClient::OpenComposer(const QString &code, const QString &data, Failure &failure)
 {

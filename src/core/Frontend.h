@@ -73,6 +73,11 @@ public:
     virtual void AddRecord(int list, const DVMessage &msg) = 0;
     virtual void DelRecord(int list, const QString &msgID) = 0;
 
+    // The desktop popup that gathers the readers of the user's messages. While
+    // it stands, a new text replaces its old one in place.
+    virtual void ShowReceiptPopup(const QString &text) = 0;
+    virtual bool ReceiptPopupShown() const = 0;
+
     // Which directory list has arrived in full.
     enum ListKind {
         UsersList,

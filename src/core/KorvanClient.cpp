@@ -7,6 +7,7 @@
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
 #include "delivery/MessageIntake.h"
+#include "delivery/Receipts.h"
 #include "delivery/Replication.h"
 #include "delivery/Scheduler.h"
 #include "link/CommandDispatcher.h"
@@ -87,6 +88,7 @@ bool KorvanClient::Load(QString *error)
     m_intake = std::make_unique<MessageIntake>(
         send, [this] { return LocalIP(); }, *m_replication);
     m_scheduler = std::make_unique<Scheduler>();
+    m_receipts = std::make_unique<Receipts>(send);
     connect(m_connection.get(), &ConnectionManager::notifyIcon, this, &KorvanClient::NotifyIcon);
     connect(m_connection.get(), &ConnectionManager::bytesArrived, this,
             [this](const QByteArray &bytes) { m_dispatcher->DataArrival(bytes); });
@@ -132,6 +134,7 @@ void KorvanClient::QueryUnload(int closeMode)
 
 void KorvanClient::Unload()
 {
+    m_receipts.reset();
     m_scheduler.reset();
     m_intake.reset();
     m_replication.reset();

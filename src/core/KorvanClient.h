@@ -12,6 +12,7 @@ class DVMessage;
 class Encryption;
 class LinkCommands;
 class MessageIntake;
+class Receipts;
 class Replication;
 class Scheduler;
 class ServerConfig;
@@ -71,6 +72,7 @@ public:
     MessageIntake *intake() const { return m_intake.get(); }
     Replication *replication() const { return m_replication.get(); }
     Scheduler *scheduler() const { return m_scheduler.get(); }
+    Receipts *receipts() const { return m_receipts.get(); }
 
     bool PopupOpen = false;
 
@@ -81,8 +83,6 @@ public:
 
     // Commands whose work belongs to the authoring and console parts of the
     // client; each is routed here by its own name.
-    void GetReceipt(const QString &data);
-    void GetAdminReceipt(const QString &data);
     void OpenComposer(const QString &code, const QString &data, Failure &failure);
     void OpenReply(const QString &msgID, bool toAll);
     void GroupDeleted(const QString &groupName);
@@ -107,5 +107,6 @@ private:
     std::unique_ptr<Replication> m_replication;
     std::unique_ptr<MessageIntake> m_intake;
     std::unique_ptr<Scheduler> m_scheduler;
+    std::unique_ptr<Receipts> m_receipts;
     ClientMenu m_menu;
 };

@@ -1,7 +1,9 @@
 #include "ui/DesktopFrontend.h"
 
+#include "banner/frmBanner.h"
 #include "core/Log.h"
 #include "store/DVMessage.h"
+#include "ui/DesktopNotifier.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
 #include "ui/TrayIcon.h"
@@ -11,11 +13,15 @@
 #include <QFileInfo>
 #include <QUrl>
 
-DesktopFrontend::DesktopFrontend(QObject *parent) : QObject(parent), m_tray(new TrayIcon(this)) {}
+DesktopFrontend::DesktopFrontend(QObject *parent)
+    : QObject(parent), m_tray(new TrayIcon(this)), m_notifier(new DesktopNotifier(this))
+{
+}
 
 DesktopFrontend::~DesktopFrontend()
 {
     delete m_log;
+    delete m_banner;
 }
 
 int DesktopFrontend::MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons)
@@ -98,23 +104,46 @@ void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
     TraceLog(QStringLiteral("frmKorvanClient:DisplayList %1 %2").arg(int(list)).arg(letter));
 }
 
-// The banner and the console's lists come with their own parts of the client;
-// until then what reaches them is traced.
+frmBanner *DesktopFrontend::banner()
+{
+    if (!m_banner)
+        m_banner = new frmBanner(m_bannerHooks);
+    return m_banner;
+}
+
+void DesktopFrontend::destroyBanner()
+{
+    delete m_banner;
+    m_banner = nullptr;
+}
+
 void DesktopFrontend::AddMessageToDisplay(const DVMessage &msg)
 {
-    TraceLog(QStringLiteral("frmBanner:AddMessageToDisplay - ") + msg.MsgID);
+    banner()->queue().AddMessageToDisplay(msg);
 }
 
 void DesktopFrontend::DeleteMessageFromDisplay(const QString &msgID)
 {
-    TraceLog(QStringLiteral("frmBanner:DeleteMessageFromDisplay - ") + msgID);
+    if (m_banner)
+        m_banner->queue().DeleteMessageFromDisplay(msgID);
 }
 
-bool DesktopFrontend::IsOnDisplay(const QString &) const
+bool DesktopFrontend::IsOnDisplay(const QString &msgID) const
 {
-    return false;
+    return m_banner && m_banner->queue().IsOnDisplay(msgID);
 }
 
+// The console's lists come with their own part of the client.
 void DesktopFrontend::AddRecord(int, const DVMessage &) {}
 
 void DesktopFrontend::DelRecord(int, const QString &) {}
+
+void DesktopFrontend::ShowReceiptPopup(const QString &text)
+{
+    m_notifier->show(text);
+}
+
+bool DesktopFrontend::ReceiptPopupShown() const
+{
+    return m_notifier->isShown();
+}

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "banner/DisplayQueue.h"
 #include "core/Frontend.h"
 
 #include <QObject>
 #include <QPointer>
 
+class DesktopNotifier;
 class TrayIcon;
+class frmBanner;
 class frmLog;
 
 // The engine's interface to the person, met with widgets and the desktop.
@@ -37,10 +40,21 @@ public:
     bool IsOnDisplay(const QString &msgID) const override;
     void AddRecord(int list, const DVMessage &msg) override;
     void DelRecord(int list, const QString &msgID) override;
+    void ShowReceiptPopup(const QString &text) override;
+    bool ReceiptPopupShown() const override;
 
     TrayIcon *tray() const { return m_tray; }
+    // What the banner needs of the engine; set once the engine stands.
+    void setBannerHooks(DisplayQueue::Hooks hooks) { m_bannerHooks = std::move(hooks); }
+    // Made at the first message of the run, then kept until the client exits.
+    frmBanner *banner();
+    frmBanner *existingBanner() const { return m_banner; }
+    void destroyBanner();
 
 private:
     TrayIcon *m_tray = nullptr;
     QPointer<frmLog> m_log;
+    DisplayQueue::Hooks m_bannerHooks;
+    frmBanner *m_banner = nullptr;
+    DesktopNotifier *m_notifier = nullptr;
 };

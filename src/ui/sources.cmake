@@ -1,5 +1,6 @@
 list(APPEND UI_SOURCES
     ui/DesktopFrontend.cpp ui/DesktopFrontend.h
+    ui/DesktopNotifier.cpp ui/DesktopNotifier.h
     ui/DialogButtonSet.cpp ui/DialogButtonSet.h
     ui/InputBox.cpp ui/InputBox.h
     ui/MessageBox.cpp ui/MessageBox.h

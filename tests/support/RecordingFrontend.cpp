@@ -112,3 +112,14 @@ void RecordingFrontend::DelRecord(int list, const QString &msgID)
 {
     events.append(QStringLiteral("del %1 %2").arg(list).arg(msgID));
 }
+
+void RecordingFrontend::ShowReceiptPopup(const QString &text)
+{
+    popups.append(text);
+    popupShown = true;
+}
+
+bool RecordingFrontend::ReceiptPopupShown() const
+{
+    return popupShown;
+}

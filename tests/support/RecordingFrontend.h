@@ -52,12 +52,17 @@ public:
     bool IsOnDisplay(const QString &msgID) const override;
     void AddRecord(int list, const DVMessage &msg) override;
     void DelRecord(int list, const QString &msgID) override;
+    void ShowReceiptPopup(const QString &text) override;
+    bool ReceiptPopupShown() const override;
 
     QList<Question> questions;
     // The banner's queue as the engine left it, in order of arrival.
     QStringList onDisplay;
     // Every message handed to the banner, in order.
     QStringList displayed;
+    // The texts the receipt popup showed, and whether it stands now.
+    QStringList popups;
+    bool popupShown = false;
     QStringList events;
     ClientMenu lastMenu;
     int trayImage = -1;

@@ -1,0 +1,271 @@
+#include "banner/frmBanner.h"
+
+#include "banner/SoundPlayer.h"
+#include "banner/dvxDisplay.h"
+#include "core/Globals.h"
+#include "core/Log.h"
+#include "core/Options.h"
+#include "core/StringTable.h"
+#include "netsvc/NetworkPaths.h"
+
+#include <QAction>
+#include <QCursor>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QPainter>
+#include <QScreen>
+#include <QToolButton>
+#include <QUrl>
+#include <QWindow>
+
+namespace {
+
+const QString Banner = QStringLiteral("frmBanner:");
+
+// A check mark for the acknowledge button.
+QIcon checkIcon()
+{
+    QPixmap pixmap(32, 32);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(QColor(0x1b, 0x8a, 0x3a), 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPolyline(QPolygonF({QPointF(6, 17), QPointF(13, 24), QPointF(26, 8)}));
+    return QIcon(pixmap);
+}
+
+QRect screenArea()
+{
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    return screen ? screen->geometry() : QRect(0, 0, 1024, 768);
+}
+
+} // namespace
+
+frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
+    : QWidget(parent,
+              Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus),
+      m_queue(*this, std::move(hooks))
+{
+    setObjectName(QStringLiteral("frmBanner"));
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setFocusPolicy(Qt::NoFocus);
+
+    dvxDisplay1 = new dvxDisplay(this);
+    cmdOK = new QToolButton(this);
+    cmdOK->setIcon(checkIcon());
+    cmdOK->setAutoRaise(true);
+    cmdOK->setFocusPolicy(Qt::NoFocus);
+    Mp3play1 = new SoundPlayer(this);
+
+    mnuAction = new QMenu(this);
+    mnuAcknowledge = mnuAction->addAction(QStringLiteral("Acknowledge"));
+    mnuReply = mnuAction->addAction(QStringLiteral("Reply to sender"));
+    mnuReplyToAll = mnuAction->addAction(QStringLiteral("Reply to All"));
+    mnuAttachment = mnuAction->addAction(QStringLiteral("Open the Attachment"));
+    mnuAction->addSeparator();
+    mnuViewProperties = mnuAction->addAction(QStringLiteral("View message properties"));
+
+    connect(dvxDisplay1, &dvxDisplay::Resize, this, &frmBanner::onDisplayResize);
+    connect(dvxDisplay1, &dvxDisplay::Looped, this, [this] { m_queue.Looped(); });
+    connect(dvxDisplay1, &dvxDisplay::Displayed, this, [this] { m_queue.Displayed(); });
+    connect(dvxDisplay1, &dvxDisplay::DblClick, this, [this] { m_queue.dvxDisplay_DblClick(); });
+    connect(dvxDisplay1, &dvxDisplay::Details, this, [this] {
+        m_queue.rememberDisplayed();
+        mnuViewProperties_Click();
+    });
+    connect(dvxDisplay1, &dvxDisplay::Reply, this, [this] { m_queue.mnuReply_Click(false); });
+    connect(dvxDisplay1, &dvxDisplay::MouseDown, this, [this](int button, int, double, double) {
+        if (button == 2)
+            m_queue.rememberDisplayed();
+    });
+    connect(dvxDisplay1, &dvxDisplay::MouseMove, this,
+            [this](int button, int, double, double) { onMouseMove(button); });
+    connect(dvxDisplay1, &dvxDisplay::MouseUp, this,
+            [this](int button, int, double, double) { onMouseUp(button); });
+    connect(cmdOK, &QToolButton::clicked, this, [this] { m_queue.cmdOK_Click(); });
+    connect(mnuAcknowledge, &QAction::triggered, this, [this] { m_queue.cmdOK_Click(); });
+    connect(mnuReply, &QAction::triggered, this, [this] { m_queue.mnuReply_Click(false); });
+    connect(mnuReplyToAll, &QAction::triggered, this, [this] { m_queue.mnuReply_Click(true); });
+    connect(mnuAttachment, &QAction::triggered, this, [this] { m_queue.dvxDisplay_DblClick(); });
+    connect(mnuViewProperties, &QAction::triggered, this, &frmBanner::mnuViewProperties_Click);
+
+    Form_Load();
+}
+
+frmBanner::~frmBanner() = default;
+
+void frmBanner::AssignLabels()
+{
+    dvxDisplay1->SetDetailsHint(ResString(144));
+    dvxDisplay1->SetReplyHint(ResString(145));
+    dvxDisplay1->SetLinkHint(ResString(146));
+    cmdOK->setToolTip(ResString(147));
+}
+
+void frmBanner::Form_Load()
+{
+    AssignLabels();
+    TraceLog(QStringLiteral("Creating scrolling banner..."));
+    dvxDisplay1->resize(screenArea().width() / 2, dvxDisplay1->height());
+    const Options &options = gOptions();
+    dvxDisplay1->SetPixelsPerSpeed(options.RefreshSteps);
+    dvxDisplay1->SetSpeed(options.RefreshRate);
+    dvxDisplay1->Cls();
+    QFont font(options.Font.Name);
+    font.setPointSize(qMax(1, options.Font.Size));
+    font.setBold(options.Font.Bold);
+    font.setItalic(options.Font.Italic);
+    dvxDisplay1->SetFont(font);
+    onDisplayResize();
+    PositionForm(options.HorizontalPosition, options.VerticalPosition);
+    TraceLog(QStringLiteral("Initializing sound engine..."));
+    Mp3play1->Initialise();
+    dvxDisplay1->SetEnabled(false);
+}
+
+void frmBanner::onDisplayResize()
+{
+    // The acknowledge button stands right of the strip, as high as the control.
+    const int height = dvxDisplay1->height();
+    cmdOK->setGeometry(dvxDisplay1->width(), 0, height, height);
+    cmdOK->setIconSize(QSize(height * 2 / 3, height * 2 / 3));
+    setFixedSize(dvxDisplay1->width() + cmdOK->width(), height);
+}
+
+void frmBanner::PositionForm(int horizontal, int vertical)
+{
+    const QRect screen = screenArea();
+    QPoint at = pos();
+    if (horizontal == 0)
+        at.setX(screen.left());
+    else if (horizontal == 1)
+        at.setX(screen.left() + screen.width() / 2 - width() / 2);
+    else if (horizontal == 2)
+        at.setX(screen.right() + 1 - width());
+    // There is no vertical centre, and the whole screen counts: a bottom banner
+    // lies over the panel.
+    if (vertical == 0)
+        at.setY(screen.top());
+    else if (vertical == 1)
+        at.setY(screen.bottom() + 1 - height());
+    move(at);
+}
+
+bool frmBanner::isShown() const
+{
+    return isVisible();
+}
+
+void frmBanner::ActivateMessages()
+{
+    TraceLog(Banner + QStringLiteral("ActivateMessages"));
+    // A screen that changed since the last message pulls the banner back into view.
+    const QRect screen = screenArea();
+    QPoint at = pos();
+    if (screen.bottom() + 1 - height() < at.y())
+        at.setY(qMax(screen.top(), screen.bottom() + 1 - height()));
+    if (screen.right() + 1 - width() < at.x())
+        at.setX(qMax(screen.left(), screen.right() + 1 - width()));
+    move(at);
+    dvxDisplay1->SetEnabled(true);
+    if (!isVisible()) {
+        show();
+        raise();
+    }
+}
+
+void frmBanner::hideBanner()
+{
+    dvxDisplay1->SetEnabled(false);
+    hide();
+}
+
+void frmBanner::showStrip(const StripLook &look)
+{
+    dvxDisplay1->SetBackColor(look.BackColor);
+    dvxDisplay1->SetForeColor(look.ForeColor);
+    dvxDisplay1->SetShadowColor(look.ShadowColor);
+    dvxDisplay1->ShowShadow = look.ShowShadow;
+    // A message with a link looks like a link.
+    dvxDisplay1->SetMousePointer(look.HasLink ? dvxDisplay::HandPointer : 0);
+    dvxDisplay1->SetFontUnderline(look.HasLink);
+    mnuAttachment->setVisible(look.HasLink);
+    dvxDisplay1->SetLinkEnabled(look.HasLink);
+    dvxDisplay1->SetReplyEnabled(look.AllowReply);
+    mnuReply->setVisible(look.AllowReply);
+    mnuReplyToAll->setVisible(look.AllowReply);
+    dvxDisplay1->SetFromInfo(look.FromInfo);
+    dvxDisplay1->SetText(look.Text);
+    dvxDisplay1->WriteText(true);
+}
+
+void frmBanner::setAcknowledgeEnabled(bool enabled)
+{
+    cmdOK->setEnabled(enabled);
+    mnuAcknowledge->setEnabled(enabled);
+}
+
+void frmBanner::stopSound()
+{
+    Mp3play1->Stop();
+}
+
+void frmBanner::beep()
+{
+    SoundPlayer::Beep();
+}
+
+void frmBanner::playFile(qint16 soundType, const QString &soundFile, bool looping)
+{
+    Mp3play1->PlayFile(soundType, soundFile, looping);
+}
+
+BannerView::LinkResult frmBanner::openLink(const QString &path)
+{
+    const QUrl url(path);
+    bool opened = false;
+    if (url.isValid() && url.scheme().size() > 1 && !path.startsWith(QStringLiteral("\\\\"))) {
+        opened = QDesktopServices::openUrl(url);
+    } else {
+        // Missing, forbidden and unhandled are told apart before the desktop is asked.
+        QString local = path;
+        if (NetworkPaths::IsUNCPath(path))
+            local = NetworkPaths::LocalPathOf(path, NetworkPaths::ReadMounts());
+        const QFileInfo info(local);
+        if (local.isEmpty() || !info.exists())
+            return LinkNotFound;
+        if (!info.isReadable())
+            return LinkAccessDenied;
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        opened = QDesktopServices::openUrl(QUrl::fromLocalFile(info.absoluteFilePath()));
+        QGuiApplication::restoreOverrideCursor();
+        if (!opened)
+            return LinkNoApplication;
+    }
+    return opened ? LinkOpened : LinkFailed;
+}
+
+void frmBanner::onMouseMove(int button)
+{
+    // Dragging by the strip moves the window through the window manager.
+    if (button == 1 && windowHandle())
+        windowHandle()->startSystemMove();
+}
+
+void frmBanner::onMouseUp(int button)
+{
+    if (button != 2)
+        return;
+    const auto &displayed = m_queue.DisplayedMsg();
+    mnuAttachment->setEnabled(displayed && !displayed->ActualMessage.Attachment.isEmpty());
+    mnuAction->popup(QCursor::pos());
+}
+
+void frmBanner::mnuViewProperties_Click()
+{
+    // The message form opens here once the composer exists.
+    TraceLog(Banner + QStringLiteral("mnuViewProperties_Click"));
+}

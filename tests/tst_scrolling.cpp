@@ -1,0 +1,219 @@
+#include "banner/ScrollArithmetic.h"
+
+#include <QTest>
+
+#include <limits>
+
+class TestScrolling : public QObject
+{
+    Q_OBJECT
+
+private:
+    // A strip of the given pixel sizes at 15 twips a pixel on an 800-pixel screen.
+    static ScrollArithmetic strip(int textPx, int controlPx)
+    {
+        ScrollArithmetic scroll;
+        scroll.ScreenWidthPx = 800;
+        scroll.WriteText(textPx * 15.0, controlPx * 15.0, 30 * 15.0, true);
+        return scroll;
+    }
+
+    // Runs ticks until Looped and writes each event as the tick number that raised it.
+    static QStringList pass(ScrollArithmetic &scroll, int maxTicks = 10000)
+    {
+        QStringList events;
+        for (int tick = 1; tick <= maxTicks; ++tick) {
+            const ScrollArithmetic::TickResult result = scroll.Tick();
+            if (result.Displayed)
+                events << QStringLiteral("D%1").arg(tick);
+            if (result.Looped) {
+                events << QStringLiteral("L%1").arg(tick);
+                break;
+            }
+        }
+        return events;
+    }
+
+private Q_SLOTS:
+    void passes_data()
+    {
+        QTest::addColumn<int>("textPx");
+        QTest::addColumn<int>("controlPx");
+        QTest::addColumn<bool>("badStep");
+        QTest::addColumn<QStringList>("events");
+        // Two pixels a tick: an empty text is displayed at once and loops after the control width.
+        QTest::newRow("empty text") << 0 << 100 << false
+                                    << QStringList{QStringLiteral("D1"), QStringLiteral("L50")};
+        QTest::newRow("short text") << 10 << 20 << false
+                                    << QStringList{QStringLiteral("D5"), QStringLiteral("L15")};
+        // A bad step value turns 2 pixels into 30: both events in one tick, in order.
+        QTest::newRow("large step") << 10 << 20 << true
+                                    << QStringList{QStringLiteral("D1"), QStringLiteral("L1")};
+    }
+
+    void passes()
+    {
+        QFETCH(int, textPx);
+        QFETCH(int, controlPx);
+        QFETCH(bool, badStep);
+        QFETCH(QStringList, events);
+        ScrollArithmetic scroll = strip(textPx, controlPx);
+        if (badStep)
+            scroll.SetPixelsPerSpeed(0);
+        QCOMPARE(scroll.LoopEnd, textPx + controlPx);
+        // Displayed once in each pass, and again after Looped.
+        QCOMPARE(pass(scroll), events);
+        QCOMPARE(scroll.ScrollX, 0);
+        QCOMPARE(scroll.DisplayedRaised, false);
+        QCOMPARE(pass(scroll), events);
+    }
+
+    void speedSetsTheInterval_data()
+    {
+        QTest::addColumn<int>("speed");
+        QTest::addColumn<int>("kept");
+        QTest::addColumn<int>("interval");
+        QTest::newRow("0 ignored") << 0 << 8 << 125;
+        QTest::newRow("1") << 1 << 1 << 1000;
+        QTest::newRow("3") << 3 << 3 << 333;
+        QTest::newRow("16, a tie to even") << 16 << 16 << 62;
+        QTest::newRow("100") << 100 << 100 << 10;
+        QTest::newRow("101 ignored") << 101 << 8 << 125;
+    }
+
+    void speedSetsTheInterval()
+    {
+        QFETCH(int, speed);
+        QFETCH(int, kept);
+        QFETCH(int, interval);
+        ScrollArithmetic scroll;
+        QCOMPARE(scroll.SetSpeed(speed), speed == kept);
+        QCOMPARE(scroll.Speed, kept);
+        QCOMPARE(scroll.TimerIntervalMs(), interval);
+    }
+
+    void pixelsPerSpeed_data()
+    {
+        QTest::addColumn<double>("twipsPerPixel");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<int>("storedTwips");
+        QTest::addColumn<int>("readBack");
+        QTest::newRow("20") << 15.0 << 20 << 300 << 20;
+        QTest::newRow("21 multiplies the present 30 again") << 15.0 << 21 << 450 << 30;
+        QTest::newRow("bad at 12 twips a pixel") << 12.0 << -1 << 360 << 30;
+    }
+
+    void pixelsPerSpeed()
+    {
+        QFETCH(double, twipsPerPixel);
+        QFETCH(int, value);
+        QFETCH(int, storedTwips);
+        QFETCH(int, readBack);
+        ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
+        QCOMPARE(scroll.PixelsPerSpeedTwips, 30);
+        scroll.SetPixelsPerSpeed(value);
+        QCOMPARE(scroll.PixelsPerSpeedTwips, storedTwips);
+        QCOMPARE(scroll.PixelsPerSpeed(), readBack);
+        // Repeated bad values saturate instead of overflowing.
+        for (int i = 0; i < 12; ++i)
+            scroll.SetPixelsPerSpeed(0);
+        QCOMPARE(scroll.PixelsPerSpeedTwips, std::numeric_limits<qint32>::max());
+    }
+
+    void writeTextLaysOutThePicture_data()
+    {
+        QTest::addColumn<double>("twipsPerPixel");
+        QTest::addColumn<int>("textPx");
+        QTest::addColumn<int>("controlPx");
+        QTest::addColumn<int>("heightPx");
+        QTest::addColumn<int>("stripes");
+        QTest::addColumn<int>("controlHeightPx");
+        // Screen of 800 pixels; Needed is text plus two control widths.
+        QTest::newRow("empty text") << 15.0 << 0 << 300 << 30 << 1 << 30;
+        QTest::newRow("needed exactly a screen") << 15.0 << 200 << 300 << 30 << 2 << 30;
+        QTest::newRow("text wider than the screen") << 15.0 << 2000 << 400 << 30 << 4 << 30;
+        // The height divisor stays 15 whatever the screen's twips per pixel.
+        QTest::newRow("at 12 twips a pixel") << 12.0 << 100 << 300 << 30 << 1 << 24;
+    }
+
+    void writeTextLaysOutThePicture()
+    {
+        QFETCH(double, twipsPerPixel);
+        QFETCH(int, textPx);
+        QFETCH(int, controlPx);
+        QFETCH(int, heightPx);
+        QFETCH(int, stripes);
+        QFETCH(int, controlHeightPx);
+        ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
+        scroll.ScreenWidthPx = 800;
+        const ScrollArithmetic::TextLayout layout = scroll.WriteText(
+            textPx * twipsPerPixel, controlPx * twipsPerPixel, heightPx * twipsPerPixel, true);
+        QCOMPARE(scroll.TextWidthPx, textPx);
+        QCOMPARE(scroll.ControlWidthPx, controlPx);
+        QCOMPARE(scroll.ControlHeightPx, controlHeightPx);
+        QCOMPARE(layout.Needed, textPx + 2 * controlPx);
+        QCOMPARE(layout.Stripes, stripes);
+        QCOMPARE(layout.PictureWidthPx, 800 * stripes);
+        QCOMPARE(scroll.LoopEnd, textPx + controlPx);
+        QCOMPARE(layout.TextRect.topLeft(), QPoint(controlPx, 0));
+        QCOMPARE(layout.ShadowRect.topLeft(), QPoint(controlPx + 1, 1));
+        QCOMPARE(layout.ShadowRect.size(), QSize(textPx, controlHeightPx));
+    }
+
+    void writeTextWithoutRestartKeepsTheScroll()
+    {
+        ScrollArithmetic scroll = strip(2000, 400);
+        for (int i = 0; i < 250; ++i)
+            scroll.Tick();
+        QCOMPARE(scroll.ScrollX, 500);
+
+        scroll.WriteText(50 * 15.0, 400 * 15.0, 30 * 15.0, false);
+        QCOMPARE(scroll.ScrollX, 500);
+        QCOMPARE(scroll.LoopEnd, 450);
+        const ScrollArithmetic::TickResult result = scroll.Tick();
+        QCOMPARE(result.Displayed, true);
+        QCOMPARE(result.Looped, true);
+        QCOMPARE(scroll.ScrollX, 0);
+    }
+
+    void roundsHalfToEven_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<int>("rounded");
+        QTest::newRow("0.5") << 0.5 << 0;
+        QTest::newRow("1.5") << 1.5 << 2;
+        QTest::newRow("2.5") << 2.5 << 2;
+        QTest::newRow("-0.5") << -0.5 << 0;
+        QTest::newRow("-1.5") << -1.5 << -2;
+        QTest::newRow("too large") << 1e12 << std::numeric_limits<qint32>::max();
+        QTest::newRow("too small") << -1e12 << std::numeric_limits<qint32>::min();
+    }
+
+    void roundsHalfToEven()
+    {
+        QFETCH(double, value);
+        QFETCH(int, rounded);
+        QCOMPARE(ScrollArithmetic::Round(value), rounded);
+    }
+
+    void conversionsRoundHalfToEven()
+    {
+        ScrollArithmetic scroll(10, 10);
+        scroll.ScreenWidthPx = 800;
+        // 25 twips of text and 45 of control are 2.5 and 4.5 pixels, but 7 together.
+        scroll.WriteText(25, 45, 300, true);
+        QCOMPARE(scroll.TextWidthPx, 2);
+        QCOMPARE(scroll.ControlWidthPx, 4);
+        QCOMPARE(scroll.LoopEnd, 7);
+        // A step of 25 twips is 2.5 pixels: from 0 it lands on 2, from 1 on 4.
+        scroll.PixelsPerSpeedTwips = 25;
+        scroll.Tick();
+        QCOMPARE(scroll.ScrollX, 2);
+        scroll.ScrollX = 1;
+        scroll.Tick();
+        QCOMPARE(scroll.ScrollX, 4);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestScrolling)
+#include "tst_scrolling.moc"
