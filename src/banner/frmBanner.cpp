@@ -50,6 +50,8 @@ frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
       m_queue(*this, std::move(hooks))
 {
     setObjectName(QStringLiteral("frmBanner"));
+    // Not shown (the window has no frame), but window tools find the banner by it.
+    setWindowTitle(QStringLiteral("Korvane banner"));
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::NoFocus);
 

@@ -9,6 +9,19 @@ FakeServer::FakeServer()
     connect(&m_server, &QTcpServer::newConnection, this, &FakeServer::onNewConnection);
 }
 
+FakeServer::~FakeServer()
+{
+    qDeleteAll(m_decoders);
+}
+
+void FakeServer::sendTo(int connection, const QString &payload)
+{
+    if (connection >= 0 && connection < m_connectionsList.size() && m_connectionsList[connection]) {
+        m_connectionsList[connection]->write(frame(payload));
+        m_connectionsList[connection]->flush();
+    }
+}
+
 QByteArray FakeServer::frame(const QString &payload)
 {
     return Encryption().Encrypt(payload);
@@ -89,10 +102,11 @@ QString FakeServer::codeOf(const QString &payload)
 void FakeServer::onNewConnection()
 {
     while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-        if (m_client)
-            m_client->deleteLater();
         m_client = socket;
         ++m_connections;
+        m_connectionsList.append(socket);
+        m_decoders.append(new Encryption);
+        socket->setProperty("connection", int(m_connectionsList.size() - 1));
         connect(socket, &QTcpSocket::readyRead, this, &FakeServer::onReadyRead);
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         Q_EMIT clientConnected();
@@ -104,11 +118,14 @@ void FakeServer::onReadyRead()
     auto *socket = qobject_cast<QTcpSocket *>(sender());
     if (!socket)
         return;
-    m_decoder.TCPMsgQueue.Enqueue(socket->readAll());
-    for (QString payload = m_decoder.DecryptQ(); !payload.isEmpty(); payload = m_decoder.DecryptQ()) {
+    const int connection = socket->property("connection").toInt();
+    Encryption &decoder = *m_decoders[connection];
+    decoder.TCPMsgQueue.Enqueue(socket->readAll());
+    for (QString payload = decoder.DecryptQ(); !payload.isEmpty(); payload = decoder.DecryptQ()) {
         if (m_dropIncoming)
             continue;
         received << payload;
+        receivedFrom << connection;
         Q_EMIT payloadReceived(payload);
     }
 }

@@ -16,6 +16,7 @@ class FakeServer final : public QObject
     Q_OBJECT
 public:
     FakeServer();
+    ~FakeServer() override;
 
     quint16 port() const { return m_server.serverPort(); }
     // The client's connection, once there is one.
@@ -29,6 +30,8 @@ public:
     static QString command(const QString &code, const QString &data = QString());
 
     void send(const QString &payload);
+    // To the connection that came n-th (0 first), when several clients talk to it.
+    void sendTo(int connection, const QString &payload);
     void sendBytes(const QByteArray &bytes);
     // Several frames in one write.
     void sendJoined(const QStringList &payloads);
@@ -46,6 +49,8 @@ public:
 
     // Every payload the client sent, whole: code, data, Chr(0) and the user id.
     QStringList received;
+    // Which connection (0 first) sent each of them.
+    QList<int> receivedFrom;
     // The codes of what the client sent, in order.
     QStringList receivedCodes() const;
     static QString codeOf(const QString &payload);
@@ -60,7 +65,8 @@ private:
 
     QTcpServer m_server;
     QPointer<QTcpSocket> m_client;
-    Encryption m_decoder;
+    QList<QPointer<QTcpSocket>> m_connectionsList;
+    QList<Encryption *> m_decoders;
     int m_connections = 0;
     bool m_dropIncoming = false;
 };

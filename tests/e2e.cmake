@@ -1,0 +1,13 @@
+# Desktop tests: run inside a throwaway X server, sound server and session bus.
+qt_add_executable(fake_notifyd e2e/fake_notifyd.cpp)
+target_link_libraries(fake_notifyd PRIVATE korvane_compile_rules Qt6::Core Qt6::DBus)
+
+qt_add_executable(tst_e2e_banner tst_e2e_banner.cpp)
+target_link_libraries(tst_e2e_banner PRIVATE korvane_support Qt6::Test Qt6::Gui)
+target_compile_definitions(tst_e2e_banner PRIVATE
+    KORVANE_CLIENT_BINARY="$<TARGET_FILE:korvane-client>"
+    KORVANE_FAKE_NOTIFYD="$<TARGET_FILE:fake_notifyd>"
+    KORVANE_ARTIFACTS="${CMAKE_CURRENT_BINARY_DIR}/artifacts")
+add_dependencies(tst_e2e_banner korvane-client fake_notifyd)
+add_test(NAME tst_e2e_banner COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/desktop_session.sh $<TARGET_FILE:tst_e2e_banner>)
+set_tests_properties(tst_e2e_banner PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 180 RUN_SERIAL TRUE)

@@ -1,0 +1,237 @@
+// End to end on a real X server: a message from a server on loopback scrolls
+// on the reader's banner in its level's colours and with its sound; the
+// reader's acknowledgement sends a receipt, which the author's client stores,
+// confirms and announces in a desktop notification.
+#include "store/DVMessage.h"
+#include "store/MessageCodes.h"
+#include "support/FakeServer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+namespace {
+
+QString run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(15000);
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+struct Client
+{
+    QTemporaryDir home;
+    QProcess process;
+
+    void start(const QString &name, quint16 port)
+    {
+        auto write = [this](const QString &relative, const QByteArray &content) {
+            const QString file = home.filePath(relative);
+            QDir().mkpath(QFileInfo(file).absolutePath());
+            QFile out(file);
+            out.open(QIODevice::WriteOnly);
+            out.write(content);
+        };
+        write(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=" + name.toUtf8() + "\n");
+        // Fast scrolling so that the text passes in a moment; the banner at the top left.
+        write(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+              "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) +
+                  "\nSpeed=100\nRefresh Rate=4\nHorizontal position=0\nVertical position=0\n");
+        QDir(home.path()).mkpath(QStringLiteral("runtime"));
+        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        process.setProcessEnvironment(env);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
+        process.waitForStarted(10000);
+    }
+    ~Client()
+    {
+        if (process.state() == QProcess::Running) {
+            ::kill(static_cast<pid_t>(process.processId()), SIGTERM);
+            process.waitForFinished(10000);
+        }
+    }
+};
+
+QString alertLevel()
+{
+    // Red background (blue-green-red 255), white text, black shadow, a built-in
+    // sound played over and over.
+    return QStringList{
+        QStringLiteral("Alert"), QStringLiteral("Alarm"), QStringLiteral("255"), QStringLiteral("16777215"),
+        QStringLiteral("0"),     QStringLiteral("True"),  QStringLiteral("4"),   QString(),
+        QStringLiteral("True"),  QStringLiteral("0")}
+        .join(QChar(3));
+}
+
+QString message()
+{
+    DVMessage m;
+    m.MsgID = QStringLiteral("E2E00000000001");
+    m.Subject = QStringLiteral("Drill");
+    m.Message = QStringLiteral("Fire drill at noon");
+    m.MsgLevel = QStringLiteral("Alert");
+    m.UserID = QStringLiteral("someone-else");
+    m.UserName = QStringLiteral("Author Person");
+    m.MachineID = QStringLiteral("author-pc");
+    m.ReceiptRequired = true;
+    m.Notify = true;
+    m.DeleteAtExpiration = true;
+    m.Status = StatusActive;
+    m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
+    m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
+    return m.ToString();
+}
+
+int firstFrom(const FakeServer &server, int connection, const QString &code)
+{
+    for (int i = 0; i < server.received.size(); ++i)
+        if (server.receivedFrom[i] == connection && FakeServer::codeOf(server.received[i]) == code)
+            return i;
+    return -1;
+}
+
+} // namespace
+
+class TestE2EBanner : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void messageToBannerAndReceiptToAuthor()
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            QSKIP("needs the desktop session of tests/e2e/desktop_session.sh");
+        QTemporaryDir work;
+        const QString notifications = work.filePath(QStringLiteral("notifications.log"));
+        QProcess notifyd;
+        notifyd.start(QStringLiteral(KORVANE_FAKE_NOTIFYD), {notifications});
+        QVERIFY(notifyd.waitForStarted(5000));
+        QTRY_VERIFY_WITH_TIMEOUT(run(QStringLiteral("dbus-send"),
+                                     {QStringLiteral("--session"), QStringLiteral("--print-reply"),
+                                      QStringLiteral("--dest=org.freedesktop.DBus"), QStringLiteral("/"),
+                                      QStringLiteral("org.freedesktop.DBus.NameHasOwner"),
+                                      QStringLiteral("string:org.freedesktop.Notifications")})
+                                     .contains(QStringLiteral("true")),
+                                 10000);
+
+        FakeServer server;
+        Client reader;
+        reader.start(QStringLiteral("Reader Person"), server.port());
+        QTRY_COMPARE_WITH_TIMEOUT(server.connections(), 1, 15000);
+        Client author;
+        author.start(QStringLiteral("Author Person"), server.port());
+        QTRY_COMPARE_WITH_TIMEOUT(server.connections(), 2, 15000);
+        constexpr int Reader = 0, Author = 1;
+        for (int c : {Reader, Author}) {
+            server.sendTo(c, FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-1")));
+            server.sendTo(c, FakeServer::command(QStringLiteral("LVL"), alertLevel()));
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(firstFrom(server, Author, QStringLiteral("ALL")) >= 0, 10000);
+
+        // The author holds the message in its outbox; the reader gets it on the banner.
+        DVMessage own;
+        own.ToObject(message());
+        server.sendTo(Author,
+                      FakeServer::command(
+                          QStringLiteral("MSG"),
+                          message().replace(QStringLiteral("UID") + QChar(3) + QStringLiteral("someone-else"),
+                                            QStringLiteral("UID") + QChar(3) +
+                                                qEnvironmentVariable("USER", QStringLiteral("root")))));
+        server.sendTo(Reader, FakeServer::command(QStringLiteral("MSG"), message()));
+        QTRY_VERIFY_WITH_TIMEOUT(firstFrom(server, Reader, QStringLiteral("CMS")) >= 0, 10000);
+
+        QString window;
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = run(QStringLiteral("xdotool"),
+                                                {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                                 QStringLiteral("--name"), QStringLiteral("Korvane banner")})
+                                                .trimmed())
+                                      .isEmpty(),
+                                 10000);
+        const QString geometry =
+            run(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"),
+                                            window.section(QLatin1Char('\n'), 0, 0)});
+        auto value = [&geometry](const char *key) {
+            for (const QString &line : geometry.split(QLatin1Char('\n')))
+                if (line.startsWith(QLatin1String(key) + QLatin1Char('=')))
+                    return line.section(QLatin1Char('='), 1).toInt();
+            return -1;
+        };
+        const int x = value("X"), y = value("Y"), width = value("WIDTH"), height = value("HEIGHT");
+        QVERIFY2(width > 0 && height > 0, qPrintable(geometry));
+
+        // The strip in the level's colours: a screenshot kept beside the test.
+        const QString shot = QStringLiteral(KORVANE_ARTIFACTS) + QStringLiteral("/banner.png");
+        QDir().mkpath(QStringLiteral(KORVANE_ARTIFACTS));
+        run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
+        const QImage image(shot);
+        QVERIFY(!image.isNull());
+        QCOMPARE(image.pixelColor(x + 3, y + 3), QColor(255, 0, 0));
+
+        // The level's sound reaches the null sink while the message is up.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !run(QStringLiteral("pactl"),
+                 {QStringLiteral("list"), QStringLiteral("short"), QStringLiteral("sink-inputs")})
+                 .trimmed()
+                 .isEmpty(),
+            10000);
+
+        // The acknowledge button stands right of the strip and wakes once the text has passed.
+        const QString clickX = QString::number(x + width - height / 2);
+        const QString clickY = QString::number(y + height / 2);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (run(QStringLiteral("xdotool"),
+                 {QStringLiteral("mousemove"), clickX, clickY, QStringLiteral("click"), QStringLiteral("1")}),
+             firstFrom(server, Reader, QStringLiteral("RCP")) >= 0),
+            20000);
+        const QStringList fields = server.received[firstFrom(server, Reader, QStringLiteral("RCP"))]
+                                       .section(QChar(0), 0, 0)
+                                       .section(QChar(1), 1)
+                                       .split(QChar(2));
+        QCOMPARE(fields[0], QStringLiteral("E2E00000000001"));
+        QCOMPARE(fields[2], QStringLiteral("Reader Person"));
+        // Acknowledged: the banner goes.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            run(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                            QStringLiteral("--name"), QStringLiteral("Korvane banner")})
+                .trimmed()
+                .isEmpty(),
+            10000);
+
+        // The server hands the receipt to the author's client.
+        const QString receipt = QStringList{QStringLiteral("RC000000000001"),
+                                            fields[0],
+                                            fields[1],
+                                            fields[2],
+                                            fields[3],
+                                            fields[4],
+                                            QString(),
+                                            fields[6]}
+                                    .join(QChar(2));
+        server.sendTo(Author, FakeServer::command(QStringLiteral("RCP"), receipt));
+        QTRY_VERIFY_WITH_TIMEOUT(firstFrom(server, Author, QStringLiteral("CRC")) >= 0, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(notifications), 10000);
+        QFile log(notifications);
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        const QString shown = QString::fromUtf8(log.readAll());
+        QVERIFY2(shown.contains(QStringLiteral("Message read by:|Reader Person")), qPrintable(shown));
+        notifyd.kill();
+        notifyd.waitForFinished();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestE2EBanner)
+#include "tst_e2e_banner.moc"
