@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QRegularExpression>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -17,7 +18,6 @@
 namespace {
 
 const QString Module = QStringLiteral("DBFunctions:");
-const QString StoredFormat = QStringLiteral("yyyy-MM-dd HH:mm:ss");
 
 void logFailure(const QString &operation, const QString &error)
 {
@@ -125,14 +125,15 @@ Database &ClientDB()
         return true;
     }();
     Q_UNUSED(cleanup);
-    static Database database(QStringLiteral("ClientDB"));
-    return database;
+    // Never destroyed: the SQL driver's statics may be gone before ours would be.
+    static Database *database = new Database(QStringLiteral("ClientDB"));
+    return *database;
 }
 
 Database &TempDB()
 {
-    static Database database(QStringLiteral("TempDB"));
-    return database;
+    static Database *database = new Database(QStringLiteral("TempDB"));
+    return *database;
 }
 
 Filter Filter::equals(const QString &column, const QVariant &value)
@@ -142,16 +143,50 @@ Filter Filter::equals(const QString &column, const QVariant &value)
 
 QString StoredDate(const QDateTime &value)
 {
-    return (value.isValid() ? value : DateText::ZeroDate()).toString(StoredFormat);
+    // Written by hand: the general formatter costs more than the row it goes into.
+    const QDateTime shown = value.isValid() ? value : DateText::ZeroDate();
+    const QDate date = shown.date();
+    const QTime time = shown.time();
+    char16_t text[19];
+    auto put = [&text](int at, int number, int width) {
+        for (int i = width - 1; i >= 0; --i, number /= 10)
+            text[at + i] = char16_t(u'0' + number % 10);
+    };
+    put(0, qBound(0, date.year(), 9999), 4);
+    text[4] = u'-';
+    put(5, date.month(), 2);
+    text[7] = u'-';
+    put(8, date.day(), 2);
+    text[10] = u' ';
+    put(11, time.hour(), 2);
+    text[13] = u':';
+    put(14, time.minute(), 2);
+    text[16] = u':';
+    put(17, time.second(), 2);
+    return QString::fromUtf16(text, 19);
 }
 
 QDateTime DateFromStore(const QVariant &value)
 {
-    QDateTime date = QDateTime::fromString(value.toString(), StoredFormat);
-    if (!date.isValid())
+    // Read by hand, as it is written: "yyyy-MM-dd HH:mm:ss".
+    const QString text = value.toString();
+    if (text.size() != 19)
         return DateText::ZeroDate();
-    date.setTimeSpec(Qt::UTC);
-    return date;
+    const QChar *c = text.constData();
+    auto number = [c](int at, int width) {
+        int n = 0;
+        for (int i = at; i < at + width; ++i) {
+            if (!c[i].isDigit())
+                return -1;
+            n = n * 10 + c[i].digitValue();
+        }
+        return n;
+    };
+    const QDate date(number(0, 4), number(5, 2), number(8, 2));
+    const QTime time(number(11, 2), number(14, 2), number(17, 2));
+    if (!date.isValid() || !time.isValid())
+        return DateText::ZeroDate();
+    return QDateTime(date, time, Qt::UTC);
 }
 
 bool InitializeDB(const QString &path)
@@ -228,36 +263,31 @@ bool SaveMessage(Database &database, const QString &tableName, const DVMessage &
         logFailure(operation, tableName + QStringLiteral(" is no table"));
         return false;
     }
-    bool ok = false;
-    const bool found = seek(database, tableName, QStringLiteral("MsgID"), msg.MsgID, ok);
-    if (!ok) {
-        logFailure(operation, database.lastError());
-        return false;
-    }
-    if (found && !overwrite)
-        return false;
-
+    // One statement: a new row goes in; an existing one is left alone, or
+    // overwritten when asked to. Its text is made once per table and mode.
     const QVariantList values = messageValues(msg);
-    bool stored = false;
-    if (!found) {
-        stored = database.exec(QStringLiteral("INSERT INTO ") + tableName + QStringLiteral(" (") +
-                                   messageColumnList() + QStringLiteral(") VALUES (") +
-                                   placeholders(values.size()) + QLatin1Char(')'),
-                               values);
-    } else {
-        QStringList sets;
-        for (const QString &column : Schema::MessageColumns().mid(1))
-            sets << column + QStringLiteral(" = ?");
-        QVariantList updated = values.mid(1);
-        updated << msg.MsgID;
-        stored = database.exec(QStringLiteral("UPDATE ") + tableName + QStringLiteral(" SET ") +
-                                   sets.join(QStringLiteral(", ")) + QStringLiteral(" WHERE MsgID = ?"),
-                               updated);
+    static QHash<QString, QString> statements;
+    const QString key = tableName + (overwrite ? QLatin1Char('+') : QLatin1Char('-'));
+    QString &sql = statements[key];
+    if (sql.isEmpty()) {
+        sql = QStringLiteral("INSERT INTO ") + tableName + QStringLiteral(" (") + messageColumnList() +
+              QStringLiteral(") VALUES (") + placeholders(values.size()) +
+              QStringLiteral(") ON CONFLICT (MsgID) DO ");
+        if (overwrite) {
+            QStringList sets;
+            for (const QString &column : Schema::MessageColumns().mid(1))
+                sets << column + QStringLiteral(" = excluded.") + column;
+            sql += QStringLiteral("UPDATE SET ") + sets.join(QStringLiteral(", "));
+        } else {
+            sql += QStringLiteral("NOTHING");
+        }
     }
-    if (!stored) {
+    if (!database.exec(sql, values)) {
         logFailure(operation, database.lastError());
         return false;
     }
+    if (!overwrite && database.changes() == 0)
+        return false;
 
     if (skipHistory || (tableName != QLatin1String("Inbox") && tableName != QLatin1String("Outbox")))
         return true;
@@ -276,36 +306,41 @@ bool SaveMessage(Database &database, const QString &tableName, const DVMessage &
 
 DVMessage rs2Message(const QSqlQuery &table)
 {
+    // Columns by position, looked up once per row rather than once per field.
+    const QSqlRecord record = table.record();
+    auto value = [&table, &record](const char16_t *name) {
+        return table.value(record.indexOf(QString::fromUtf16(name)));
+    };
     DVMessage m;
-    m.MsgID = table.value(QStringLiteral("MsgID")).toString();
+    m.MsgID = value(u"MsgID").toString();
     TraceLog(Module + QStringLiteral("rs2Message  MsgID=") + m.MsgID);
-    m.RefID = table.value(QStringLiteral("RefID")).toString();
-    m.InitID = table.value(QStringLiteral("InitID")).toString();
-    m.Subject = table.value(QStringLiteral("Subject")).toString();
-    m.Message = table.value(QStringLiteral("Message")).toString();
-    m.MsgLevel = table.value(QStringLiteral("MsgLevel")).toString();
-    m.MsgDelivery = static_cast<qint16>(table.value(QStringLiteral("MsgDelivery")).toInt());
-    m.Attachment = table.value(QStringLiteral("Attachment")).toString();
-    m.AllowReply = table.value(QStringLiteral("AllowReply")).toBool();
-    m.ReceiptRequired = table.value(QStringLiteral("ReceiptRequired")).toBool();
-    m.CreationDate = DateFromStore(table.value(QStringLiteral("CreationDate")));
-    m.ModificationDate = DateFromStore(table.value(QStringLiteral("ModificationDate")));
-    m.StartDate = DateFromStore(table.value(QStringLiteral("StartDate")));
-    m.ExpirationDate = DateFromStore(table.value(QStringLiteral("ExpirationDate")));
+    m.RefID = value(u"RefID").toString();
+    m.InitID = value(u"InitID").toString();
+    m.Subject = value(u"Subject").toString();
+    m.Message = value(u"Message").toString();
+    m.MsgLevel = value(u"MsgLevel").toString();
+    m.MsgDelivery = static_cast<qint16>(value(u"MsgDelivery").toInt());
+    m.Attachment = value(u"Attachment").toString();
+    m.AllowReply = value(u"AllowReply").toBool();
+    m.ReceiptRequired = value(u"ReceiptRequired").toBool();
+    m.CreationDate = DateFromStore(value(u"CreationDate"));
+    m.ModificationDate = DateFromStore(value(u"ModificationDate"));
+    m.StartDate = DateFromStore(value(u"StartDate"));
+    m.ExpirationDate = DateFromStore(value(u"ExpirationDate"));
     // Never read: the store always gives true, and edits that differ only here
     // are therefore never equal to the stored copy.
     m.DeleteAtExpiration = true;
-    m.RepeatValue = static_cast<qint16>(table.value(QStringLiteral("RepeatValue")).toInt());
-    m.RepeatStep = table.value(QStringLiteral("RepeatStep")).toInt();
-    m.UserID = table.value(QStringLiteral("UserID")).toString();
-    m.UserName = table.value(QStringLiteral("UserName")).toString();
-    m.MachineID = table.value(QStringLiteral("MachineID")).toString();
-    m.Target = table.value(QStringLiteral("Target")).toString();
-    m.Status = table.value(QStringLiteral("Status")).toInt();
-    m.Notify = table.value(QStringLiteral("Notify")).toBool();
-    m.ExactTime = table.value(QStringLiteral("ExactTime")).toBool();
-    m.MsgAction = table.value(QStringLiteral("MsgAction")).toInt();
-    m.NextRunDate = DateFromStore(table.value(QStringLiteral("NextRunDate")));
+    m.RepeatValue = static_cast<qint16>(value(u"RepeatValue").toInt());
+    m.RepeatStep = value(u"RepeatStep").toInt();
+    m.UserID = value(u"UserID").toString();
+    m.UserName = value(u"UserName").toString();
+    m.MachineID = value(u"MachineID").toString();
+    m.Target = value(u"Target").toString();
+    m.Status = value(u"Status").toInt();
+    m.Notify = value(u"Notify").toBool();
+    m.ExactTime = value(u"ExactTime").toBool();
+    m.MsgAction = value(u"MsgAction").toInt();
+    m.NextRunDate = DateFromStore(value(u"NextRunDate"));
     return m;
 }
 

@@ -5,6 +5,7 @@
 
 #include <QLocale>
 #include <QStringList>
+#include <QStringTokenizer>
 
 #include <cmath>
 #include <limits>
@@ -116,14 +117,16 @@ void DVMessage::ResetDefaultValues()
 void DVMessage::ToObject(const QString &text)
 {
     ResetDefaultValues();
-    const QStringList fields = text.split(fieldEnd);
+    // Cut into views rather than lists of strings: a record is parsed for
+    // every message that arrives, and only values are copied.
+    const QStringView whole(text);
     // Without a single terminator nothing is read, not even the fix-ups below.
-    if (fields.size() == 1)
+    if (!whole.contains(fieldEnd))
         return;
 
-    for (const QString &field : fields) {
-        const QStringList parts = field.split(valueSeparator);
-        const QString &tag = parts.constFirst();
+    for (const QStringView field : QStringTokenizer(whole, fieldEnd)) {
+        const qsizetype separator = field.indexOf(valueSeparator);
+        const QStringView tag = separator < 0 ? field : field.left(separator);
 
         // Flags carry no value; RCP and DEL turn off what defaults to on.
         if (tag == "RLY"_L1) {
@@ -145,9 +148,12 @@ void DVMessage::ToObject(const QString &text)
 
         // A valued tag without its separator is malformed and loses only itself;
         // text after a second separator is not part of the value.
-        if (parts.size() < 2)
+        if (separator < 0)
             continue;
-        const QString &value = parts.at(1);
+        QStringView valueView = field.mid(separator + 1);
+        if (const qsizetype second = valueView.indexOf(valueSeparator); second >= 0)
+            valueView = valueView.left(second);
+        const QString value = valueView.toString();
 
         bool known = false;
         for (const TextTag &entry : textTags) {

@@ -2,8 +2,11 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlRecord>
+
+#include <sqlite3.h>
 
 Database::Database(const QString &connectionName) : m_name(connectionName) {}
 
@@ -41,6 +44,9 @@ bool Database::open(const QString &fileName)
         }
     }
     m_open = true;
+    const QVariant driverHandle = handle().driver()->handle();
+    if (driverHandle.isValid() && qstrcmp(driverHandle.typeName(), "sqlite3*") == 0)
+        m_db = *static_cast<sqlite3 *const *>(driverHandle.constData());
     if (!existed)
         QFile::setPermissions(fileName, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 
@@ -67,6 +73,10 @@ bool Database::open(const QString &fileName)
 
 void Database::close()
 {
+    for (sqlite3_stmt *stmt : std::as_const(m_raw))
+        sqlite3_finalize(stmt);
+    m_raw.clear();
+    m_db = nullptr;
     qDeleteAll(m_statements);
     m_statements.clear();
     m_depth = 0;
@@ -114,13 +124,103 @@ QSqlQuery *Database::query(const QString &sql, const QVariantList &values)
     return statement;
 }
 
+sqlite3_stmt *Database::statement(const QString &sql)
+{
+    if (!m_open || !m_db) {
+        fail(QStringLiteral("the database is not open"));
+        return nullptr;
+    }
+    if (sqlite3_stmt *cached = m_raw.value(sql))
+        return cached;
+    sqlite3_stmt *stmt = nullptr;
+    const QByteArray text = sql.toUtf8();
+    if (sqlite3_prepare_v2(m_db, text.constData(), int(text.size()), &stmt, nullptr) != SQLITE_OK) {
+        fail(QString::fromUtf8(sqlite3_errmsg(m_db)));
+        sqlite3_finalize(stmt);
+        return nullptr;
+    }
+    m_raw.insert(sql, stmt);
+    return stmt;
+}
+
+bool Database::bind(sqlite3_stmt *stmt, const QVariantList &values)
+{
+    m_bound.clear();
+    m_bound.reserve(values.size());
+    for (int i = 0; i < values.size(); ++i) {
+        const QVariant &value = values[i];
+        int rc = SQLITE_OK;
+        switch (value.typeId()) {
+        case QMetaType::Int:
+        case QMetaType::Short:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::Bool:
+            rc = sqlite3_bind_int64(stmt, i + 1, value.toLongLong());
+            break;
+        case QMetaType::Double:
+            rc = sqlite3_bind_double(stmt, i + 1, value.toDouble());
+            break;
+        case QMetaType::UnknownType:
+            rc = sqlite3_bind_null(stmt, i + 1);
+            break;
+        default: {
+            // The file holds UTF-8: converting here is cheaper than letting SQLite
+            // translate, and the bytes live until the statement has run.
+            m_bound.append(value.toString().toUtf8());
+            const QByteArray &text = m_bound.last();
+            rc = sqlite3_bind_text(stmt, i + 1, text.isNull() ? "" : text.constData(), int(text.size()),
+                                   SQLITE_STATIC);
+            break;
+        }
+        }
+        if (rc != SQLITE_OK)
+            return fail(QString::fromUtf8(sqlite3_errmsg(m_db)));
+    }
+    return true;
+}
+
 bool Database::exec(const QString &sql, const QVariantList &values)
 {
-    QSqlQuery *statement = query(sql, values);
-    if (!statement)
+    sqlite3_stmt *stmt = statement(sql);
+    if (!stmt)
         return false;
-    statement->finish();
-    return true;
+    bool done = bind(stmt, values);
+    if (done) {
+        int rc = SQLITE_ROW;
+        while (rc == SQLITE_ROW)
+            rc = sqlite3_step(stmt);
+        done = rc == SQLITE_DONE || fail(QString::fromUtf8(sqlite3_errmsg(m_db)));
+    }
+    sqlite3_reset(stmt);
+    sqlite3_clear_bindings(stmt);
+    m_bound.clear();
+    return done;
+}
+
+bool Database::exists(const QString &sql, const QVariantList &values, bool *ok)
+{
+    sqlite3_stmt *stmt = statement(sql);
+    bool good = stmt && bind(stmt, values);
+    bool found = false;
+    if (good) {
+        const int rc = sqlite3_step(stmt);
+        found = rc == SQLITE_ROW;
+        good = found || rc == SQLITE_DONE || fail(QString::fromUtf8(sqlite3_errmsg(m_db)));
+    }
+    if (stmt) {
+        sqlite3_reset(stmt);
+        sqlite3_clear_bindings(stmt);
+    }
+    m_bound.clear();
+    if (ok)
+        *ok = good;
+    return found;
+}
+
+int Database::changes() const
+{
+    return m_db ? sqlite3_changes(m_db) : 0;
 }
 
 bool Database::begin()

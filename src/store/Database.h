@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QByteArray>
 #include <QHash>
+#include <QList>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
@@ -9,6 +11,9 @@
 // One SQLite file of the client, opened once for the run. Statements are
 // prepared once and kept; transactions nest as savepoints, so an operation
 // that runs inside a caller's batch commits with the batch.
+struct sqlite3;
+struct sqlite3_stmt;
+
 class Database
 {
 public:
@@ -30,8 +35,14 @@ public:
     // A prepared statement, made once per text. Nullptr (with lastError) when
     // the text does not prepare, for instance on a table this file lacks.
     QSqlQuery *prepare(const QString &sql);
-    // Prepares, binds the values in order and runs; false with lastError.
+    // Prepares (once), binds the values in order and runs; false with lastError.
+    // Statements that change rows run straight on the SQLite connection: they
+    // are the hot path of intake and need no result set.
     bool exec(const QString &sql, const QVariantList &values = {});
+    // Whether the statement gives at least one row; ok false on failure.
+    bool exists(const QString &sql, const QVariantList &values, bool *ok = nullptr);
+    // Rows the last exec changed.
+    int changes() const;
     QSqlQuery *query(const QString &sql, const QVariantList &values = {});
 
     bool begin();
@@ -46,6 +57,8 @@ public:
 
 private:
     bool fail(const QString &error);
+    sqlite3_stmt *statement(const QString &sql);
+    bool bind(sqlite3_stmt *stmt, const QVariantList &values);
 
     QString m_name;
     QString m_fileName;
@@ -53,6 +66,10 @@ private:
     bool m_open = false;
     int m_depth = 0;
     QHash<QString, QSqlQuery *> m_statements;
+    QHash<QString, sqlite3_stmt *> m_raw;
+    // The text of the values bound to the statement that is running.
+    QList<QByteArray> m_bound;
+    sqlite3 *m_db = nullptr;
 };
 
 // A batch of work that commits as one, or not at all.

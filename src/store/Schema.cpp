@@ -155,7 +155,8 @@ QStringList scanIndexes()
     for (const char16_t *table : {u"Inbox", u"InPkg", u"Outbox", u"OutPkg"}) {
         const QString name = QString::fromUtf16(table);
         statements
-            << QStringLiteral("CREATE INDEX IF NOT EXISTS %1_Action ON %1 (MsgAction, Status)").arg(name)
+            << QStringLiteral("CREATE INDEX IF NOT EXISTS %1_Action ON %1 (MsgAction, Status, NextRunDate)")
+                   .arg(name)
             << QStringLiteral("CREATE INDEX IF NOT EXISTS %1_Expiration ON %1 (ExpirationDate)").arg(name)
             << QStringLiteral("CREATE INDEX IF NOT EXISTS %1_NextRun ON %1 (NextRunDate)").arg(name);
     }
