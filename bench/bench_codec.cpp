@@ -23,6 +23,18 @@ QByteArray stream(int payloadSize)
     return bytes;
 }
 
+// The character of a byte, looked up one at a time.
+char16_t characterOf(uint8_t byte)
+{
+    static const QString table = [] {
+        QByteArray all(256, 0);
+        for (int i = 0; i < 256; ++i)
+            all[i] = char(i);
+        return Cp1252::toUnicode(all);
+    }();
+    return table[byte].unicode();
+}
+
 // What a decoder with a container element per byte and a string grown a
 // character at a time costs.
 class NaiveDecoder
@@ -50,9 +62,8 @@ public:
             return {};
         QString text;
         for (int i = 0; i < m_pending; ++i) {
-            const char byte = static_cast<char>(m_queue.front());
+            text += QChar(characterOf(m_queue.front()));
             m_queue.pop_front();
-            text += Cp1252::toUnicode(&byte, 1);
         }
         m_pending = 0;
         return text;

@@ -69,6 +69,12 @@ QByteArray ByteQueue::Take(qsizetype count, Failure *failure)
     return taken;
 }
 
+void ByteQueue::Drop(qsizetype count)
+{
+    m_head += qBound(qsizetype(0), count, qsizetype(Count()));
+    Compact();
+}
+
 void ByteQueue::Compact()
 {
     if (m_head == m_buffer.size()) {

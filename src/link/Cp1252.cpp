@@ -39,10 +39,18 @@ constexpr std::array<qint16, 256> latin1Bytes = makeLatin1Bytes();
 
 QString Cp1252::toUnicode(const char *bytes, qsizetype size)
 {
-    QString text(size, Qt::Uninitialized);
+    // Latin-1 widening is vectorised; only 0x80 to 0x9F need the table after it.
+    QString text = QString::fromLatin1(bytes, size);
+    const auto *in = reinterpret_cast<const unsigned char *>(bytes);
+    unsigned char differs = 0;
+    for (qsizetype i = 0; i < size; ++i)
+        differs |= static_cast<unsigned char>((in[i] & 0xE0) == 0x80);
+    if (!differs)
+        return text;
     char16_t *out = reinterpret_cast<char16_t *>(text.data());
     for (qsizetype i = 0; i < size; ++i)
-        out[i] = toCharacter[static_cast<unsigned char>(bytes[i])];
+        if ((in[i] & 0xE0) == 0x80)
+            out[i] = toCharacter[in[i]];
     return text;
 }
 

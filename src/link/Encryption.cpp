@@ -42,16 +42,18 @@ QString Encryption::DecryptQ(Failure *failure)
         // A header is consumed only whole, so one that arrives in pieces waits.
         if (TCPMsgQueue.Count() < headerSize)
             return {};
-        for (const char expected : magic) {
-            if (TCPMsgQueue.Dequeue() != static_cast<uint8_t>(expected)) {
+        const auto *header = reinterpret_cast<const uint8_t *>(TCPMsgQueue.Head());
+        for (int i = 0; i < 3; ++i) {
+            if (header[i] != static_cast<uint8_t>(magic[i])) {
                 // No scan for the next magic: a bad magic drops the whole queue,
                 // good frames behind it included.
                 TCPMsgQueue.Clear();
                 return {};
             }
         }
-        const uint8_t high = TCPMsgQueue.Dequeue();
-        const uint8_t low = TCPMsgQueue.Dequeue();
+        const uint8_t high = header[3];
+        const uint8_t low = header[4];
+        TCPMsgQueue.Drop(headerSize);
         if (high >= 0x80) {
             // Beyond a signed 16-bit length; the header is gone and what follows
             // is read as the next header.
@@ -70,7 +72,9 @@ QString Encryption::DecryptQ(Failure *failure)
     if (TCPMsgQueue.Count() < PendingLength)
         return {};
 
-    const QByteArray payload = TCPMsgQueue.Take(PendingLength);
+    // Decoded straight from the queue's buffer, then dropped from it.
+    const QString payload = Cp1252::toUnicode(TCPMsgQueue.Head(), PendingLength);
+    TCPMsgQueue.Drop(PendingLength);
     PendingLength = 0;
-    return Cp1252::toUnicode(payload);
+    return payload;
 }
