@@ -4,7 +4,6 @@
 #include "DevServer.h"
 #include "NewMessage.h"
 #include "ServerState.h"
-
 #include "core/Clock.h"
 #include "link/Encryption.h"
 #include "store/DVMessage.h"
@@ -55,8 +54,8 @@ public:
 
     void send(const QString &code, const QString &data = QString())
     {
-        socket.write(Encryption().Encrypt(code % (data.isNull() ? QString() : QChar(1) % data) % QChar(0) %
-                                          m_userId));
+        socket.write(
+            Encryption().Encrypt(code % (data.isNull() ? QString() : QChar(1) % data) % QChar(0) % m_userId));
     }
     void logOn(const QString &machine)
     {
@@ -136,8 +135,7 @@ struct Fixture
     }
     QString recordText(const QString &id, const QString &to, int status = 1) const
     {
-        DVMessage record =
-            NewMessage::compose(id, u"alice"_s, to, u"Message"_s, u"hello"_s, Clock::now(), 7);
+        DVMessage record = NewMessage::compose(id, u"alice"_s, to, u"Message"_s, u"hello"_s, Clock::now(), 7);
         record.Status = status;
         return record.ToString();
     }
@@ -162,9 +160,9 @@ private Q_SLOTS:
     {
         Fixture f;
         const QString certified = f.store(2), logon = f.store(1), scheduled = f.store(3);
-        f.store(0);                      // immediate: only for those connected when it came
-        f.store(2, false, 1, -1);        // expired
-        f.store(2, false, 0);            // cancelled
+        f.store(0);               // immediate: only for those connected when it came
+        f.store(2, false, 1, -1); // expired
+        f.store(2, false, 0);     // cancelled
         const QString package = f.store(2, true);
         f.state.groups.insert(u"Team"_s, {QString(), Clock::now(), u"carol"_s, {u"ALICE"_s}});
 
@@ -253,8 +251,8 @@ private Q_SLOTS:
         QVERIFY(!f.state.delivered(u"ID1"_s, u"bob"_s, u"m2"_s));
 
         // A reply without a target in its record takes the one of the frame.
-        DVMessage reply = NewMessage::compose(u"ID2"_s, u"bob"_s, QString(), u"sysKVReply"_s, u"re"_s,
-                                              Clock::now(), 7);
+        DVMessage reply =
+            NewMessage::compose(u"ID2"_s, u"bob"_s, QString(), u"sysKVReply"_s, u"re"_s, Clock::now(), 7);
         bob.send(u"RPL"_s, u"ID2"_s % F % u"x"_s % F % reply.ToString() % F % u"0"_s % F % u"alice"_s);
         QTRY_COMPARE(alice.all(u"MSG"_s).size(), 3);
         got.ToObject(alice.last(u"MSG"_s));
@@ -283,14 +281,14 @@ private Q_SLOTS:
         QTRY_VERIFY(alice->has(u"UGR"_s) && bob.has(u"UGR"_s));
 
         bob.send(u"RCP"_s, QStringList{u"ID1"_s, u"bob"_s, u"Bob B"_s, u"m2"_s, u"01/02/2026 10:00:00"_s,
-                                      u"alice"_s, u"True"_s}
+                                       u"alice"_s, u"True"_s}
                                .join(F));
         QTRY_VERIFY(alice->has(u"RCP"_s));
         const QStringList fields = alice->last(u"RCP"_s).split(F);
         QCOMPARE(fields.size(), 8);
         QCOMPARE(fields[0].size(), 14);
-        QCOMPARE(fields.mid(1), (QStringList{u"ID1"_s, u"bob"_s, u"Bob B"_s, u"m2"_s, u"01/02/2026 10:00:00"_s,
-                                             QString(), u"True"_s}));
+        QCOMPARE(fields.mid(1), (QStringList{u"ID1"_s, u"bob"_s, u"Bob B"_s, u"m2"_s,
+                                             u"01/02/2026 10:00:00"_s, QString(), u"True"_s}));
         QVERIFY(!bob.has(u"RCP"_s));
 
         // Offered again at the next log-on, until CRC.
@@ -332,7 +330,8 @@ private Q_SLOTS:
         QCOMPARE(users[1].split(F).value(4), u"True"_s);
         QCOMPARE(alice.last(u"RMA"_s).split(R).value(0).split(F).value(4), u"alice"_s);
 
-        bob.send(u"KVG"_s, QStringList{u"ops"_s, u"Operations"_s, QString(), u"bob"_s, u"Alice, bob"_s}.join(F));
+        bob.send(u"KVG"_s,
+                 QStringList{u"ops"_s, u"Operations"_s, QString(), u"bob"_s, u"Alice, bob"_s}.join(F));
         bob.send(u"RPI"_s, u"M"_s);
         QTRY_COMPARE(bob.last(u"RP_"_s), u"M"_s);
         QCOMPARE(bob.last(u"RPI"_s).split(F).mid(0, 2), (QStringList{u"ops"_s, u"Operations"_s}));
@@ -387,11 +386,11 @@ private Q_SLOTS:
         QTRY_COMPARE(alice.last(u"SCR"_s), u"PORT=1;UDPP=2;TRCE;"_s);
 
         // The editor's form: fields by Chr(2), records by Chr(3); only changed rows come.
-        const QString changed = QStringList{u"Message"_s, u"Info"_s, u"1"_s, u"2"_s, u"3"_s, u"True"_s, u"0"_s,
-                                            QString(), u"False"_s, u"0"_s}
+        const QString changed = QStringList{u"Message"_s, u"Info"_s, u"1"_s,    u"2"_s,     u"3"_s,
+                                            u"True"_s,    u"0"_s,    QString(), u"False"_s, u"0"_s}
                                     .join(F);
-        const QString added = QStringList{u"Critical"_s, u"Bad"_s, u"255"_s, u"0"_s, u"0"_s, u"False"_s,
-                                          u"4"_s, QString(), u"True"_s, u"3"_s}
+        const QString added = QStringList{u"Critical"_s, u"Bad"_s, u"255"_s,  u"0"_s,    u"0"_s,
+                                          u"False"_s,    u"4"_s,   QString(), u"True"_s, u"3"_s}
                                   .join(F);
         bob.send(u"LVL"_s, changed);
         alice.send(u"LVL"_s, changed % R % added);
@@ -439,7 +438,8 @@ private Q_SLOTS:
             state.groups[u"ops"_s] = {u"Operations"_s, Clock::now(), u"bob"_s, {u"alice"_s}};
             state.records[u"ID1"_s] = {u"MID"_s % R % u"ID1"_s % QChar(4), true};
             state.templates[u"T1"_s] = u"template"_s;
-            state.receipts.append({u"R1"_s, u"ID1"_s, u"bob"_s, u"Bob"_s, u"m2"_s, u"date"_s, u"alice"_s, true, false});
+            state.receipts.append(
+                {u"R1"_s, u"ID1"_s, u"bob"_s, u"Bob"_s, u"m2"_s, u"date"_s, u"alice"_s, true, false});
             state.recordDelivery(u"ID1"_s, u"bob"_s, u"m2"_s);
             state.userPolicies[u"bob"_s] = u"EXIT;"_s;
             state.levels.removeLast();
@@ -498,8 +498,9 @@ private Q_SLOTS:
             }
         };
         auto start = [&state](Server &server) {
-            QObject::connect(&server.process, &QProcess::readyReadStandardError, &server.process,
-                             [&server] { server.log += QString::fromUtf8(server.process.readAllStandardError()); });
+            QObject::connect(&server.process, &QProcess::readyReadStandardError, &server.process, [&server] {
+                server.log += QString::fromUtf8(server.process.readAllStandardError());
+            });
             server.process.start(QStringLiteral(KORVANE_DEVSERVER_BINARY),
                                  {u"--state"_s, state, u"--port"_s, u"0"_s});
             const QRegularExpression listening(u"listening on 127.0.0.1 port (\\d+)"_s);
@@ -529,8 +530,9 @@ private Q_SLOTS:
         TestClient alice(first->port, u"alice"_s);
         alice.logOn(u"m1"_s);
         QTRY_VERIFY(alice.has(u"UGR"_s));
-        QCOMPARE(run({u"send"_s, u"--to"_s, u"alice"_s, u"--level"_s, u"Warning"_s, u"hello"_s, u"world"_s}, &out),
-                 0);
+        QCOMPARE(
+            run({u"send"_s, u"--to"_s, u"alice"_s, u"--level"_s, u"Warning"_s, u"hello"_s, u"world"_s}, &out),
+            0);
         QVERIFY(out.contains(u"sent to 1 connected client"_s));
         QTRY_VERIFY(alice.has(u"MSG"_s));
         DVMessage got;

@@ -14,6 +14,7 @@
 #include <QApplication>
 
 #include <csignal>
+#include <unistd.h>
 
 int ProgramEntry::run(int argc, char **argv)
 {
@@ -34,8 +35,13 @@ int ProgramEntry::run(int argc, char **argv)
     DesktopFrontend frontend;
     Frontend::install(&frontend);
     UnixSignals signals;
+    // A signal during the start's own questions (the trace switch, the user's
+    // name) ends the process at once: nothing is loaded yet that needs closing.
+    const QMetaObject::Connection early =
+        QObject::connect(&signals, &UnixSignals::received, &app, [](int) { ::_exit(0); });
 
     std::unique_ptr<KorvanClient> engine = ProgramStart::Run();
+    QObject::disconnect(early);
     if (!engine) {
         Frontend::install(nullptr);
         return 1;

@@ -3,9 +3,9 @@
 #include <QTimer>
 #include <QUdpSocket>
 
-FakeServer::FakeServer()
+FakeServer::FakeServer(quint16 port)
 {
-    m_server.listen(QHostAddress::LocalHost, 0);
+    m_server.listen(QHostAddress::LocalHost, port);
     connect(&m_server, &QTcpServer::newConnection, this, &FakeServer::onNewConnection);
 }
 

@@ -15,7 +15,8 @@ class FakeServer final : public QObject
 {
     Q_OBJECT
 public:
-    FakeServer();
+    // On the given port of loopback; 0 takes any free one.
+    explicit FakeServer(quint16 port = 0);
     ~FakeServer() override;
 
     quint16 port() const { return m_server.serverPort(); }

@@ -62,8 +62,8 @@ void ControlChannel::onReadyRead(QLocalSocket *socket)
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(socket->readLine(), &error);
-    const QJsonObject result =
-        document.isObject() ? answer(document.object()) : reply(false, u"bad request: "_s + error.errorString());
+    const QJsonObject result = document.isObject() ? answer(document.object())
+                                                   : reply(false, u"bad request: "_s + error.errorString());
     socket->write(QJsonDocument(result).toJson(QJsonDocument::Compact) + '\n');
     socket->disconnectFromServer();
 }

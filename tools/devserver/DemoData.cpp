@@ -3,7 +3,6 @@
 #include "DevServer.h"
 #include "NewMessage.h"
 #include "ServerState.h"
-
 #include "store/DVMessage.h"
 
 #include <QDateTime>
@@ -46,21 +45,23 @@ bool seed(ServerState &state, const QString &owner, const QDateTime &now, QStrin
     // Certified, so that every client that logs on later still gets it.
     DVMessage welcome = NewMessage::compose(
         state.newId(), DevServer::agentName(), QString(), u"Message"_s,
-        u"Welcome to Korvane. This message comes from the development server to everyone."_s, now, lifetimeDays);
+        u"Welcome to Korvane. This message comes from the development server to everyone."_s, now,
+        lifetimeDays);
     welcome.Subject = u"Welcome"_s;
     welcome.MsgDelivery = DeliveryCertified;
     state.records.insert(welcome.MsgID, {welcome.ToString(), false});
 
-    DVMessage later = NewMessage::compose(state.newId(), DevServer::agentName(), QString(), u"Warning"_s,
-                                          u"This scheduled message was due one minute after the server started."_s,
-                                          now, lifetimeDays);
+    DVMessage later = NewMessage::compose(
+        state.newId(), DevServer::agentName(), QString(), u"Warning"_s,
+        u"This scheduled message was due one minute after the server started."_s, now, lifetimeDays);
     later.Subject = u"Scheduled"_s;
     later.MsgDelivery = DeliveryScheduled;
     later.StartDate = later.NextRunDate = now.addSecs(60);
     state.records.insert(later.MsgID, {later.ToString(), false});
 
-    DVMessage package = NewMessage::compose(state.newId(), DevServer::agentName(), QString(), u"sysKVPackage"_s,
-                                            u"A demo package: open its document."_s, now, lifetimeDays);
+    DVMessage package =
+        NewMessage::compose(state.newId(), DevServer::agentName(), QString(), u"sysKVPackage"_s,
+                            u"A demo package: open its document."_s, now, lifetimeDays);
     package.Subject = u"Demo package"_s;
     package.MsgDelivery = DeliveryCertified;
     package.Attachment = document;

@@ -3,7 +3,6 @@
 #include "ClientLink.h"
 #include "NewMessage.h"
 #include "ServerState.h"
-
 #include "core/Clock.h"
 #include "core/Failure.h"
 #include "link/Policies.h"
@@ -154,8 +153,9 @@ void DevServer::onNewConnection()
         m_links.append(link);
         connect(socket, &QTcpSocket::readyRead, this, [this, link] { onReadyRead(link); });
         // Queued, so that a link never goes away under a handler that is writing to it.
-        connect(socket, &QTcpSocket::disconnected, this, [this, link] { onDisconnected(link); },
-                Qt::QueuedConnection);
+        connect(
+            socket, &QTcpSocket::disconnected, this, [this, link] { onDisconnected(link); },
+            Qt::QueuedConnection);
         qInfo("connection from %s", peer(*link).constData());
         // The server speaks first; the client counts as connected from here.
         send(*link, u"CON"_s, agentName());
@@ -213,6 +213,9 @@ void DevServer::handle(ClientLink &link, const QString &payload)
 
 void DevServer::send(ClientLink &link, const QString &payload)
 {
+    // A link whose close is still queued takes nothing more.
+    if (link.socket->state() != QAbstractSocket::ConnectedState)
+        return;
     Failure failure;
     const QByteArray frame = link.codec.Encrypt(payload, &failure);
     if (failure.isSet()) {
@@ -380,7 +383,8 @@ void DevServer::logOn(ClientLink &link, const QString &, const QString &data)
         machine.agent = link.agent;
     }
     changed();
-    qInfo("%s logged on from machine \"%s\", role %d", peer(link).constData(), qUtf8Printable(link.machineId), user.role);
+    qInfo("%s logged on from machine \"%s\", role %d", peer(link).constData(), qUtf8Printable(link.machineId),
+          user.role);
 
     send(link, u"AUT"_s, QString::number(user.role));
     sendPolicies(link);
@@ -491,7 +495,8 @@ void DevServer::cancelRecord(ClientLink &link, const QString &code, const QStrin
 {
     const QString id = data.trimmed();
     if (!setStatus(id, StatusCancelled)) {
-        qWarning("%s of unknown %s from %s", qUtf8Printable(code), qUtf8Printable(id), peer(link).constData());
+        qWarning("%s of unknown %s from %s", qUtf8Printable(code), qUtf8Printable(id),
+                 peer(link).constData());
         return;
     }
     changed();
@@ -505,7 +510,8 @@ void DevServer::takeReceipt(ClientLink &link, const QString &, const QString &da
         qWarning("receipt without a message or an author from %s ignored", peer(link).constData());
         return;
     }
-    ServerState::Receipt receipt{m_state.newId(), fields[0], fields[1], fields[2], fields[3], fields[4],
+    ServerState::Receipt receipt{m_state.newId(),     fields[0],           fields[1],
+                                 fields[2],           fields[3],           fields[4],
                                  fields[5].toLower(), readBool(fields[6]), false};
     m_state.receipts.append(receipt);
     changed();
@@ -566,8 +572,9 @@ void DevServer::listGroups(ClientLink &link, const QString &, const QString &dat
 {
     QStringList groups, members;
     for (auto it = m_state.groups.cbegin(); it != m_state.groups.cend(); ++it) {
-        groups.append(QStringList{it.key(), it->description, DateText::DateToText(it->creationDate), it->creator}
-                          .join(fieldSeparator));
+        groups.append(
+            QStringList{it.key(), it->description, DateText::DateToText(it->creationDate), it->creator}.join(
+                fieldSeparator));
         for (const QString &member : it->members)
             members.append(it.key() % fieldSeparator % member);
     }
@@ -743,8 +750,9 @@ void DevServer::storeLevels(ClientLink &link, const QString &code, const QString
         ServerState::Level level = fieldsOf(row, 10).mid(0, 10);
         if (level[0].isEmpty())
             continue;
-        auto it = std::find_if(m_state.levels.begin(), m_state.levels.end(),
-                               [&level](const ServerState::Level &known) { return known.value(0) == level[0]; });
+        auto it =
+            std::find_if(m_state.levels.begin(), m_state.levels.end(),
+                         [&level](const ServerState::Level &known) { return known.value(0) == level[0]; });
         if (it != m_state.levels.end())
             *it = level;
         else
@@ -773,9 +781,9 @@ bool DevServer::inject(const QString &to, const QString &level, const QString &f
     Policies policies;
     policies.ToObject(m_state.globalPolicies);
     const QString target = to.compare("all"_L1, Qt::CaseInsensitive) == 0 ? QString() : to.toLower();
-    const DVMessage message = NewMessage::compose(m_state.newId(), from.isEmpty() ? agentName() : from.toLower(),
-                                                  target, level.isEmpty() ? u"Message"_s : level, text,
-                                                  Clock::now(), policies.Lifetime);
+    const DVMessage message =
+        NewMessage::compose(m_state.newId(), from.isEmpty() ? agentName() : from.toLower(), target,
+                            level.isEmpty() ? u"Message"_s : level, text, Clock::now(), policies.Lifetime);
     storeRecord(message.MsgID, message.ToString(), false);
     changed();
     broadcast(u"MSG"_s, message.ToString());
@@ -815,20 +823,21 @@ bool DevServer::sendOrder(const QString &to, const QString &order, QString *resu
 QString DevServer::listing() const
 {
     QStringList lines;
-    lines.append(u"listening on "_s % m_server.serverAddress().toString() % u" port "_s % QString::number(port()));
+    lines.append(u"listening on "_s % m_server.serverAddress().toString() % u" port "_s %
+                 QString::number(port()));
     lines.append(u"connected clients: "_s % QString::number(m_links.size()));
     for (const ClientLink *link : m_links)
-        lines.append(u"  "_s % (link->userId.isEmpty() ? u"(not logged on)"_s : link->userId) % u" machine "_s %
-                     link->machineId % u" address "_s % link->address.toString() % u" role "_s %
-                     QString::number(m_state.users.value(link->userId).role));
+        lines.append(u"  "_s % (link->userId.isEmpty() ? u"(not logged on)"_s : link->userId) %
+                     u" machine "_s % link->machineId % u" address "_s % link->address.toString() %
+                     u" role "_s % QString::number(m_state.users.value(link->userId).role));
     lines.append(u"stored messages and packages: "_s % QString::number(m_state.records.size()));
     for (auto it = m_state.records.cbegin(); it != m_state.records.cend(); ++it) {
         DVMessage record;
         record.ToObject(it->text);
         lines.append(u"  "_s % it.key() % (it->package ? u" package"_s : u" message"_s) % u" delivery "_s %
                      QString::number(record.MsgDelivery) % u" status "_s % QString::number(record.Status) %
-                     u" level "_s % record.MsgLevel % u" from "_s % record.UserID % u" to \""_s % record.Target %
-                     u"\" "_s % record.Subject);
+                     u" level "_s % record.MsgLevel % u" from "_s % record.UserID % u" to \""_s %
+                     record.Target % u"\" "_s % record.Subject);
     }
     qsizetype pending = 0;
     for (const ServerState::Receipt &receipt : m_state.receipts)

@@ -25,7 +25,7 @@ QString dateText(const QDateTime &value)
 QDateTime dateOf(const QJsonValue &value)
 {
     QDateTime date = QDateTime::fromString(value.toString(), Qt::ISODate);
-    // Held like every date of the system: wall clock under the UTC spec.
+    // Held like every date of the system: the wall clock, marked as UTC.
     if (date.isValid())
         date.setTimeSpec(Qt::UTC);
     return date;
@@ -54,8 +54,8 @@ QList<ServerState::Level> ServerState::defaultLevels()
 {
     // Colours are blue-green-red numbers; the reserved levels (99) stay out of the editor.
     return {
-        {u"Message"_s, u"Information"_s, u"65280"_s, u"0"_s, u"0"_s, u"False"_s, u"0"_s, QString(), u"False"_s,
-         u"0"_s},
+        {u"Message"_s, u"Information"_s, u"65280"_s, u"0"_s, u"0"_s, u"False"_s, u"0"_s, QString(),
+         u"False"_s, u"0"_s},
         {u"Warning"_s, u"Something needs attention"_s, u"65535"_s, u"0"_s, u"0"_s, u"False"_s, u"11"_s,
          QString(), u"False"_s, u"0"_s},
         {u"Alert"_s, u"Act now"_s, u"255"_s, u"16777215"_s, u"0"_s, u"True"_s, u"8"_s, QString(), u"False"_s,
@@ -84,8 +84,8 @@ bool ServerState::load(const QString &path, QString *error)
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parseError);
     if (!document.isObject()) {
-        *error = parseError.error != QJsonParseError::NoError ? parseError.errorString()
-                                                              : u"not a JSON object"_s;
+        *error =
+            parseError.error != QJsonParseError::NoError ? parseError.errorString() : u"not a JSON object"_s;
         return false;
     }
     const QJsonObject root = document.object();
@@ -122,10 +122,11 @@ bool ServerState::load(const QString &path, QString *error)
         templates.insert(it.key(), it.value().toString());
     for (const QJsonValue &value : root.value("receipts"_L1).toArray()) {
         const QJsonObject o = value.toObject();
-        receipts.append({o.value("id"_L1).toString(), o.value("msg"_L1).toString(), o.value("user"_L1).toString(),
-                         o.value("userName"_L1).toString(), o.value("machine"_L1).toString(),
-                         o.value("date"_L1).toString(), o.value("author"_L1).toString(),
-                         o.value("notify"_L1).toBool(), o.value("confirmed"_L1).toBool()});
+        receipts.append({o.value("id"_L1).toString(), o.value("msg"_L1).toString(),
+                         o.value("user"_L1).toString(), o.value("userName"_L1).toString(),
+                         o.value("machine"_L1).toString(), o.value("date"_L1).toString(),
+                         o.value("author"_L1).toString(), o.value("notify"_L1).toBool(),
+                         o.value("confirmed"_L1).toBool()});
     }
     for (const QJsonValue &value : root.value("deliveries"_L1).toArray()) {
         const QStringList keys = stringsOf(value);
@@ -171,7 +172,8 @@ bool ServerState::save()
                 }));
     QJsonArray recordArray;
     for (auto it = records.cbegin(); it != records.cend(); ++it)
-        recordArray.append(QJsonObject{{"id"_L1, it.key()}, {"package"_L1, it->package}, {"text"_L1, it->text}});
+        recordArray.append(
+            QJsonObject{{"id"_L1, it.key()}, {"package"_L1, it->package}, {"text"_L1, it->text}});
     root.insert("records"_L1, recordArray);
     root.insert("templates"_L1, objectOf(templates, [](const QString &text) { return QJsonValue(text); }));
     QJsonArray receiptArray;
@@ -193,7 +195,8 @@ bool ServerState::save()
         deliveryArray.append(QJsonArray::fromStringList(key.split(QChar(2))));
     root.insert("deliveries"_L1, deliveryArray);
     root.insert("globalPolicies"_L1, globalPolicies);
-    root.insert("userPolicies"_L1, objectOf(userPolicies, [](const QString &text) { return QJsonValue(text); }));
+    root.insert("userPolicies"_L1,
+                objectOf(userPolicies, [](const QString &text) { return QJsonValue(text); }));
     root.insert("serverConfig"_L1, serverConfig);
     QJsonArray levelArray;
     for (const Level &level : levels)

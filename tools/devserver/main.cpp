@@ -4,7 +4,6 @@
 #include "DemoData.h"
 #include "DevServer.h"
 #include "ServerState.h"
-
 #include "core/Clock.h"
 #include "core/UserInfos.h"
 

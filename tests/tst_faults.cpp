@@ -1,0 +1,226 @@
+// Attacks on the real client binary: killed while records stream in, a server
+// that dies and comes back again and again, floods of garbage and of lists far
+// larger than any real one.
+#include "store/DVMessage.h"
+#include "store/MessageCodes.h"
+#include "support/FakeServer.h"
+#include "support/TempProfile.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+QString record(int n)
+{
+    DVMessage m;
+    m.MsgID = QStringLiteral("F%1").arg(n, 13, 10, QLatin1Char('0'));
+    m.Subject = QStringLiteral("Stream");
+    m.Message = QStringLiteral("Record %1 of the stream").arg(n);
+    m.UserID = QStringLiteral("author");
+    m.UserName = QStringLiteral("The Author");
+    m.MachineID = QStringLiteral("ws-1");
+    m.Status = StatusActive;
+    m.ReceiptRequired = true;
+    m.DeleteAtExpiration = true;
+    m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
+    m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
+    return m.ToString();
+}
+
+struct Client
+{
+    QProcess process;
+
+    void start(const TempProfile &profile)
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), profile.configHome());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), profile.dataHome());
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), profile.runtimeDir());
+        env.insert(QStringLiteral("XDG_CONFIG_DIRS"), profile.systemConfigDir());
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        process.setProcessEnvironment(env);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
+        process.waitForStarted(10000);
+    }
+    void signal(int number)
+    {
+        ::kill(static_cast<pid_t>(process.processId()), number);
+        process.waitForFinished(10000);
+    }
+    // Resident memory in KiB, from /proc.
+    qint64 rss() const
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(process.processId()));
+        if (!status.open(QIODevice::ReadOnly))
+            return -1;
+        for (const QByteArray &line : status.readAll().split('\n'))
+            if (line.startsWith("VmRSS:"))
+                return line.mid(6).trimmed().split(' ').first().toLongLong();
+        return -1;
+    }
+    ~Client()
+    {
+        if (process.state() == QProcess::Running)
+            signal(SIGKILL);
+    }
+};
+
+void prepare(const TempProfile &profile, quint16 port)
+{
+    profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=Jane Doe\n");
+    profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
+                      "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) + "\n");
+}
+
+QStringList confirmedIds(const FakeServer &server)
+{
+    QStringList ids;
+    for (const QString &payload : server.received)
+        if (FakeServer::codeOf(payload) == QLatin1String("CMS"))
+            ids << payload.section(QChar(1), 1).section(QChar(2), 0, 0);
+    return ids;
+}
+
+QPair<QSet<QString>, QString> inspect(const QString &file)
+{
+    QSet<QString> ids;
+    QString integrity;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("inspect"));
+        db.setDatabaseName(file);
+        if (db.open()) {
+            QSqlQuery check(QStringLiteral("PRAGMA integrity_check"), db);
+            if (check.next())
+                integrity = check.value(0).toString();
+            QSqlQuery rows(QStringLiteral("SELECT MsgID FROM Inbox"), db);
+            while (rows.next())
+                ids.insert(rows.value(0).toString());
+        }
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("inspect"));
+    return {ids, integrity};
+}
+
+} // namespace
+
+class TestFaults : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void killedTwentyTimesWhileStreaming()
+    {
+        TempProfile profile;
+        FakeServer server;
+        prepare(profile, server.port());
+        auto *random = QRandomGenerator::global();
+        QStringList batches;
+        for (int b = 0; b < 100; ++b) {
+            QStringList records;
+            for (int i = 0; i < 100; ++i)
+                records << record(b * 100 + i);
+            batches << FakeServer::command(QStringLiteral("MSG"), records.join(QChar(2)));
+        }
+        for (int round = 0; round < 20; ++round) {
+            const qsizetype before = confirmedIds(server).size();
+            Client client;
+            client.start(profile);
+            QTRY_VERIFY_WITH_TIMEOUT(server.hasClient() && server.connections() == round + 1, 15000);
+            server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent")));
+            // The same ten thousand records each time: what is stored comes again
+            // as an edit, what was lost comes again as new.
+            server.sendJoined(batches);
+            const int wanted = 1 + int(random->bounded(9000));
+            QTRY_VERIFY_WITH_TIMEOUT(confirmedIds(server).size() >= before + wanted, 60000);
+            client.signal(SIGKILL);
+        }
+        const auto [ids, integrity] = inspect(profile.dataHome() + QStringLiteral("/Korvane/Client.db"));
+        QCOMPARE(integrity, QStringLiteral("ok"));
+        const QStringList confirmedList = confirmedIds(server);
+        const QSet<QString> confirmed(confirmedList.cbegin(), confirmedList.cend());
+        for (const QString &id : confirmed)
+            QVERIFY2(ids.contains(id), qPrintable(id));
+    }
+
+    void serverRestartedFiftyTimes()
+    {
+        TempProfile profile;
+        quint16 port = 0;
+        auto server = std::make_unique<FakeServer>();
+        port = server->port();
+        prepare(profile, port);
+        Client client;
+        client.start(profile);
+        qint64 early = 0;
+        for (int round = 0; round < 50; ++round) {
+            QTRY_VERIFY_WITH_TIMEOUT(server->hasClient(), 15000);
+            server->send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent")));
+            QTRY_VERIFY_WITH_TIMEOUT(server->receivedCodes().contains(QStringLiteral("USR")), 10000);
+            // A user with the reconnection policy at 0: try again at once.
+            server->send(FakeServer::command(QStringLiteral("POL"), QStringLiteral("RCON=0;")));
+            server->send(FakeServer::command(QStringLiteral("XYZ")));
+            if (round == 5)
+                early = client.rss();
+            server.reset();
+            server = std::make_unique<FakeServer>(port);
+            QVERIFY2(server->port() == port, "the port was taken meanwhile");
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(server->hasClient(), 15000);
+        const qint64 late = client.rss();
+        QVERIFY(early > 0);
+        // Fifty reconnections leave no trace in memory (a little slack for the allocator).
+        QVERIFY2(late - early < 4096, qPrintable(QStringLiteral("%1 KiB then %2 KiB").arg(early).arg(late)));
+        QCOMPARE(client.process.state(), QProcess::Running);
+    }
+
+    void floodsLeaveTheClientResponsive()
+    {
+        TempProfile profile;
+        FakeServer server;
+        prepare(profile, server.port());
+        Client client;
+        client.start(profile);
+        QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 15000);
+
+        auto *random = QRandomGenerator::global();
+        QByteArray garbage(100000, Qt::Uninitialized);
+        for (char &byte : garbage)
+            byte = char(random->bounded(256));
+        server.sendBytes(garbage);
+        // Lists far longer than a frame's worth, and fields that are not what they claim.
+        QStringList users;
+        for (int i = 0; i < 3000; ++i)
+            users << QStringLiteral("u%1").arg(i) + QChar(2) + QString(40, QLatin1Char('x')) + QChar(2) +
+                         QStringLiteral("not a date") + QChar(2) + QChar(2) + QStringLiteral("maybe") +
+                         QChar(2) + QStringLiteral("NaN");
+        for (int part = 0; part < 30; ++part)
+            server.send(
+                FakeServer::command(QStringLiteral("RUS"), users.mid(part * 100, 100).join(QChar(3))));
+        QStringList groups;
+        for (int i = 0; i < 5000; ++i)
+            groups << QStringLiteral("G%1").arg(i);
+        server.send(FakeServer::command(QStringLiteral("UGR"), groups.join(QChar(2)).left(32000)));
+        server.send(FakeServer::command(QStringLiteral("MSG"), QString(32000, QChar(2))));
+        server.send(FakeServer::command(QStringLiteral("LVL"), QString(30000, QChar(3))));
+
+        // Still answering: a CON after all that is met with USR.
+        const qsizetype before = server.received.size();
+        server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent")));
+        QTRY_VERIFY_WITH_TIMEOUT(server.receivedCodes().mid(before).contains(QStringLiteral("USR")), 5000);
+        QCOMPARE(client.process.state(), QProcess::Running);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFaults)
+#include "tst_faults.moc"
