@@ -17,6 +17,8 @@ DVMessage compose(const QString &id, const QString &from, const QString &target,
     message.MsgLevel = level;
     message.AllowReply = true;
     message.ReceiptRequired = true;
+    // The author hears of each reader: what a person trying the server wants to see.
+    message.Notify = true;
     message.CreationDate = now;
     message.ModificationDate = now;
     message.StartDate = now;
