@@ -800,19 +800,28 @@ bool DevServer::sendOrder(const QString &to, const QString &order, QString *resu
         return false;
     }
     const bool everyone = to.isEmpty() || to.compare("all"_L1, Qt::CaseInsensitive) == 0;
+    QList<QHostAddress> addresses;
+    for (const ClientLink *link : std::as_const(m_links))
+        if ((everyone || link->userId == to.toLower()) && !addresses.contains(link->address))
+            addresses.append(link->address);
+    // Machines where the user was seen last: an order also reaches a client
+    // that has lost its link and stopped retrying.
+    for (auto it = m_state.machines.cbegin(); it != m_state.machines.cend(); ++it) {
+        const QHostAddress address(it->ip);
+        if ((everyone || it->userId == to.toLower()) && !address.isNull() && !addresses.contains(address))
+            addresses.append(address);
+    }
     int sent = 0;
-    for (const ClientLink *link : std::as_const(m_links)) {
-        if (!everyone && link->userId != to.toLower())
-            continue;
+    for (const QHostAddress &address : std::as_const(addresses)) {
         // The client listens for orders on its ClientPort, the number of the TCP port it reached us on.
-        if (m_udp.writeDatagram(order.toLatin1(), link->address, port()) >= 0)
+        if (m_udp.writeDatagram(order.toLatin1(), address, port()) >= 0)
             ++sent;
         else
-            qWarning("UDP %s to %s failed: %s", qUtf8Printable(order), peer(*link).constData(),
+            qWarning("UDP %s to %s failed: %s", qUtf8Printable(order), qUtf8Printable(address.toString()),
                      qUtf8Printable(m_udp.errorString()));
     }
     if (sent == 0) {
-        *result = u"no connected client of \""_s % to % u'"';
+        *result = u"no connected client of \""_s % to % u"\", nor a machine where it was seen"_s;
         return false;
     }
     *result = order % u" sent to "_s % QString::number(sent) % u" client(s)"_s;
