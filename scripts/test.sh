@@ -6,3 +6,5 @@ scripts/setup.sh
 scripts/build.sh
 BUILD_DIR=${BUILD_DIR:-build}
 ctest --test-dir "$BUILD_DIR" --output-on-failure -j "$(nproc)" "$@"
+# A minute of fuzzing in all, with every kept crash input replayed first.
+[ "${KORVANE_SKIP_FUZZ:-}" = 1 ] || scripts/fuzz.sh 15

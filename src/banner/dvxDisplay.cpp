@@ -6,6 +6,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
@@ -165,6 +166,8 @@ dvxDisplay::dvxDisplay(QWidget *parent) : QWidget(parent)
     m_scroll = ScrollArithmetic(twipsPerPixelX, twipsPerPixelY);
     m_scroll.ScreenWidthPx = screen->geometry().width();
 
+    // The strip paints every pixel of what it updates: no erase before each tick.
+    setAttribute(Qt::WA_OpaquePaintEvent);
     m_ambientFont = font();
     m_font = m_ambientFont;
 
@@ -463,17 +466,23 @@ bool dvxDisplay::ForwardKey(QEvent *event)
     return true;
 }
 
-void dvxDisplay::paintEvent(QPaintEvent *)
+void dvxDisplay::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
     const QRect strip = Picture1->geometry();
+    // Below the strip lie the buttons and the caption, on the window's colour.
+    if (!strip.contains(event->rect()))
+        painter.fillRect(rect(), palette().window());
     const QColor back = ResolveColor(m_backColor);
     const qreal ratio = m_picture2.devicePixelRatio();
     const bool copied = m_copyX >= 0 && !m_picture2.isNull();
     // A block reaching past the picture's right edge shows background there.
     if (!copied || m_copyX + strip.width() > m_picture2.deviceIndependentSize().width())
         painter.fillRect(strip, back);
-    if (copied)
+    if (copied && ratio == 1.0)
+        // The ordinary case: a plain block copy, with no scaling on the way.
+        painter.drawPixmap(strip.topLeft(), m_picture2, QRect(m_copyX, 0, strip.width(), strip.height()));
+    else if (copied)
         painter.drawPixmap(QRectF(strip), m_picture2,
                            QRectF(m_copyX * ratio, 0, strip.width() * ratio, strip.height() * ratio));
     if (m_borderStyle == 1) {
