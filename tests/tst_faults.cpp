@@ -12,6 +12,7 @@
 #include <QSet>
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <QTcpServer>
 #include <QTest>
 
 #include <csignal>
@@ -153,31 +154,43 @@ private Q_SLOTS:
             QVERIFY2(ids.contains(id), qPrintable(id));
     }
 
-    void serverRestartedFiftyTimes()
+    void developmentServerRestartedFiftyTimes()
     {
         TempProfile profile;
-        quint16 port = 0;
-        auto server = std::make_unique<FakeServer>();
-        port = server->port();
+        QTcpServer probe;
+        probe.listen(QHostAddress::LocalHost, 0);
+        const quint16 port = probe.serverPort();
+        probe.close();
+        // Users reconnect at once when the link drops.
+        const QString state = profile.path() + QStringLiteral("/devserver.json");
+        profile.writeFile(QStringLiteral("devserver.json"), "{\"globalPolicies\": \"RCON=0;\"}");
         prepare(profile, port);
+        QProcess server;
+        auto startServer = [&] {
+            server.start(QStringLiteral(KORVANE_DEVSERVER),
+                         {QStringLiteral("--port"), QString::number(port), QStringLiteral("--state"), state});
+            QVERIFY(server.waitForStarted(10000));
+        };
+        auto logOns = [&] {
+            QFile log(profile.dataHome() + QStringLiteral("/Korvane/client.log"));
+            return log.open(QIODevice::ReadOnly) ? int(log.readAll().count("Sending informations: ")) : 0;
+        };
+        startServer();
         Client client;
         client.start(profile);
         qint64 early = 0;
-        for (int round = 0; round < 50; ++round) {
-            QTRY_VERIFY_WITH_TIMEOUT(server->hasClient(), 15000);
-            server->send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent")));
-            QTRY_VERIFY_WITH_TIMEOUT(server->receivedCodes().contains(QStringLiteral("USR")), 10000);
-            // A user with the reconnection policy at 0: try again at once.
-            server->send(FakeServer::command(QStringLiteral("POL"), QStringLiteral("RCON=0;")));
-            server->send(FakeServer::command(QStringLiteral("XYZ")));
+        for (int round = 1; round <= 50; ++round) {
+            QTRY_VERIFY_WITH_TIMEOUT(logOns() >= round, 15000);
             if (round == 5)
                 early = client.rss();
-            server.reset();
-            server = std::make_unique<FakeServer>(port);
-            QVERIFY2(server->port() == port, "the port was taken meanwhile");
+            server.kill();
+            server.waitForFinished(10000);
+            startServer();
         }
-        QTRY_VERIFY_WITH_TIMEOUT(server->hasClient(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(logOns() >= 51, 15000);
         const qint64 late = client.rss();
+        server.kill();
+        server.waitForFinished(10000);
         QVERIFY(early > 0);
         // Fifty reconnections leave no trace in memory (a little slack for the allocator).
         QVERIFY2(late - early < 4096, qPrintable(QStringLiteral("%1 KiB then %2 KiB").arg(early).arg(late)));
