@@ -3,6 +3,7 @@
 // server saw confirmed is lost when the client is killed.
 #include "store/DVMessage.h"
 #include "store/MessageCodes.h"
+#include "support/ClientProcess.h"
 #include "support/FakeServer.h"
 #include "support/TempProfile.h"
 
@@ -60,38 +61,6 @@ class TestDeliveryProcess : public QObject
     Q_OBJECT
 
 private:
-    struct Client
-    {
-        QProcess process;
-
-        void start(const TempProfile &profile)
-        {
-            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-            env.insert(QStringLiteral("XDG_CONFIG_HOME"), profile.configHome());
-            env.insert(QStringLiteral("XDG_DATA_HOME"), profile.dataHome());
-            env.insert(QStringLiteral("XDG_RUNTIME_DIR"), profile.runtimeDir());
-            env.insert(QStringLiteral("XDG_CONFIG_DIRS"), profile.systemConfigDir());
-            env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-            process.setProcessEnvironment(env);
-            process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-            process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
-            process.waitForStarted(10000);
-        }
-        void signal(int number)
-        {
-            ::kill(static_cast<pid_t>(process.processId()), number);
-            process.waitForFinished(10000);
-        }
-    };
-
-    static void prepare(const TempProfile &profile, const FakeServer &server)
-    {
-        profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=Jane Doe\n");
-        profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
-                          "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(server.port()) +
-                              "\n");
-    }
-
     static QStringList confirmedIds(const FakeServer &server)
     {
         QStringList ids;
@@ -106,9 +75,9 @@ private Q_SLOTS:
     {
         TempProfile profile;
         FakeServer server;
-        prepare(profile, server);
-        Client client;
-        client.start(profile);
+        ClientProcess::prepare(profile, server.port());
+        ClientProcess client;
+        client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
         QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
         server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-1")));
         QTRY_COMPARE_WITH_TIMEOUT(server.received.size(), 2, 10000);
@@ -135,13 +104,13 @@ private Q_SLOTS:
     {
         TempProfile profile;
         FakeServer server;
-        prepare(profile, server);
+        ClientProcess::prepare(profile, server.port());
         auto *random = QRandomGenerator::global();
         int next = 0;
         for (int round = 0; round < 3; ++round) {
             const qsizetype before = confirmedIds(server).size();
-            Client client;
-            client.start(profile);
+            ClientProcess client;
+            client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
             QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
             server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-1")));
             // Thousands of records in batches of a hundred, then a kill at a random moment.
@@ -158,8 +127,8 @@ private Q_SLOTS:
         }
 
         // After a restart, every record the server saw confirmed is in the store.
-        Client last;
-        last.start(profile);
+        ClientProcess last;
+        last.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
         QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
         last.signal(SIGTERM);
         const QSet<QString> ids = storedIds(profile.dataHome() + QStringLiteral("/Korvane/Client.db"));

@@ -3,6 +3,7 @@
 // larger than any real one.
 #include "store/DVMessage.h"
 #include "store/MessageCodes.h"
+#include "support/ClientProcess.h"
 #include "support/FakeServer.h"
 #include "support/TempProfile.h"
 
@@ -35,53 +36,6 @@ QString record(int n)
     m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
     m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
     return m.ToString();
-}
-
-struct Client
-{
-    QProcess process;
-
-    void start(const TempProfile &profile)
-    {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), profile.configHome());
-        env.insert(QStringLiteral("XDG_DATA_HOME"), profile.dataHome());
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), profile.runtimeDir());
-        env.insert(QStringLiteral("XDG_CONFIG_DIRS"), profile.systemConfigDir());
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        process.setProcessEnvironment(env);
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(QStringLiteral(KORVANE_CLIENT_BINARY), {});
-        process.waitForStarted(10000);
-    }
-    void signal(int number)
-    {
-        ::kill(static_cast<pid_t>(process.processId()), number);
-        process.waitForFinished(10000);
-    }
-    // Resident memory in KiB, from /proc.
-    qint64 rss() const
-    {
-        QFile status(QStringLiteral("/proc/%1/status").arg(process.processId()));
-        if (!status.open(QIODevice::ReadOnly))
-            return -1;
-        for (const QByteArray &line : status.readAll().split('\n'))
-            if (line.startsWith("VmRSS:"))
-                return line.mid(6).trimmed().split(' ').first().toLongLong();
-        return -1;
-    }
-    ~Client()
-    {
-        if (process.state() == QProcess::Running)
-            signal(SIGKILL);
-    }
-};
-
-void prepare(const TempProfile &profile, quint16 port)
-{
-    profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=Jane Doe\n");
-    profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
-                      "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) + "\n");
 }
 
 QStringList confirmedIds(const FakeServer &server)
@@ -124,7 +78,7 @@ private Q_SLOTS:
     {
         TempProfile profile;
         FakeServer server;
-        prepare(profile, server.port());
+        ClientProcess::prepare(profile, server.port());
         auto *random = QRandomGenerator::global();
         QStringList batches;
         for (int b = 0; b < 100; ++b) {
@@ -135,8 +89,8 @@ private Q_SLOTS:
         }
         for (int round = 0; round < 20; ++round) {
             const qsizetype before = confirmedIds(server).size();
-            Client client;
-            client.start(profile);
+            ClientProcess client;
+            client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
             QTRY_VERIFY_WITH_TIMEOUT(server.hasClient() && server.connections() == round + 1, 15000);
             server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent")));
             // The same ten thousand records each time: what is stored comes again
@@ -164,7 +118,7 @@ private Q_SLOTS:
         // Users reconnect at once when the link drops.
         const QString state = profile.path() + QStringLiteral("/devserver.json");
         profile.writeFile(QStringLiteral("devserver.json"), "{\"globalPolicies\": \"RCON=0;\"}");
-        prepare(profile, port);
+        ClientProcess::prepare(profile, port);
         QProcess server;
         auto startServer = [&] {
             server.start(QStringLiteral(KORVANE_DEVSERVER),
@@ -176,8 +130,8 @@ private Q_SLOTS:
             return log.open(QIODevice::ReadOnly) ? int(log.readAll().count("Sending informations: ")) : 0;
         };
         startServer();
-        Client client;
-        client.start(profile);
+        ClientProcess client;
+        client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
         qint64 early = 0;
         for (int round = 1; round <= 50; ++round) {
             QTRY_VERIFY_WITH_TIMEOUT(logOns() >= round, 15000);
@@ -201,9 +155,9 @@ private Q_SLOTS:
     {
         TempProfile profile;
         FakeServer server;
-        prepare(profile, server.port());
-        Client client;
-        client.start(profile);
+        ClientProcess::prepare(profile, server.port());
+        ClientProcess client;
+        client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
         QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 15000);
 
         auto *random = QRandomGenerator::global();

@@ -3,6 +3,7 @@
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
+#include "delivery/BooleanText.h"
 #include "delivery/Targeting.h"
 #include "link/Commands.h"
 #include "store/DBFunctions.h"
@@ -16,13 +17,6 @@ namespace {
 
 const QString Form = QStringLiteral("frmKorvanClient:");
 constexpr int SharedTemplatesView = 5;
-
-bool boolText(const QString &text)
-{
-    const QString t = text.trimmed();
-    return t.compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0 || t == QLatin1String("-1") ||
-           t == QLatin1String("1");
-}
 
 // A receipt row as received: ReceiptID, MsgID, UserID, UserName, MachineID, ReceiptDate.
 bool insertReceipt(Database &database, const QStringList &fields)
@@ -115,7 +109,7 @@ void Receipts::GetReceipt(const QString &payload)
                 continue;
             }
             confirmations << fields[0];
-            if (!boolText(fields.value(7)) || !frontend)
+            if (!IsTrueText(fields.value(7)) || !frontend)
                 continue;
             const QString name = fields.value(3).isEmpty() ? fields.value(2) : fields.value(3);
             // One popup gathers the readers, a line each.

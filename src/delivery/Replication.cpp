@@ -5,6 +5,7 @@
 #include "core/Globals.h"
 #include "core/Log.h"
 #include "core/UserInfos.h"
+#include "delivery/BooleanText.h"
 #include "link/CommandDispatcher.h"
 #include "link/Commands.h"
 #include "netsvc/NetworkPaths.h"
@@ -21,14 +22,6 @@ namespace {
 
 const QString Form = QStringLiteral("frmKorvanClient:");
 
-// Booleans travel as their text.
-bool boolText(const QString &text)
-{
-    const QString t = text.trimmed();
-    return t.compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0 || t == QLatin1String("-1") ||
-           t == QLatin1String("1");
-}
-
 enum class Kind { Text, Date, Bool, Number };
 
 struct ListColumn
@@ -43,7 +36,7 @@ QVariant converted(const QString &text, Kind kind)
     case Kind::Date:
         return StoredDate(DateText::TextToDate(text));
     case Kind::Bool:
-        return int(boolText(text));
+        return int(IsTrueText(text));
     case Kind::Number:
         return text.trimmed().toLongLong();
     case Kind::Text:
@@ -233,8 +226,8 @@ void Replication::StoreLevels(const QString &payload)
                                "ShadowColor, DrawShadow, SoundType, SoundFile, LocalSoundFile, Looping, "
                                "Authority) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
                 {fields[0], fields[1], fields[2].trimmed().toDouble(), fields[3].trimmed().toDouble(),
-                 fields[4].trimmed().toDouble(), int(boolText(fields[5])), fields[6].trimmed().toInt(),
-                 fields[7], localFile, int(boolText(fields[8])), fields[9].trimmed().toInt()})) {
+                 fields[4].trimmed().toDouble(), int(IsTrueText(fields[5])), fields[6].trimmed().toInt(),
+                 fields[7], localFile, int(IsTrueText(fields[8])), fields[9].trimmed().toInt()})) {
             WriteLog(Form + QStringLiteral("StoreLevels - ") + client.lastError());
             return;
         }

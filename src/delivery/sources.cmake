@@ -1,4 +1,5 @@
 list(APPEND ENGINE_SOURCES
+    delivery/BooleanText.h
     delivery/MessageIntake.cpp delivery/MessageIntake.h
     delivery/Receipts.cpp delivery/Receipts.h
     delivery/Replication.cpp delivery/Replication.h

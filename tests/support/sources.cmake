@@ -1,4 +1,5 @@
 list(APPEND SUPPORT_SOURCES
+    support/ClientProcess.cpp support/ClientProcess.h
     support/FakeClock.h
     support/FakeServer.cpp support/FakeServer.h
     support/RecordingFrontend.cpp support/RecordingFrontend.h
