@@ -21,21 +21,8 @@ namespace {
 
 QString record(const QString &id, const QString &target = QString(), const QString &agent = QString())
 {
-    DVMessage m;
-    m.MsgID = id;
-    m.Subject = QStringLiteral("About ") + id;
-    m.Message = QStringLiteral("Text of ") + id;
-    m.UserID = QStringLiteral("author");
-    m.UserName = QStringLiteral("The Author");
-    m.MachineID = QStringLiteral("ws-1");
-    m.Target = target;
-    m.Agent = agent;
-    m.ReceiptRequired = true;
-    m.DeleteAtExpiration = true;
-    m.Status = StatusActive;
-    m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
-    m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
-    return m.ToString();
+    return FakeServer::record(id, QStringLiteral("About ") + id, QStringLiteral("Text of ") + id, target,
+                              agent);
 }
 
 QSet<QString> storedIds(const QString &file)
@@ -61,15 +48,6 @@ class TestDeliveryProcess : public QObject
     Q_OBJECT
 
 private:
-    static QStringList confirmedIds(const FakeServer &server)
-    {
-        QStringList ids;
-        for (const QString &payload : server.received)
-            if (FakeServer::codeOf(payload) == QLatin1String("CMS"))
-                ids << payload.section(QChar(1), 1).section(QChar(2), 0, 0);
-        return ids;
-    }
-
 private Q_SLOTS:
     void batchConfirmedInOrderAndStored()
     {
@@ -88,7 +66,7 @@ private Q_SLOTS:
             record(QStringLiteral("E"))};
         server.send(FakeServer::command(QStringLiteral("MSG"), batch.join(QChar(2))));
         QTRY_COMPARE_WITH_TIMEOUT(
-            confirmedIds(server),
+            server.confirmedIds(),
             (QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("D")}),
             10000);
         // Each confirmation names this machine.
@@ -108,7 +86,7 @@ private Q_SLOTS:
         auto *random = QRandomGenerator::global();
         int next = 0;
         for (int round = 0; round < 3; ++round) {
-            const qsizetype before = confirmedIds(server).size();
+            const qsizetype before = server.confirmedIds().size();
             ClientProcess client;
             client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
             QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
@@ -121,7 +99,7 @@ private Q_SLOTS:
                 server.send(FakeServer::command(QStringLiteral("MSG"), batch.join(QChar(2))));
             }
             const int wanted = 1 + int(random->bounded(2500));
-            QTRY_VERIFY_WITH_TIMEOUT(confirmedIds(server).size() >= before + wanted, 30000);
+            QTRY_VERIFY_WITH_TIMEOUT(server.confirmedIds().size() >= before + wanted, 30000);
             client.signal(SIGKILL);
             QTRY_VERIFY(!server.hasClient());
         }
@@ -132,7 +110,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(server.hasClient(), 10000);
         last.signal(SIGTERM);
         const QSet<QString> ids = storedIds(profile.dataHome() + QStringLiteral("/Korvane/Client.db"));
-        const QStringList confirmed = confirmedIds(server);
+        const QStringList confirmed = server.confirmedIds();
         QVERIFY(!confirmed.isEmpty());
         for (const QString &id : confirmed)
             QVERIFY2(ids.contains(id), qPrintable(id));

@@ -23,28 +23,8 @@ namespace {
 
 QString record(int n)
 {
-    DVMessage m;
-    m.MsgID = QStringLiteral("F%1").arg(n, 13, 10, QLatin1Char('0'));
-    m.Subject = QStringLiteral("Stream");
-    m.Message = QStringLiteral("Record %1 of the stream").arg(n);
-    m.UserID = QStringLiteral("author");
-    m.UserName = QStringLiteral("The Author");
-    m.MachineID = QStringLiteral("ws-1");
-    m.Status = StatusActive;
-    m.ReceiptRequired = true;
-    m.DeleteAtExpiration = true;
-    m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
-    m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
-    return m.ToString();
-}
-
-QStringList confirmedIds(const FakeServer &server)
-{
-    QStringList ids;
-    for (const QString &payload : server.received)
-        if (FakeServer::codeOf(payload) == QLatin1String("CMS"))
-            ids << payload.section(QChar(1), 1).section(QChar(2), 0, 0);
-    return ids;
+    return FakeServer::record(QStringLiteral("F%1").arg(n, 13, 10, QLatin1Char('0')),
+                              QStringLiteral("Stream"), QStringLiteral("Record %1 of the stream").arg(n));
 }
 
 QPair<QSet<QString>, QString> inspect(const QString &file)
@@ -88,7 +68,7 @@ private Q_SLOTS:
             batches << FakeServer::command(QStringLiteral("MSG"), records.join(QChar(2)));
         }
         for (int round = 0; round < 20; ++round) {
-            const qsizetype before = confirmedIds(server).size();
+            const qsizetype before = server.confirmedIds().size();
             ClientProcess client;
             client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
             QTRY_VERIFY_WITH_TIMEOUT(server.hasClient() && server.connections() == round + 1, 15000);
@@ -97,12 +77,12 @@ private Q_SLOTS:
             // as an edit, what was lost comes again as new.
             server.sendJoined(batches);
             const int wanted = 1 + int(random->bounded(9000));
-            QTRY_VERIFY_WITH_TIMEOUT(confirmedIds(server).size() >= before + wanted, 60000);
+            QTRY_VERIFY_WITH_TIMEOUT(server.confirmedIds().size() >= before + wanted, 60000);
             client.signal(SIGKILL);
         }
         const auto [ids, integrity] = inspect(profile.dataHome() + QStringLiteral("/Korvane/Client.db"));
         QCOMPARE(integrity, QStringLiteral("ok"));
-        const QStringList confirmedList = confirmedIds(server);
+        const QStringList confirmedList = server.confirmedIds();
         const QSet<QString> confirmed(confirmedList.cbegin(), confirmedList.cend());
         for (const QString &id : confirmed)
             QVERIFY2(ids.contains(id), qPrintable(id));

@@ -1,5 +1,8 @@
 #include "support/FakeServer.h"
 
+#include "store/DVMessage.h"
+#include "store/MessageCodes.h"
+
 #include <QTimer>
 #include <QUdpSocket>
 
@@ -128,4 +131,33 @@ void FakeServer::onReadyRead()
         receivedFrom << connection;
         Q_EMIT payloadReceived(payload);
     }
+}
+
+QStringList FakeServer::confirmedIds() const
+{
+    QStringList ids;
+    for (const QString &payload : received)
+        if (codeOf(payload) == QLatin1String("CMS"))
+            ids << payload.section(QChar(1), 1).section(QChar(2), 0, 0);
+    return ids;
+}
+
+QString FakeServer::record(const QString &id, const QString &subject, const QString &text,
+                           const QString &target, const QString &agent)
+{
+    DVMessage m;
+    m.MsgID = id;
+    m.Subject = subject;
+    m.Message = text;
+    m.UserID = QStringLiteral("author");
+    m.UserName = QStringLiteral("The Author");
+    m.MachineID = QStringLiteral("ws-1");
+    m.Target = target;
+    m.Agent = agent;
+    m.ReceiptRequired = true;
+    m.DeleteAtExpiration = true;
+    m.Status = StatusActive;
+    m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
+    m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
+    return m.ToString();
 }

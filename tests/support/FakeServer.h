@@ -55,6 +55,12 @@ public:
     // The codes of what the client sent, in order.
     QStringList receivedCodes() const;
     static QString codeOf(const QString &payload);
+    // The MsgIDs of the client's CMS confirmations, in order.
+    QStringList confirmedIds() const;
+    // An active record for everyone (or the target) that never expires, as a
+    // server would send it.
+    static QString record(const QString &id, const QString &subject, const QString &text,
+                          const QString &target = QString(), const QString &agent = QString());
 
 Q_SIGNALS:
     void clientConnected();
