@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(
     # build
-    cmake ninja-build g++ pkg-config clang-format libsqlite3-dev python3
+    cmake ninja-build g++ ccache pkg-config clang-format libsqlite3-dev python3
     # fuzzing and benchmarks
     clang libclang-rt-14-dev libbenchmark-dev
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6sql6-sqlite libgl-dev
