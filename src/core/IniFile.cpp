@@ -49,6 +49,41 @@ QString valueOf(const QString &line)
     return value;
 }
 
+// Puts key=value in its section: in place of the key's line, else after the
+// section's last line, else in a new section at the end.
+void setLine(QStringList &lines, const QString &section, const QString &key, const QString &value)
+{
+    const QString entry = key + QLatin1Char('=') + value;
+    qsizetype sectionAt = -1;
+    qsizetype lastInSection = -1;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString trimmed = lines[i].trimmed();
+        if (isSectionLine(trimmed)) {
+            if (sectionAt >= 0)
+                break;
+            if (sectionIs(trimmed, section))
+                sectionAt = lastInSection = i;
+            continue;
+        }
+        if (sectionAt < 0)
+            continue;
+        if (!trimmed.isEmpty())
+            lastInSection = i;
+        if (keyOf(lines[i]).compare(key, Qt::CaseInsensitive) == 0) {
+            lines[i] = entry;
+            return;
+        }
+    }
+    if (sectionAt < 0) {
+        if (!lines.isEmpty() && !lines.last().trimmed().isEmpty())
+            lines.append(QString());
+        lines.append(QLatin1Char('[') + section + QLatin1Char(']'));
+        lines.append(entry);
+    } else {
+        lines.insert(lastInSection + 1, entry);
+    }
+}
+
 } // namespace
 
 bool IniFile::registered() const
@@ -126,44 +161,18 @@ qint64 IniFile::readInt(const QString &key, qint64 defaultValue, bool *wellForme
 
 bool IniFile::writeString(const QString &key, const QString &value) const
 {
+    return writeValues({{key, value}});
+}
+
+bool IniFile::writeValues(const QList<Entry> &entries) const
+{
     if (!registered())
         return false;
     QStringList lines = readLines(m_fileName);
     if (!lines.isEmpty() && lines.last().isEmpty())
         lines.removeLast();
-
-    const QString entry = key + QLatin1Char('=') + value;
-    qsizetype sectionAt = -1;
-    qsizetype lastInSection = -1;
-    bool written = false;
-    for (qsizetype i = 0; i < lines.size() && !written; ++i) {
-        const QString trimmed = lines[i].trimmed();
-        if (isSectionLine(trimmed)) {
-            if (sectionAt >= 0)
-                break;
-            if (sectionIs(trimmed, m_section))
-                sectionAt = lastInSection = i;
-            continue;
-        }
-        if (sectionAt < 0)
-            continue;
-        if (!trimmed.isEmpty())
-            lastInSection = i;
-        if (keyOf(lines[i]).compare(key, Qt::CaseInsensitive) == 0) {
-            lines[i] = entry;
-            written = true;
-        }
-    }
-    if (!written) {
-        if (sectionAt < 0) {
-            if (!lines.isEmpty() && !lines.last().trimmed().isEmpty())
-                lines.append(QString());
-            lines.append(QLatin1Char('[') + m_section + QLatin1Char(']'));
-            lines.append(entry);
-        } else {
-            lines.insert(lastInSection + 1, entry);
-        }
-    }
+    for (const Entry &e : entries)
+        setLine(lines, m_section, e.key, e.value);
 
     QDir().mkpath(QFileInfo(m_fileName).absolutePath());
     QSaveFile file(m_fileName);

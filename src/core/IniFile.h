@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -25,6 +26,13 @@ public:
     qint64 readInt(const QString &key, qint64 defaultValue, bool *wellFormed = nullptr) const;
     // The file exists but cannot be read.
     bool unreadable() const;
+    struct Entry
+    {
+        QString key;
+        QString value;
+    };
+    // All entries in one rewrite of the file, which replaces the old one whole.
+    bool writeValues(const QList<Entry> &entries) const;
     bool writeString(const QString &key, const QString &value) const;
     bool writeInt(const QString &key, qint64 value) const;
 

@@ -1,42 +1,18 @@
 #include "core/Options.h"
 
-#include <limits>
+#include "core/OptionKeys.h"
 
-namespace {
-
-qint16 toInt16(qint64 value)
+Options::Options()
 {
-    // An out-of-range number is as bad as no number.
-    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
-        return 0;
-    return static_cast<qint16>(value);
+    for (const OptionKey &key : optionKeys())
+        setOptionValue(*this, key, key.resetDefault.value_or(key.readDefault));
 }
-
-qint32 toInt32(qint64 value)
-{
-    if (value < std::numeric_limits<qint32>::min() || value > std::numeric_limits<qint32>::max())
-        return 0;
-    return static_cast<qint32>(value);
-}
-
-} // namespace
 
 void Options::setIniPath(const QString &userFile, const QString &deployedDefaults)
 {
     m_ini.setSection(QStringLiteral("Options"));
     m_ini.setFileName(userFile);
     m_ini.setFallbackFileName(deployedDefaults);
-}
-
-qint64 Options::readNumber(const QString &key, qint64 defaultValue)
-{
-    bool wellFormed = true;
-    const qint64 value = m_ini.readInt(key, defaultValue, &wellFormed);
-    if (!wellFormed)
-        m_problems << QStringLiteral("Options:ReadOptions - \"") + key +
-                          QStringLiteral("\" is not a number; ") + QString::number(value) +
-                          QStringLiteral(" is used");
-    return value;
 }
 
 void Options::ReadOptions()
@@ -49,49 +25,41 @@ void Options::ReadOptions()
         ResetToDefault();
         return;
     }
-    Language = toInt16(readNumber(QStringLiteral("Language"), 0));
-    // The crossing of these two keys is deliberate: the file format and the
-    // options form depend on it.
-    RefreshRate = toInt32(readNumber(QStringLiteral("Speed"), 100));
-    RefreshSteps = toInt32(readNumber(QStringLiteral("Refresh Rate"), 1));
-    Font.Name = m_ini.readString(QStringLiteral("FontName"), QStringLiteral("Arial"));
-    Font.Bold = readNumber(QStringLiteral("FontBold"), 1) != 0;
-    Font.Italic = readNumber(QStringLiteral("FontItalic"), 0) != 0;
-    Font.Size = toInt32(readNumber(QStringLiteral("FontSize"), 12));
-    HorizontalPosition = toInt32(readNumber(QStringLiteral("Horizontal position"), 0));
-    VerticalPosition = toInt32(readNumber(QStringLiteral("Vertical position"), 0));
-    Server = m_ini.readString(QStringLiteral("Host"), QString());
-    ClientPort = toInt32(readNumber(QStringLiteral("ClientPort"), DefaultClientPort));
-    Trace = readNumber(QStringLiteral("Trace"), 0) != 0;
-    ReconnectDelay = toInt32(readNumber(QStringLiteral("ReconnectDelay"), 15));
-    WatchdogDelay = toInt32(readNumber(QStringLiteral("WatchdogDelay"), 45));
-    WatchdogFrequency = toInt32(readNumber(QStringLiteral("WatchdogFrequency"), 10));
-    DateTimeFormat = m_ini.readString(QStringLiteral("DateTimeFormat"), QString());
+    for (const OptionKey &key : optionKeys()) {
+        const QString name = key.key;
+        if (const auto *text = std::get_if<QString>(&key.readDefault)) {
+            setOptionValue(*this, key, m_ini.readString(name, *text));
+            continue;
+        }
+        bool wellFormed = true;
+        const qint64 value = m_ini.readInt(name, std::get<qint64>(key.readDefault), &wellFormed);
+        if (!wellFormed)
+            m_problems << QStringLiteral("Options:ReadOptions - \"") + name +
+                              QStringLiteral("\" is not a number; ") + QString::number(value) +
+                              QStringLiteral(" is used");
+        setOptionValue(*this, key, value);
+    }
 }
 
 void Options::SaveOptions() const
 {
-    m_ini.writeInt(QStringLiteral("Language"), Language);
-    m_ini.writeInt(QStringLiteral("Speed"), RefreshRate);
-    m_ini.writeInt(QStringLiteral("Refresh Rate"), RefreshSteps);
-    m_ini.writeString(QStringLiteral("FontName"), Font.Name);
-    m_ini.writeInt(QStringLiteral("FontBold"), Font.Bold ? 1 : 0);
-    m_ini.writeInt(QStringLiteral("FontItalic"), Font.Italic ? 1 : 0);
-    m_ini.writeInt(QStringLiteral("FontSize"), Font.Size);
-    m_ini.writeInt(QStringLiteral("Horizontal position"), HorizontalPosition);
-    m_ini.writeInt(QStringLiteral("Vertical position"), VerticalPosition);
-    m_ini.writeString(QStringLiteral("Host"), Server);
-    m_ini.writeInt(QStringLiteral("ClientPort"), ClientPort);
-    m_ini.writeInt(QStringLiteral("Trace"), Trace ? 1 : 0);
-    m_ini.writeInt(QStringLiteral("ReconnectDelay"), ReconnectDelay);
-    m_ini.writeInt(QStringLiteral("WatchdogDelay"), WatchdogDelay);
-    m_ini.writeInt(QStringLiteral("WatchdogFrequency"), WatchdogFrequency);
+    // One rewrite of the file for all keys: a save cut short leaves the old file whole.
+    QList<IniFile::Entry> entries;
+    for (const OptionKey &key : optionKeys()) {
+        if (!key.saved)
+            continue;
+        const OptionValue value = optionValue(*this, key);
+        entries.append({key.key, std::holds_alternative<QString>(value)
+                                     ? std::get<QString>(value)
+                                     : QString::number(std::get<qint64>(value))});
+    }
+    m_ini.writeValues(entries);
 }
 
 void Options::SaveConnectionSettings() const
 {
-    m_ini.writeString(QStringLiteral("Host"), Server);
-    m_ini.writeInt(QStringLiteral("ClientPort"), ClientPort);
+    m_ini.writeValues(
+        {{QStringLiteral("Host"), Server}, {QStringLiteral("ClientPort"), QString::number(ClientPort)}});
 }
 
 void Options::SaveUpdLocation(const QString &location) const
@@ -101,13 +69,7 @@ void Options::SaveUpdLocation(const QString &location) const
 
 void Options::ResetToDefault()
 {
-    Language = 0;
-    RefreshRate = 100;
-    RefreshSteps = 1;
-    // Not bold, unlike a file that lacks the key: the two defaults differ on purpose.
-    Font = FontSpec{};
-    Trace = false;
-    ReconnectDelay = 15;
-    WatchdogDelay = 45;
-    WatchdogFrequency = 10;
+    for (const OptionKey &key : optionKeys())
+        if (key.resetDefault)
+            setOptionValue(*this, key, *key.resetDefault);
 }

@@ -8,30 +8,34 @@
 // The banner font as the settings hold it; the banner turns it into a real font.
 struct FontSpec
 {
-    QString Name = QStringLiteral("Arial");
+    QString Name;
     bool Bold = false;
     bool Italic = false;
-    int Size = 12;
+    int Size = 0;
 };
 
-// The client's settings, section "Options" of KorvaneClient.ini.
+// The client's settings, section "Options" of KorvaneClient.ini. Keys, types
+// and defaults are the table of OptionKeys; a new Options holds the reset
+// defaults, and the read defaults where a reset leaves the value alone.
 class Options
 {
 public:
     static constexpr int DefaultClientPort = 58502;
 
+    Options();
+
     qint16 Language = 0;
-    qint32 RefreshRate = 100; // the key "Speed"
-    qint32 RefreshSteps = 1;  // the key "Refresh Rate"
+    qint32 RefreshRate = 0;  // the key "Speed"
+    qint32 RefreshSteps = 0; // the key "Refresh Rate"
     FontSpec Font;
     qint32 HorizontalPosition = 0;
     qint32 VerticalPosition = 0;
     QString Server;
-    qint32 ClientPort = DefaultClientPort;
+    qint32 ClientPort = 0;
     bool Trace = false;
-    qint32 ReconnectDelay = 15;
-    qint32 WatchdogDelay = 45;
-    qint32 WatchdogFrequency = 10;
+    qint32 ReconnectDelay = 0;
+    qint32 WatchdogDelay = 0;
+    qint32 WatchdogFrequency = 0;
     // Read only: how dates are written on the wire (a Qt date-time format; empty
     // means the locale's short date and long time).
     QString DateTimeFormat;
@@ -48,8 +52,6 @@ public:
     void ResetToDefault();
 
 private:
-    qint64 readNumber(const QString &key, qint64 defaultValue);
-
     IniFile m_ini;
     QStringList m_problems;
 };

@@ -9,6 +9,7 @@ list(APPEND ENGINE_SOURCES
     core/IniFile.cpp core/IniFile.h
     core/KorvanClient.cpp core/KorvanClient.h
     core/Log.cpp core/Log.h
+    core/OptionKeys.cpp core/OptionKeys.h
     core/Options.cpp core/Options.h
     core/OsInfo.cpp core/OsInfo.h
     core/ProgramStart.cpp core/ProgramStart.h

@@ -3,15 +3,17 @@
 #include "core/Log.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusReply>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWidget>
+
+#include <utility>
 
 namespace {
 const QString Service = QStringLiteral("org.freedesktop.Notifications");
@@ -31,37 +33,64 @@ DesktopNotifier::~DesktopNotifier()
 
 void DesktopNotifier::show(const QString &text)
 {
-    const QString summary = text.section(QLatin1Char('\n'), 0, 0);
-    const QString body = text.section(QLatin1Char('\n'), 1);
-    if (notify(summary, body)) {
-        m_shown = true;
+    // The popup counts as shown from now on: the engine's next receipt extends it.
+    m_shown = true;
+    if (m_toast && m_toast->isVisible()) {
+        showToast(text);
         return;
     }
-    showToast(text);
+    if (m_calling) {
+        m_waitingText = text;
+        return;
+    }
+    notify(text);
 }
 
-bool DesktopNotifier::notify(const QString &summary, const QString &body)
+void DesktopNotifier::notify(const QString &text)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected() || !bus.interface() || !bus.interface()->isServiceRegistered(Service))
-        return false;
+    if (!bus.isConnected()) {
+        showToast(text);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall(Service, Path, Service, QStringLiteral("Notify"));
     // While the popup stands, the new text replaces it rather than stacking another.
-    call << QStringLiteral("Korvane Client") << (m_shown ? m_id : 0u) << QStringLiteral("dialog-information")
-         << summary << body << QStringList() << QVariantMap() << -1;
-    const QDBusReply<uint> reply = bus.call(call, QDBus::Block, 3000);
-    if (!reply.isValid()) {
-        WriteLog(QStringLiteral("frmKorvanClient:PopupNotify - ") + reply.error().message());
-        return false;
+    call << QStringLiteral("Korvane Client") << m_id << QStringLiteral("dialog-information")
+         << text.section(QLatin1Char('\n'), 0, 0) << text.section(QLatin1Char('\n'), 1) << QStringList()
+         << QVariantMap() << -1;
+    // Never blocks: a service that is slow or hung leaves the banner scrolling.
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 15000), this);
+    watcher->setProperty("text", text);
+    m_calling = true;
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onNotifyAnswered);
+}
+
+void DesktopNotifier::onNotifyAnswered(QDBusPendingCallWatcher *watcher)
+{
+    watcher->deleteLater();
+    m_calling = false;
+    const QDBusPendingReply<uint> reply = *watcher;
+    if (reply.isError()) {
+        // No service (or one that never answered): our own toast says it instead.
+        if (reply.error().type() != QDBusError::ServiceUnknown)
+            WriteLog(QStringLiteral("frmKorvanClient:PopupNotify - ") + reply.error().message());
+        m_id = 0;
+        const QString text = m_waitingText.isEmpty() ? watcher->property("text").toString() : m_waitingText;
+        m_waitingText.clear();
+        showToast(text);
+        return;
     }
     m_id = reply.value();
-    return true;
+    if (!m_waitingText.isEmpty())
+        notify(std::exchange(m_waitingText, QString()));
 }
 
 void DesktopNotifier::onClosed(uint id, uint)
 {
-    if (id == m_id)
+    if (id == m_id && !m_calling) {
         m_shown = false;
+        m_id = 0;
+    }
 }
 
 void DesktopNotifier::showToast(const QString &text)

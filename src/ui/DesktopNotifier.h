@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 
+class QDBusPendingCallWatcher;
 class QLabel;
 class QTimer;
 class QWidget;
@@ -27,11 +28,17 @@ private Q_SLOTS:
     void onClosed(uint id, uint reason);
 
 private:
-    bool notify(const QString &summary, const QString &body);
+    // Sends the text to the service without waiting; the answer comes later.
+    void notify(const QString &text);
+    void onNotifyAnswered(QDBusPendingCallWatcher *watcher);
     void showToast(const QString &text);
 
     uint m_id = 0;
     bool m_shown = false;
+    // A call is on its way; a text shown meanwhile waits for its id, so that it
+    // replaces the popup rather than stacking a second one.
+    bool m_calling = false;
+    QString m_waitingText;
     QPointer<QWidget> m_toast;
     QLabel *m_toastText = nullptr;
     QTimer *m_toastTimer = nullptr;

@@ -28,7 +28,8 @@ public:
     // What CON carries: the name the clients take as their agent.
     static QString agentName();
 
-    // The control commands. Each gives a line for the person, or false with the reason in it.
+    // The control commands (ControlCommands.cpp). Each gives a line for the person, or false with the reason
+    // in it.
     bool inject(const QString &to, const QString &level, const QString &from, const QString &text,
                 QString *result);
     bool sendOrder(const QString &to, const QString &order, QString *result);
@@ -62,24 +63,24 @@ private:
     void storeRecord(const QString &id, const QString &text, bool package);
     bool setStatus(const QString &id, int status);
 
-    // Log-on and liveness.
+    // Log-on and liveness (LogOnHandlers.cpp).
     void logOn(ClientLink &link, const QString &code, const QString &data);
     void sendHeld(ClientLink &link, const QString &code, const QString &data);
     void watchdog(ClientLink &link, const QString &code, const QString &data);
-    // IDs.
+    // IDs, messages, packages and receipts (RecordHandlers.cpp).
     void newId(ClientLink &link, const QString &code, const QString &data);
     void duplicateId(ClientLink &link, const QString &code, const QString &data);
-    // Messages and packages.
+
     void takeRecord(ClientLink &link, const QString &code, const QString &data);
     void confirm(ClientLink &link, const QString &code, const QString &data);
     void updateRecord(ClientLink &link, const QString &code, const QString &data);
     void deleteRecords(ClientLink &link, const QString &code, const QString &data);
     void cancelRecord(ClientLink &link, const QString &code, const QString &data);
-    // Receipts.
+
     void takeReceipt(ClientLink &link, const QString &code, const QString &data);
     void confirmReceipts(ClientLink &link, const QString &code, const QString &data);
     void listReceipts(ClientLink &link, const QString &code, const QString &data);
-    // Directories and templates.
+    // Directories (DirectoryHandlers.cpp) and templates (TemplateHandlers.cpp).
     void listUsers(ClientLink &link, const QString &code, const QString &data);
     void listMachines(ClientLink &link, const QString &code, const QString &data);
     void listGroups(ClientLink &link, const QString &code, const QString &data);
@@ -92,7 +93,7 @@ private:
     void setRoles(ClientLink &link, const QString &code, const QString &data);
     void deleteUsers(ClientLink &link, const QString &code, const QString &data);
     void deleteMachines(ClientLink &link, const QString &code, const QString &data);
-    // Configuration.
+    // Policies, configuration and levels (ConfigurationHandlers.cpp).
     void globalPolicies(ClientLink &link, const QString &code, const QString &data);
     void userPolicies(ClientLink &link, const QString &code, const QString &data);
     void storeGlobalPolicies(ClientLink &link, const QString &code, const QString &data);
