@@ -36,6 +36,9 @@ private:
             auto *dialog = qobject_cast<frmDialog *>(QApplication::activeModalWidget());
             QVERIFY(dialog);
             act(dialog);
+            // A check that failed inside leaves the box up; closing it ends the wait.
+            if (dialog->isVisible())
+                dialog->close();
         });
     }
 
@@ -63,8 +66,8 @@ private Q_SLOTS:
                                    << int(ResultCancel);
         QTest::newRow("yes no") << 3 << QStringList{QStringLiteral("Yes"), QStringLiteral("No")}
                                 << int(ResultNo);
-        QTest::newRow("yes no cancel")
-            << 4 << QStringList{QStringLiteral("Yes"), QStringLiteral("No"), QStringLiteral("Cancel")}
+        QTest::newRow("cancel yes no")
+            << 4 << QStringList{QStringLiteral("Cancel"), QStringLiteral("Yes"), QStringLiteral("No")}
             << int(ResultCancel);
     }
 
@@ -74,19 +77,23 @@ private Q_SLOTS:
         QFETCH(QStringList, captions);
         QFETCH(int, escape);
         TempProfile profile;
+        const QString caption = QStringLiteral("ATTENTION - You requested to shut down the Korvane Client");
+        const QString word = QStringLiteral("\\\\fileserver\\communication\\announcements-2024.pdf");
 
         const QList<int> buttons = DialogButtonSet::buttonsOf(set);
         for (int index = 0; index < buttons.size(); ++index) {
             QStringList seen;
             whenShown([&](frmDialog *dialog) {
                 seen = shownButtons(dialog);
-                QCOMPARE(dialog->Label1->text(), QStringLiteral("Text"));
-                QCOMPARE(dialog->windowTitle(), QStringLiteral("Caption"));
+                QCOMPARE(dialog->Label1->text(), QStringLiteral("Open ") + word);
+                QCOMPARE(dialog->windowTitle(), caption);
+                // Wide enough that neither the title nor a word is cut.
+                QVERIFY(dialog->width() >= dialog->fontMetrics().horizontalAdvance(caption));
+                QVERIFY(dialog->Label1->width() >= dialog->Label1->fontMetrics().horizontalAdvance(word));
                 QVERIFY(!dialog->txtInput->isVisible());
                 dialog->Button[buttons[index]]->click();
             });
-            const int result =
-                MessageBox::Show(QStringLiteral("Text"), QStringLiteral("Caption"), IconQuestion, set);
+            const int result = MessageBox::Show(QStringLiteral("Open ") + word, caption, IconQuestion, set);
             QCOMPARE(seen, captions);
             QCOMPARE(result, DialogButtonSet::resultOf(buttons[index]));
         }

@@ -172,6 +172,11 @@ private Q_SLOTS:
         };
         const int x = value("X"), y = value("Y"), width = value("WIDTH"), height = value("HEIGHT");
         QVERIFY2(width > 0 && height > 0, qPrintable(geometry));
+        // The title the window manager shows is the caption alone, no program name behind it.
+        QCOMPARE(run(QStringLiteral("xprop"), {QStringLiteral("-id"), window.section(QLatin1Char('\n'), 0, 0),
+                                               QStringLiteral("_NET_WM_NAME")})
+                     .trimmed(),
+                 QStringLiteral("_NET_WM_NAME(UTF8_STRING) = \"Korvane banner\""));
 
         // The strip in the level's colours: a screenshot kept beside the test.
         const QString shot = QStringLiteral(KORVANE_ARTIFACTS) + QStringLiteral("/banner.png");

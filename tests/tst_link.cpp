@@ -14,10 +14,13 @@
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 
+#include <QEventLoop>
 #include <QFile>
 #include <QHostInfo>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 
@@ -76,14 +79,17 @@ private Q_SLOTS:
         QVERIFY(logText().contains(QStringLiteral("CONNECTION - Connected to 127.0.0.1")));
         QVERIFY(QFile(f.profile.configHome() + QStringLiteral("/KorvaneClient.ini")).exists());
 
+        // A name the code page lacks goes out with "?", one for the emoji too.
+        UserInfos &user = gUserInfos();
+        user.UserName = QStringLiteral("\u0141ukasz \U0001F600");
+        const auto nameBack = qScopeGuard([&user] { user.UserName.clear(); });
         f.server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("agent-7")));
         QTRY_COMPARE(f.server.received.size(), 2);
-        const UserInfos &user = gUserInfos();
         const QString tail = QChar(0) + user.UserID();
         QCOMPARE(f.server.received[0], QStringLiteral("USR") + QChar(1) + QStringLiteral("UID=") +
                                            user.UserID() + QStringLiteral("|MID=") +
                                            QHostInfo::localHostName().toLower() +
-                                           QStringLiteral("|USN=|MIP=127.0.0.1|AGN=agent-7|LNG=0") +
+                                           QStringLiteral("|USN=?ukasz ?|MIP=127.0.0.1|AGN=agent-7|LNG=0") +
                                            QChar(2) + LinkCommands::Version() + tail);
         QCOMPARE(f.server.received[1], QStringLiteral("ALL") + tail);
         QVERIFY(f.engine.ConnectedToServer());
@@ -168,6 +174,33 @@ private Q_SLOTS:
         QVERIFY(gSession().UsersLoaded && gSession().MachinesLoaded);
         QVERIFY(logText().contains(QStringLiteral("frmKorvanClient:DataArrival Code: XYZ")));
         QVERIFY(QFile(gOptions().iniPath()).open(QIODevice::ReadOnly));
+    }
+
+    void framesFlowWhileABoxStands()
+    {
+        Fixture f;
+        QTRY_VERIFY(f.server.hasClient());
+        // The first notice's box pumps events as a modal box does, until the CON
+        // sent meanwhile has been answered.
+        QStringList answeredInBox;
+        f.frontend.whileBoxStands = [&f, &answeredInBox] {
+            f.server.send(FakeServer::command(QStringLiteral("CON"), QStringLiteral("a")));
+            QEventLoop pump;
+            connect(&f.server, &FakeServer::payloadReceived, &pump, [&f, &pump] {
+                if (f.server.received.size() == 2)
+                    pump.quit();
+            });
+            QTimer::singleShot(5000, &pump, &QEventLoop::quit);
+            pump.exec();
+            answeredInBox = f.server.receivedCodes();
+        };
+        f.server.sendJoined({FakeServer::command(QStringLiteral("IUS"), QStringLiteral("one")),
+                             FakeServer::command(QStringLiteral("IUS"), QStringLiteral("two"))});
+        QTRY_COMPARE(f.frontend.questions.size(), 2);
+        QCOMPARE(answeredInBox, (QStringList{QStringLiteral("USR"), QStringLiteral("ALL")}));
+        // Each frame ran once: the pass inside the box took them off the queue.
+        QCOMPARE(f.frontend.questions[1].text, QStringLiteral("two"));
+        QCOMPARE(f.server.receivedCodes(), answeredInBox);
     }
 
     void badFramesLoseOnlyThemselves()

@@ -80,12 +80,25 @@ private Q_SLOTS:
         QVERIFY(!logText().contains(QStringLiteral("Winsock error #")));
     }
 
-    void delayOfOneRetriesEveryTickWithoutEnd()
+    void reachedDelayRetriesEveryTick_data()
     {
-        Fixture f(refusingPort(), 1, 1);
-        for (int round = 1; round <= 4; ++round) {
+        QTest::addColumn<int>("delay");
+        QTest::addColumn<int>("ticksBefore");
+        QTest::newRow("one") << 1 << 0;
+        QTest::newRow("zero") << 0 << 0;
+        QTest::newRow("minus one") << -1 << 0;
+        QTest::newRow("lowered below the count") << 3 << 7;
+    }
+
+    void reachedDelayRetriesEveryTick()
+    {
+        QFETCH(int, delay);
+        QFETCH(int, ticksBefore);
+        Fixture f(refusingPort(), delay, 1);
+        for (int round = 1; round <= 3; ++round) {
             QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
             QCOMPARE(attempts(), round);
+            gProcess().ReconnectTicks = ticksBefore;
             f.link().tmrReconnect_Timer();
             QCOMPARE(gProcess().ReconnectTicks, 0);
         }

@@ -20,7 +20,8 @@ int ProgramEntry::run(int argc, char **argv)
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("korvane-client"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Korvane Client"));
+    // No display name: on X11 the toolkit would append it to every window title,
+    // and a box's title is its caption alone.
     QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("korvane-client"));
     QApplication::setQuitOnLastWindowClosed(false);

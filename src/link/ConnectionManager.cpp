@@ -64,7 +64,10 @@ ConnectionManager::ConnectionManager(Encryption &encryptor, QObject *parent)
     connect(&wsClient, &QTcpSocket::connected, this, &ConnectionManager::wsClient_Connect);
     connect(&wsClient, &QTcpSocket::disconnected, this, &ConnectionManager::onDisconnected);
     connect(&wsClient, &QTcpSocket::errorOccurred, this, &ConnectionManager::onSocketError);
-    connect(&wsClient, &QTcpSocket::readyRead, this, &ConnectionManager::onReadyRead);
+    // readyRead is held back while one of its slots runs, so a box opened by a
+    // frame's handler would hear nothing more until it closed; channelReadyRead
+    // reaches the box's own loop and runs a new pass on the same queue.
+    connect(&wsClient, &QTcpSocket::channelReadyRead, this, &ConnectionManager::onReadyRead);
     connect(&wsUDP, &QUdpSocket::readyRead, this, &ConnectionManager::onDatagrams);
     connect(&wsUDP, &QUdpSocket::disconnected, this, [this] { tmrUdpStarter.setEnabled(true); });
     tmrUdpStarter.setEnabled(true);
@@ -279,7 +282,9 @@ void ConnectionManager::tmrReconnect_Timer()
     tmrReconnect.setEnabled(false);
     int &ticks = gProcess().ReconnectTicks;
     ++ticks;
-    if (ticks == gOptions().ReconnectDelay) {
+    // Reached, not only equal: a delay of 0 or -1, or one lowered below the
+    // count, connects at this tick instead of never.
+    if (ticks >= gOptions().ReconnectDelay) {
         ticks = 0;
         if (wsClient.state() != QAbstractSocket::ConnectedState)
             ConnectToServer();

@@ -1,6 +1,7 @@
 #include "link/Cp1252.h"
 
 #include <array>
+#include <cstring>
 
 namespace {
 
@@ -65,18 +66,38 @@ int Cp1252::byteOf(char16_t character)
     return -1;
 }
 
-bool Cp1252::fromUnicode(const QString &text, QByteArray &out)
+QByteArray Cp1252::fromUnicode(const QString &text)
 {
-    out.resize(text.size());
-    char *bytes = out.data();
+    const qsizetype size = text.size();
     const char16_t *characters = reinterpret_cast<const char16_t *>(text.constData());
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const int byte = byteOf(characters[i]);
-        if (byte < 0) {
-            out.clear();
-            return false;
-        }
-        bytes[i] = char(byte);
+    // ASCII is the same in both and goes through the vectorised narrowing; the
+    // test for it looks at four characters a step.
+    quint64 bits = 0;
+    qsizetype at = 0;
+    for (; at + 4 <= size; at += 4) {
+        quint64 four;
+        std::memcpy(&four, characters + at, sizeof four);
+        bits |= four;
     }
-    return true;
+    for (; at < size; ++at)
+        bits |= characters[at];
+    if ((bits & 0xFF80FF80FF80FF80ULL) == 0)
+        return text.toLatin1();
+
+    QByteArray out(size, Qt::Uninitialized);
+    char *bytes = out.data();
+    qsizetype written = 0;
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t character = characters[i];
+        int byte = character < 0x100 ? latin1Bytes[character] : byteOf(character);
+        if (byte < 0) {
+            byte = '?';
+            // Both halves of a pair are one character.
+            if (QChar::isHighSurrogate(character) && i + 1 < size && QChar::isLowSurrogate(characters[i + 1]))
+                ++i;
+        }
+        bytes[written++] = char(byte);
+    }
+    out.truncate(written);
+    return out;
 }

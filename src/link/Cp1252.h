@@ -12,8 +12,9 @@ public:
     static QString toUnicode(const char *bytes, qsizetype size);
     static QString toUnicode(const QByteArray &bytes) { return toUnicode(bytes.constData(), bytes.size()); }
 
-    // False when a character has no byte in the code page; out is then empty.
-    static bool fromUnicode(const QString &text, QByteArray &out);
+    // A character that the code page lacks becomes "?", one for a surrogate
+    // pair as for any other character: a text never fails to go out.
+    static QByteArray fromUnicode(const QString &text);
 
     // The byte of one character, or -1 when it has none.
     static int byteOf(char16_t character);

@@ -19,9 +19,10 @@ void report(Failure *failure, const Failure &what)
 QByteArray Encryption::Encrypt(const QString &text, Failure *failure) const
 {
     report(failure, {});
-    const qsizetype length = text.size();
-    QByteArray payload;
-    if (length > MaxPayload || !Cp1252::fromUnicode(text, payload)) {
+    const QByteArray payload = Cp1252::fromUnicode(text);
+    // The header counts bytes; a surrogate pair went out as one.
+    const qsizetype length = payload.size();
+    if (length > MaxPayload) {
         report(failure, Failure::overflow());
         return {};
     }

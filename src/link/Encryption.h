@@ -24,8 +24,8 @@ public:
     // taken; 0 between frames.
     qint16 PendingLength = 0;
 
-    // One whole frame around text; empty with the overflow failure when the text
-    // is too long or holds a character with no byte.
+    // One whole frame around text, a character without a byte going out as "?";
+    // empty with the overflow failure when the text is too long.
     QByteArray Encrypt(const QString &text, Failure *failure = nullptr) const;
 
     // At most one payload out of TCPMsgQueue; the empty string when no whole frame

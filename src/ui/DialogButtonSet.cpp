@@ -10,7 +10,7 @@ QList<int> DialogButtonSet::buttonsOf(int set)
     case ButtonsYesNo:
         return {ButtonYes, ButtonNo};
     case ButtonsCancelYesNo:
-        return {ButtonYes, ButtonNo, ButtonCancel};
+        return {ButtonCancel, ButtonYes, ButtonNo};
     default:
         return {ButtonOk};
     }

@@ -7,10 +7,13 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QFileDialog>
+#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QScreen>
 #include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -106,6 +109,7 @@ void frmDialog::setup(const QString &text, const QString &caption, int icon, int
     }
     Button[shown.first()]->setDefault(true);
     Button[shown.first()]->setFocus();
+    fitWidth();
 }
 
 void frmDialog::setInput(InputKind kind, const QString &defaultText, const QStringList &choices)
@@ -125,6 +129,35 @@ void frmDialog::setInput(InputKind kind, const QString &defaultText, const QStri
         txtInput->selectAll();
         txtInput->setFocus();
     }
+    fitWidth();
+}
+
+void frmDialog::fitWidth()
+{
+    const QScreen *screen = this->screen();
+    const int cap = screen ? screen->availableGeometry().width() * 3 / 4 : 1024;
+
+    // The text wraps between words only: its longest word fits on one line.
+    const QMargins margins = layout()->contentsMargins();
+    const int beside = margins.left() + margins.right() +
+                       (imIcons->isHidden() ? 0 : imIcons->sizeHint().width() + qMax(0, layout()->spacing()));
+    const QFontMetrics textMetrics(Label1->font());
+    int longestWord = 0;
+    static const QRegularExpression blanks(QStringLiteral("\\s+"));
+    for (const QString &word : Label1->text().split(blanks, Qt::SkipEmptyParts))
+        longestWord = qMax(longestWord, textMetrics.horizontalAdvance(word) + 1);
+    Label1->setMinimumWidth(qMin(longestWord, cap - beside));
+
+    // The window manager draws the title in bold beside its icon and three
+    // buttons; five squares of the title's height leave room for them.
+    QFont titleFont = QFontDatabase::systemFont(QFontDatabase::TitleFont);
+    titleFont.setBold(true);
+    const QFontMetrics titleMetrics(titleFont);
+    const int titleWidth = titleMetrics.horizontalAdvance(windowTitle()) + 5 * titleMetrics.height();
+
+    layout()->activate();
+    const int width = qMax(minimumSizeHint().width(), qMin(qMax(sizeHint().width(), titleWidth), cap));
+    resize(width, layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width) : sizeHint().height());
 }
 
 QString frmDialog::inputText() const

@@ -37,6 +37,7 @@ protected:
 private:
     void AssignLabels();
     void browse();
+    void fitWidth();
 
     InputKind m_kind = NoInput;
     int m_buttonSet = 1;

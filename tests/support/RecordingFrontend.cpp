@@ -4,9 +4,13 @@
 #include "link/ServerConfig.h"
 #include "store/DVMessage.h"
 
+#include <utility>
+
 int RecordingFrontend::MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons)
 {
     questions.append({QStringLiteral("box"), text, caption, icon, buttons});
+    if (const auto standing = std::exchange(whileBoxStands, nullptr))
+        standing();
     return m_boxAnswers.isEmpty() ? ResultOk : m_boxAnswers.dequeue();
 }
 

@@ -7,6 +7,8 @@
 #include <QQueue>
 #include <QStringList>
 
+#include <functional>
+
 // Answers the engine's questions from a script and records everything it was
 // asked or told. Installed while it lives.
 class RecordingFrontend final : public Frontend
@@ -54,6 +56,9 @@ public:
     void DelRecord(int list, const QString &msgID) override;
     void ShowReceiptPopup(const QString &text) override;
     bool ReceiptPopupShown() const override;
+
+    // Runs once, inside the next box, where a modal box would pump events.
+    std::function<void()> whileBoxStands;
 
     QList<Question> questions;
     // The banner's queue as the engine left it, in order of arrival.
