@@ -5,3 +5,4 @@ target_compile_definitions(tst_deliveryprocess PRIVATE KORVANE_CLIENT_BINARY="$<
 add_dependencies(tst_deliveryprocess korvane-client)
 korvane_add_test(tst_networkpaths SOURCES tst_networkpaths.cpp)
 korvane_add_test(tst_receipts SOURCES tst_receipts.cpp)
+korvane_add_test(tst_netapi SOURCES tst_netapi.cpp)

@@ -5,6 +5,7 @@
 #include "core/Log.h"
 #include "core/UserInfos.h"
 #include "delivery/MessageIntake.h"
+#include "delivery/Receipts.h"
 #include "delivery/Replication.h"
 #include "delivery/Targeting.h"
 #include "store/DBFunctions.h"
@@ -55,6 +56,10 @@ private:
                                  return true;
                              },
                              [] { return MyAddress; }, replication};
+        Receipts receipts{[this](const QString &p) {
+            sent << p;
+            return true;
+        }};
 
         Fixture()
         {
@@ -106,6 +111,25 @@ private:
 
     static QString batch(const QStringList &records) { return records.join(QChar(2)); }
 
+    // Every table of both stores with its row count.
+    static QStringList rowCounts()
+    {
+        QStringList counts;
+        for (Database *db : {&ClientDB(), &TempDB()}) {
+            QStringList tables;
+            QSqlQuery *names =
+                db->query(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'"));
+            while (names && names->next())
+                tables << names->value(0).toString();
+            for (const QString &table : tables) {
+                QSqlQuery *rows = db->query(QStringLiteral("SELECT count(*) FROM ") + table);
+                counts << table + QLatin1Char('=') +
+                              (rows && rows->next() ? rows->value(0).toString() : QString());
+            }
+        }
+        return counts;
+    }
+
 private Q_SLOTS:
     void batchWithEveryBranch()
     {
@@ -150,6 +174,69 @@ private Q_SLOTS:
         f.intake.MessageReceived(
             tagged(record(QStringLiteral("L")), QStringLiteral("DLV"), QStringLiteral("1")), true);
         QCOMPARE(f.frontend.displayed.last(), QStringLiteral("L"));
+    }
+
+    // An empty list holds no record: nothing is stored, shown, sent or logged.
+    void emptyListsHoldNothing_data()
+    {
+        QTest::addColumn<QString>("handler");
+        QTest::addColumn<QString>("payload");
+        for (const char *handler : {"MSG", "MSL", "PKG", "PKL", "ALM", "RUS", "RMA", "RPI", "RPU", "UGR",
+                                    "StoreLevels", "TMP", "TemplatesReceived", "MDE", "PDE", "RCP", "ARC"})
+            QTest::newRow(handler) << QString::fromLatin1(handler) << QString();
+        QTest::newRow("MSG lone separator") << QStringLiteral("MSG") << QString(QChar(2));
+        QTest::newRow("UGR lone separator") << QStringLiteral("UGR") << QString(QChar(2));
+        QTest::newRow("MDE lone comma") << QStringLiteral("MDE") << QStringLiteral(",");
+        QTest::newRow("RCP lone separator") << QStringLiteral("RCP") << QString(QChar(3));
+        QTest::newRow("RAD without user") << QStringLiteral("RAD") << QChar(2) + QStringLiteral("3");
+        QTest::newRow("MSC without ID") << QStringLiteral("MSC") << QStringLiteral("3") + QChar(2);
+        QTest::newRow("PSC without ID") << QStringLiteral("PSC") << QStringLiteral("3") + QChar(2);
+    }
+
+    void emptyListsHoldNothing()
+    {
+        QFETCH(QString, handler);
+        QFETCH(QString, payload);
+        Fixture f;
+        gSession().AdminsLoaded = gSession().AllMessagesLoaded = true;
+        f.intake.MessageReceived(record(QStringLiteral("A")), false);
+        f.sent.clear();
+        f.frontend.events.clear();
+        const QStringList before = rowCounts();
+        const QString log = logText();
+
+        Failure failure;
+        Replication &r = f.replication;
+        const QHash<QString, std::function<void()>> handlers = {
+            {QStringLiteral("MSG"), [&] { f.intake.MessageReceived(payload, false); }},
+            {QStringLiteral("MSL"), [&] { f.intake.MessageReceived(payload, true); }},
+            {QStringLiteral("PKG"), [&] { f.intake.PackageReceived(payload, false); }},
+            {QStringLiteral("PKL"), [&] { f.intake.PackageReceived(payload, true); }},
+            {QStringLiteral("ALM"), [&] { f.intake.AllMessageReceived(payload); }},
+            {QStringLiteral("RUS"), [&] { r.UsersReceived(payload); }},
+            {QStringLiteral("RMA"), [&] { r.MachinesReceived(payload); }},
+            {QStringLiteral("RPI"), [&] { r.GroupsReceived(payload); }},
+            {QStringLiteral("RPU"), [&] { r.UsersGroupReceived(payload); }},
+            {QStringLiteral("UGR"), [&] { r.UserGroupsReceived(payload); }},
+            {QStringLiteral("StoreLevels"), [&] { r.StoreLevels(payload); }},
+            {QStringLiteral("RAD"), [&] { r.StoreAdministrator(payload, failure); }},
+            {QStringLiteral("TMP"), [&] { r.TemplateReceived(payload); }},
+            {QStringLiteral("TemplatesReceived"), [&] { r.TemplatesReceived(payload); }},
+            {QStringLiteral("MDE"), [&] { r.MessagesDeleted(payload); }},
+            {QStringLiteral("PDE"), [&] { r.PackagesDeleted(payload); }},
+            {QStringLiteral("MSC"), [&] { r.MessageStatusChanged(payload, failure); }},
+            {QStringLiteral("PSC"), [&] { r.PackageStatusChanged(payload, failure); }},
+            {QStringLiteral("RCP"), [&] { f.receipts.GetReceipt(payload); }},
+            {QStringLiteral("ARC"), [&] { f.receipts.GetAdminReceipt(payload); }},
+        };
+        handlers.value(handler)();
+
+        QVERIFY(!failure.isSet());
+        QCOMPARE(f.sent, QStringList());
+        QCOMPARE(f.frontend.events, QStringList());
+        QCOMPARE(f.frontend.onDisplay, QStringList{QStringLiteral("A")});
+        QCOMPARE(rowCounts(), before);
+        QCOMPARE(logText(), log);
     }
 
     void editsOfStoredMessages()

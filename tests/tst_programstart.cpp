@@ -6,11 +6,18 @@
 #include "core/ProgramStart.h"
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
+#include "store/DBFunctions.h"
+#include "store/Database.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 
 #include <QFile>
+#include <QSqlQuery>
 #include <QTest>
+
+#include <grp.h>
+#include <pwd.h>
+#include <unistd.h>
 
 class TestProgramStart : public QObject
 {
@@ -47,6 +54,16 @@ private Q_SLOTS:
         QVERIFY(log.indexOf(QStringLiteral("Getting the user's infos")) <
                 log.indexOf(QStringLiteral("Loading Korvan Client module...")));
         QVERIFY(log.contains(QStringLiteral(" -- Ready!\n")));
+
+        // The login's own groups, its primary one included, count for targeting.
+        const group *primary = getgrgid(getpwuid(geteuid())->pw_gid);
+        QVERIFY(primary);
+        QSqlQuery *mine =
+            TempDB().query(QStringLiteral("SELECT GroupType FROM GroupsIBelongTo WHERE GroupName = ?"),
+                           {QString::fromLocal8Bit(primary->gr_name)});
+        QVERIFY(mine && mine->next());
+        QCOMPARE(mine->value(0).toString(), QStringLiteral("D"));
+        mine->finish();
     }
 
     void traceQuestionComesBeforeTheLogIsRenewed()

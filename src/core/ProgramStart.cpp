@@ -125,13 +125,17 @@ std::unique_ptr<KorvanClient> ProgramStart::Run()
     process.OsIsNT = true;
     WriteLog(ResString(207) + process.OsName);
 
-    // The name service is this machine's directory and always answers.
-    process.DomainAvailable = true;
+    // The name service is this machine's directory: the user's own groups and
+    // name can be read whenever it knows the login, joined to a domain or not.
+    process.DomainController = GetPrimaryDCName();
+    process.DomainAvailable = UserKnown(UserInfos::LoginName());
 
     WriteLog(QStringLiteral("Getting the user's infos"));
     gUserInfos();
     FindUserName();
     SetLanguage();
+    if (process.DomainAvailable)
+        EnumGroupsFromUser(gUserInfos().UserID());
 
     WriteLog(QStringLiteral("Loading Korvan Client module..."));
     for (int failures = 0;;) {

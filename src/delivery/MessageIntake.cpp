@@ -69,7 +69,8 @@ void MessageIntake::receive(Kind kind, const QString &payload, bool isLogon)
     const QString name = QStringLiteral("frmKorvanClient:") +
                          (message ? QStringLiteral("MessageReceived") : QStringLiteral("PackageReceived"));
     TraceLog(name);
-    const QStringList records = payload.split(QChar(2));
+    // An empty text splits into one empty record, which holds nothing.
+    const QStringList records = payload.split(QChar(2), Qt::SkipEmptyParts);
     TraceLog(QString::number(records.size()) +
              (message ? QStringLiteral(" messages") : QStringLiteral(" packages")));
 
@@ -82,6 +83,9 @@ void MessageIntake::receive(Kind kind, const QString &payload, bool isLogon)
         for (const QString &record : records) {
             DVMessage msg;
             msg.ToObject(record);
+            // A record without an ID is nothing to confirm, store or show.
+            if (msg.MsgID.isEmpty())
+                continue;
             TraceLog(name + QStringLiteral(" - Processing ") + msg.MsgID);
             confirmations << (message ? Commands::CMS(msg.MsgID, gUserInfos().MachineID())
                                       : Commands::CPK(msg.MsgID, gUserInfos().MachineID()));
@@ -206,12 +210,14 @@ void MessageIntake::AllMessageReceived(const QString &payload)
     TraceLog(QStringLiteral("frmKorvanClient:AllMessageReceived"));
     if (payload.isEmpty())
         return;
-    const QStringList records = payload.split(QChar(2));
+    const QStringList records = payload.split(QChar(2), Qt::SkipEmptyParts);
     TraceLog(QString::number(records.size()) + QStringLiteral(" messages"));
     Transaction temp(TempDB());
     for (const QString &record : records) {
         DVMessage msg;
         msg.ToObject(record);
+        if (msg.MsgID.isEmpty())
+            continue;
         SaveMessage(TempDB(), QStringLiteral("Outbox"), msg, true, true);
     }
     temp.commit();

@@ -89,7 +89,8 @@ void Receipts::SharedTemplate(const DVMessage &msg)
 void Receipts::GetReceipt(const QString &payload)
 {
     TraceLog(Form + QStringLiteral("GetReceipt"));
-    const QStringList records = payload.split(QChar(3));
+    // An empty text splits into one empty record; it holds nothing.
+    const QStringList records = payload.split(QChar(3), Qt::SkipEmptyParts);
     TraceLog(QString::number(records.size()) + QStringLiteral(" receipts to process"));
     Database &client = ClientDB();
     Frontend *frontend = Frontend::current();
@@ -127,14 +128,14 @@ void Receipts::GetReceipt(const QString &payload)
     }
     if (!confirmations.isEmpty())
         m_sendData(Commands::CRC(confirmations));
-    if (gSession().AllMessagesLoaded)
+    if (gSession().AllMessagesLoaded && !last.isEmpty())
         GetAdminReceipt(last);
 }
 
 void Receipts::GetAdminReceipt(const QString &payload)
 {
     TraceLog(Form + QStringLiteral("GetAdminReceipt"));
-    const QStringList records = payload.split(QChar(3));
+    const QStringList records = payload.split(QChar(3), Qt::SkipEmptyParts);
     TraceLog(QString::number(records.size()) + QStringLiteral(" receipts to process"));
     Database &temp = TempDB();
     for (const QString &record : records)

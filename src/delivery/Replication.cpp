@@ -50,7 +50,8 @@ void storeList(const QString &handler, const QString &countText, const QString &
                std::initializer_list<ListColumn> columns, const QString &payload)
 {
     TraceLog(Form + handler);
-    const QStringList records = payload.split(QChar(3));
+    // An empty text splits into one empty record; it holds nothing.
+    const QStringList records = payload.split(QChar(3), Qt::SkipEmptyParts);
     TraceLog(QString::number(records.size()) + countText);
     QStringList names, marks;
     for (const ListColumn &column : columns) {
@@ -94,7 +95,7 @@ void Replication::MessagesDeleted(const QString &list)
 {
     TraceLog(Form + QStringLiteral("MessagesDeleted"));
     Frontend *frontend = Frontend::current();
-    for (const QString &id : list.split(QLatin1Char(','))) {
+    for (const QString &id : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
         if (frontend)
             frontend->DeleteMessageFromDisplay(id);
         DeleteMessage(ClientDB(), QStringLiteral("Inbox"), id);
@@ -109,7 +110,7 @@ void Replication::PackagesDeleted(const QString &list)
 {
     TraceLog(Form + QStringLiteral("PackagesDeleted"));
     Frontend *frontend = Frontend::current();
-    for (const QString &id : list.split(QLatin1Char(','))) {
+    for (const QString &id : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
         if (frontend)
             frontend->DeleteMessageFromDisplay(id);
         DeleteMessage(ClientDB(), QStringLiteral("InPkg"), id);
@@ -120,7 +121,8 @@ void Replication::PackagesDeleted(const QString &list)
 void Replication::MessageStatusChanged(const QString &data, Failure &failure)
 {
     const QStringList parts = CommandDispatcher::Parts(data, 2, failure);
-    if (failure.isSet())
+    // Without an ID there is nothing to change and nothing to confirm.
+    if (failure.isSet() || parts[1].isEmpty())
         return;
     const qint32 status = parts[0].trimmed().toInt();
     const QString &id = parts[1];
@@ -145,7 +147,7 @@ void Replication::MessageStatusChanged(const QString &data, Failure &failure)
 void Replication::PackageStatusChanged(const QString &data, Failure &failure)
 {
     const QStringList parts = CommandDispatcher::Parts(data, 2, failure);
-    if (failure.isSet())
+    if (failure.isSet() || parts[1].isEmpty())
         return;
     const qint32 status = parts[0].trimmed().toInt();
     const QString &id = parts[1];
@@ -170,7 +172,7 @@ void Replication::UserGroupsReceived(const QString &payload)
         return;
     TraceLog(Form + QStringLiteral("UserGroupsReceived"));
     Database &temp = TempDB();
-    for (const QString &name : payload.split(QChar(2))) {
+    for (const QString &name : payload.split(QChar(2), Qt::SkipEmptyParts)) {
         // The seek takes the name as received and the row is stored lowered, so a
         // second list with capitals fails on the key; that ends the handler.
         if (GroupExist(temp, QStringLiteral("GroupsIBelongTo"), name))
@@ -196,7 +198,7 @@ void Replication::StoreLevels(const QString &payload)
     TraceLog(Form + QStringLiteral("StoreLevels"));
     Database &client = ClientDB();
     const QList<NetworkPaths::Mount> mounts = NetworkPaths::ReadMounts();
-    for (const QString &record : payload.split(QChar(2))) {
+    for (const QString &record : payload.split(QChar(2), Qt::SkipEmptyParts)) {
         QStringList fields = record.split(QChar(3));
         while (fields.size() < 10)
             fields << QString();
@@ -283,7 +285,7 @@ void Replication::MachinesReceived(const QString &payload)
 void Replication::StoreAdministrator(const QString &data, Failure &failure)
 {
     const QStringList parts = CommandDispatcher::Parts(data, 2, failure);
-    if (failure.isSet())
+    if (failure.isSet() || parts[0].isEmpty())
         return;
     TraceLog(Form + QStringLiteral("StoreAdministrator"));
     Database &temp = TempDB();
@@ -297,6 +299,8 @@ void Replication::TemplateReceived(const QString &payload)
     TraceLog(Form + QStringLiteral("TemplateReceived"));
     DVMessage msg;
     msg.ToObject(payload);
+    if (msg.MsgID.isEmpty())
+        return;
     if (!SaveMessage(TempDB(), QStringLiteral("SharedTemplates"), msg, false, false))
         WriteLog(QStringLiteral("MessageReceived: Unable to save shared template #") + msg.MsgID);
 }
@@ -304,9 +308,11 @@ void Replication::TemplateReceived(const QString &payload)
 void Replication::TemplatesReceived(const QString &payload)
 {
     TraceLog(Form + QStringLiteral("TemplatesReceived"));
-    for (const QString &record : payload.split(QChar(2))) {
+    for (const QString &record : payload.split(QChar(2), Qt::SkipEmptyParts)) {
         DVMessage msg;
         msg.ToObject(record);
+        if (msg.MsgID.isEmpty())
+            continue;
         if (!SaveMessage(TempDB(), QStringLiteral("SharedTemplates"), msg, false, false))
             WriteLog(Form + QStringLiteral("TemplatesReceived - Unable to save shared template #") +
                      msg.MsgID);
