@@ -1,6 +1,6 @@
 // Bytes from the server, straight into the engine: the codec cuts them into
 // frames and every handler of the dispatch table may run.
-#include "core/KorvanClient.h"
+#include "engine/KorvanClient.h"
 #include "fuzz/FuzzSupport.h"
 #include "link/CommandDispatcher.h"
 

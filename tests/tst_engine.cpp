@@ -1,5 +1,5 @@
 #include "core/Globals.h"
-#include "core/KorvanClient.h"
+#include "engine/KorvanClient.h"
 #include "core/Log.h"
 #include "core/Options.h"
 #include "core/StringTable.h"

@@ -1,7 +1,7 @@
 // The engine against a scripted server on loopback: the connect exchange and
 // what each of the link's own commands does.
 #include "core/Globals.h"
-#include "core/KorvanClient.h"
+#include "engine/KorvanClient.h"
 #include "core/Log.h"
 #include "core/Options.h"
 #include "core/Ticker.h"

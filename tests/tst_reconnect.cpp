@@ -1,6 +1,6 @@
 // The reconnection, monitor, watchdog and UDP rules, stepped tick by tick.
 #include "core/Globals.h"
-#include "core/KorvanClient.h"
+#include "engine/KorvanClient.h"
 #include "core/Log.h"
 #include "core/Options.h"
 #include "core/Ticker.h"

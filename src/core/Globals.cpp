@@ -2,7 +2,6 @@
 
 #include "core/Options.h"
 #include "core/UserInfos.h"
-#include "link/Policies.h"
 
 #include <memory>
 
@@ -10,7 +9,6 @@ namespace {
 ProcessState process;
 std::unique_ptr<Options> options;
 std::unique_ptr<UserInfos> userInfos;
-std::unique_ptr<Policies> policies;
 Session session;
 } // namespace
 
@@ -38,21 +36,13 @@ void ReplaceUserInfos(const UserInfos &user)
     userInfos = std::make_unique<UserInfos>(user);
 }
 
-Policies &gPolicies()
-{
-    if (!policies)
-        policies = std::make_unique<Policies>();
-    return *policies;
-}
-
 Session &gSession()
 {
     return session;
 }
 
-void ResetProcessGlobals()
+void ResetCoreGlobals()
 {
-    policies.reset();
     session = Session{};
     process = ProcessState{};
     options.reset();

@@ -5,7 +5,6 @@
 #include <QString>
 
 class Options;
-class Policies;
 class UserInfos;
 
 // The process-wide state that is not an object of its own.
@@ -31,8 +30,6 @@ Options &gOptions();
 UserInfos &gUserInfos();
 // Speaks for another login from now on (tests and tools).
 void ReplaceUserInfos(const UserInfos &user);
-// The rights of the user; defaults until the server says otherwise.
-Policies &gPolicies();
 Session &gSession();
-// Drops every process-wide object, so that a test starts from a fresh process.
-void ResetProcessGlobals();
+// Drops the process-wide objects of this floor; the engine's ResetProcessGlobals drops them all.
+void ResetCoreGlobals();

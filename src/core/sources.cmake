@@ -1,18 +1,15 @@
-list(APPEND ENGINE_SOURCES
+set(CORE_SOURCES
     core/AppPaths.cpp core/AppPaths.h
     core/ClientMenu.cpp core/ClientMenu.h
-    core/EngineRoutes.cpp
     core/Clock.cpp core/Clock.h
     core/Failure.cpp core/Failure.h
     core/Frontend.cpp core/Frontend.h
     core/Globals.cpp core/Globals.h
     core/IniFile.cpp core/IniFile.h
-    core/KorvanClient.cpp core/KorvanClient.h
     core/Log.cpp core/Log.h
     core/OptionKeys.cpp core/OptionKeys.h
     core/Options.cpp core/Options.h
     core/OsInfo.cpp core/OsInfo.h
-    core/ProgramStart.cpp core/ProgramStart.h
     core/Session.h
     core/StringTable.cpp core/StringTable.h
     core/Ticker.cpp core/Ticker.h

@@ -1,4 +1,4 @@
-list(APPEND ENGINE_SOURCES
+set(DELIVERY_SOURCES
     delivery/BooleanText.h
     delivery/MessageIntake.cpp delivery/MessageIntake.h
     delivery/Receipts.cpp delivery/Receipts.h

@@ -146,3 +146,19 @@ QString Policies::ToString() const
         text += "RCON="_L1 % QString::number(Reconnect) % itemEnd;
     return text;
 }
+
+namespace {
+std::optional<Policies> policies;
+} // namespace
+
+Policies &gPolicies()
+{
+    if (!policies)
+        policies.emplace();
+    return *policies;
+}
+
+void ResetPolicies()
+{
+    policies.reset();
+}

@@ -41,3 +41,8 @@ public:
 // then digits up to the first other character. No digits read as 0. Large
 // values saturate far beyond 32 bits so that callers can tell them apart.
 qint64 ReadLeadingNumber(QStringView text);
+
+// The rights of the user; defaults until the server says otherwise.
+Policies &gPolicies();
+// Back to the defaults, as in a fresh process (tests and tools).
+void ResetPolicies();

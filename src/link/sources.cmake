@@ -1,4 +1,4 @@
-list(APPEND ENGINE_SOURCES
+set(LINK_SOURCES
     link/ByteQueue.cpp link/ByteQueue.h
     link/CommandDispatcher.cpp link/CommandDispatcher.h
     link/ConnectionManager.cpp link/ConnectionManager.h

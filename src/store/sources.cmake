@@ -1,4 +1,4 @@
-list(APPEND ENGINE_SOURCES
+set(STORE_SOURCES
     store/Database.cpp store/Database.h
     store/DateText.cpp store/DateText.h
     store/DBFunctions.cpp store/DBFunctions.h

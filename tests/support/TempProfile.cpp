@@ -1,6 +1,7 @@
 #include "support/TempProfile.h"
 
 #include "core/Globals.h"
+#include "engine/ProcessGlobals.h"
 
 #include <QDir>
 #include <QFile>

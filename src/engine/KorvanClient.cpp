@@ -1,4 +1,4 @@
-#include "core/KorvanClient.h"
+#include "engine/KorvanClient.h"
 
 #include "core/Frontend.h"
 #include "core/Globals.h"

@@ -2,11 +2,11 @@
 // are handled by LinkCommands; the others go to one engine method each, whose
 // work the delivery, authoring and console parts of the client carry.
 #include "core/Failure.h"
-#include "core/KorvanClient.h"
 #include "core/Log.h"
 #include "delivery/MessageIntake.h"
 #include "delivery/Receipts.h"
 #include "delivery/Replication.h"
+#include "engine/KorvanClient.h"
 #include "link/CommandDispatcher.h"
 #include "link/LinkCommands.h"
 #include "store/DBFunctions.h"

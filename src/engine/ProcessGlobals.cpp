@@ -1,0 +1,10 @@
+#include "engine/ProcessGlobals.h"
+
+#include "core/Globals.h"
+#include "link/Policies.h"
+
+void ResetProcessGlobals()
+{
+    ResetPolicies();
+    ResetCoreGlobals();
+}
