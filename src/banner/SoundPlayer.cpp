@@ -3,7 +3,6 @@
 #include "banner/SoundCodes.h"
 #include "core/Log.h"
 
-#include <QApplication>
 #include <QAudioDevice>
 #include <QAudioOutput>
 #include <QCoreApplication>
@@ -11,6 +10,7 @@
 #include <QFileInfo>
 #include <QMediaDevices>
 #include <QMediaPlayer>
+#include <QStandardPaths>
 #include <QUrl>
 
 SoundPlayer::SoundPlayer(QObject *parent) : SoundPlayer(QStringLiteral("frmBanner:PlayFile"), parent) {}
@@ -46,6 +46,7 @@ void SoundPlayer::PlayLooping()
 
 void SoundPlayer::Stop()
 {
+    m_looping = false;
     if (m_player)
         m_player->stop();
 }
@@ -68,13 +69,35 @@ void SoundPlayer::PlayFile(qint16 soundType, const QString &soundFile, bool loop
 
 QString SoundPlayer::ResolveFile(qint16 soundType, const QString &soundFile) const
 {
+    if (soundType == SoundCodes::Beep)
+        return BellFile();
     const QString builtIn = SoundCodes::BuiltInFile(soundType);
     return builtIn.isEmpty() ? soundFile : QDir(programDirectory()).filePath(builtIn);
 }
 
 void SoundPlayer::Beep()
 {
-    QApplication::beep();
+    PlayFile(SoundCodes::Beep, QString(), false);
+}
+
+QString SoundPlayer::BellFile() const
+{
+    // The freedesktop theme is the one every other theme falls back on; failing it, any theme's bell.
+    const QStringList dataDirs = QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
+    for (const QString &theme : {QStringLiteral("freedesktop"), QStringLiteral("*")}) {
+        for (const QString &dataDir : dataDirs) {
+            const QDir sounds(dataDir + QStringLiteral("/sounds"));
+            for (const QString &found :
+                 sounds.entryList({theme}, QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
+                const QDir stereo(sounds.filePath(found + QStringLiteral("/stereo")));
+                const QStringList bells =
+                    stereo.entryList({QStringLiteral("bell.*")}, QDir::Files, QDir::Name);
+                if (!bells.isEmpty())
+                    return stereo.filePath(bells.first());
+            }
+        }
+    }
+    return QDir(programDirectory()).filePath(SoundCodes::BuiltInBell());
 }
 
 QString SoundPlayer::programDirectory() const
@@ -123,7 +146,9 @@ void SoundPlayer::play(bool looping)
     if (m_player->source() != source)
         m_player->setSource(source);
     m_player->stop();
-    m_player->setLoops(looping ? QMediaPlayer::Infinite : QMediaPlayer::Once);
+    // Looping is ours: the player's own infinite loops may fall silent after the first round.
+    m_looping = looping;
+    m_player->setLoops(QMediaPlayer::Once);
     m_player->play();
 }
 
@@ -135,12 +160,19 @@ void SoundPlayer::ensurePlayer()
     m_output = new QAudioOutput(this);
     m_player->setAudioOutput(m_output);
     connect(m_player, &QMediaPlayer::mediaStatusChanged, this, [this](QMediaPlayer::MediaStatus status) {
-        if (status == QMediaPlayer::EndOfMedia)
+        if (status != QMediaPlayer::EndOfMedia)
+            return;
+        if (m_looping) {
+            m_player->setPosition(0);
+            m_player->play();
+        } else {
             Q_EMIT SoundDone();
+        }
     });
     connect(m_player, &QMediaPlayer::errorOccurred, this,
             [this](QMediaPlayer::Error, const QString &errorString) {
                 WriteLog(m_procedure + QStringLiteral(" - ") + errorString);
+                m_looping = false;
                 Q_EMIT SoundDone();
             });
 }
