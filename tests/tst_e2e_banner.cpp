@@ -198,7 +198,8 @@ private Q_SLOTS:
                  .isEmpty(),
             10000);
 
-        // The level's looping sound goes on round after round while its message is alone on the strip.
+        // The level's looping sound goes on round after round while its message is alone on the strip
+        // (a message queued again starts its sound afresh, so the longest unbroken stretch counts).
         QByteArray sound;
         const auto roundsHeard = [&recorder, &sound] {
             constexpr qsizetype Round = 19845; // samples in one round of the buzzer
@@ -208,18 +209,23 @@ private Q_SLOTS:
             const auto sample = [&sound](qsizetype i) {
                 return qAbs(int(qFromLittleEndian<qint16>(sound.constData() + 2 * i)));
             };
-            qsizetype at = 0;
-            while (at < count && sample(at) < Loud)
-                ++at;
-            int rounds = 0;
-            for (; at + Round <= count; at += Round, ++rounds) {
-                int peak = 0;
-                for (qsizetype i = at; i < at + Round; ++i)
-                    peak = qMax(peak, sample(i));
-                if (peak < Loud)
+            int longest = 0;
+            for (qsizetype at = 0; at < count;) {
+                while (at < count && sample(at) < Loud)
+                    ++at;
+                int rounds = 0;
+                for (; at + Round <= count; at += Round, ++rounds) {
+                    int peak = 0;
+                    for (qsizetype i = at; i < at + Round; ++i)
+                        peak = qMax(peak, sample(i));
+                    if (peak < Loud)
+                        break;
+                }
+                longest = qMax(longest, rounds);
+                if (at + Round > count)
                     break;
             }
-            return rounds;
+            return longest;
         };
         QTRY_VERIFY_WITH_TIMEOUT(roundsHeard() >= 4, 20000);
         recorder.kill();

@@ -5,6 +5,7 @@
 
 class QAudioOutput;
 class QMediaPlayer;
+class QSoundEffect;
 
 // The media player of a window that plays level sounds: open a wave or MP3
 // file, play it once or over and over, stop. Where no audio output exists it
@@ -51,13 +52,17 @@ Q_SIGNALS:
 private:
     bool audioOutputAvailable();
     void play(bool looping);
-    void ensurePlayer();
+    void startEffect();
+    void startPlayer();
+    void nextRound();
+    void releasePlayer();
 
     QString m_procedure;
     QString m_programDirectory;
     QString m_file;
     QMediaPlayer *m_player = nullptr;
     QAudioOutput *m_output = nullptr;
+    QSoundEffect *m_effect = nullptr;
     bool m_looping = false;
     bool m_toldNoDevice = false;
 };
