@@ -1,15 +1,26 @@
 #include "banner/LevelSample.h"
 #include "banner/SystemColor.h"
 #include "banner/dvxDisplay.h"
+#include "banner/frmBanner.h"
+#include "core/Globals.h"
+#include "core/Options.h"
+#include "store/DBFunctions.h"
+#include "store/Database.h"
+#include "support/TempProfile.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QFontMetrics>
 #include <QLabel>
 #include <QPainter>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+#include <QToolTip>
+
+#include <memory>
 
 namespace {
 
@@ -83,7 +94,91 @@ private:
         display.Timer1->stop();
     }
 
+    // A banner as the client makes it, its first message of the run on show.
+    static std::unique_ptr<frmBanner> firstBanner(const TempProfile &profile, int horizontal, int vertical,
+                                                  int pointSize)
+    {
+        gProcess().AppDataPath = profile.dataHome();
+        InitializeDB(profile.dataHome());
+        ClientDB().exec(QStringLiteral("INSERT INTO Levels (LevelName, SoundType) VALUES ('Urgent', 0)"));
+        gOptions().HorizontalPosition = horizontal;
+        gOptions().VerticalPosition = vertical;
+        gOptions().Font.Size = pointSize;
+        auto banner = std::make_unique<frmBanner>(DisplayQueue::Hooks{});
+        DVMessage message;
+        message.MsgID = QStringLiteral("A");
+        message.MsgLevel = QStringLiteral("Urgent");
+        message.Message = QStringLiteral("Fire drill at noon in the east wing");
+        banner->queue().AddMessageToDisplay(message);
+        return banner;
+    }
+
 private Q_SLOTS:
+    void firstBannerIsWhollyOnScreen_data()
+    {
+        QTest::addColumn<int>("horizontal");
+        QTest::addColumn<int>("vertical");
+        QTest::addColumn<int>("pointSize");
+        for (int horizontal : {0, 1, 2})
+            for (int vertical : {0, 1})
+                for (int pointSize : {8, 28})
+                    QTest::addRow("%s %s %d pt",
+                                  horizontal == 0   ? "left"
+                                  : horizontal == 1 ? "middle"
+                                                    : "right",
+                                  vertical == 0 ? "top" : "bottom", pointSize)
+                        << horizontal << vertical << pointSize;
+    }
+
+    void firstBannerIsWhollyOnScreen()
+    {
+        QFETCH(int, horizontal);
+        QFETCH(int, vertical);
+        QFETCH(int, pointSize);
+        TempProfile profile;
+        auto banner = firstBanner(profile, horizontal, vertical, pointSize);
+        QVERIFY(QTest::qWaitForWindowExposed(banner.get()));
+        const QRect screen = banner->screen()->geometry();
+        const QRect shown = banner->frameGeometry();
+        QVERIFY2(screen.contains(shown), qPrintable(QStringLiteral("%1,%2 %3x%4")
+                                                        .arg(shown.x())
+                                                        .arg(shown.y())
+                                                        .arg(shown.width())
+                                                        .arg(shown.height())));
+        QCOMPARE(shown.size(), banner->display()->size() + QSize(banner->acknowledgeButton()->width(), 0));
+        if (horizontal == 2)
+            QCOMPARE(shown.right(), screen.right());
+        if (vertical == 1)
+            QCOMPARE(shown.bottom(), screen.bottom());
+        // The button waits for the text to pass; the menu acknowledges at once.
+        QVERIFY(!banner->acknowledgeButton()->isEnabled());
+        QVERIFY(banner->acknowledgeAction()->isEnabled());
+        banner.reset();
+        ClientDB().close();
+        TempDB().close();
+    }
+
+    void tipsShowOnTheInactiveBanner()
+    {
+        TempProfile profile;
+        auto banner = firstBanner(profile, 0, 0, 12);
+        // The reader works in another window: the banner never takes the keyboard from it.
+        QWidget elsewhere;
+        elsewhere.move(0, 400);
+        elsewhere.show();
+        elsewhere.activateWindow();
+        QTRY_VERIFY(elsewhere.isActiveWindow());
+        QVERIFY(!banner->isActiveWindow());
+        dvxDisplay *display = banner->display();
+        QTest::mouseMove(display->Picture1, QPoint(10, 5));
+        QTRY_COMPARE(QToolTip::text(), QStringLiteral("Fire drill at noon in the east wing"));
+        QTest::mouseMove(display->cmdDetails, QPoint(3, 3));
+        QTRY_COMPARE(QToolTip::text(), display->cmdDetails->toolTip());
+        banner.reset();
+        ClientDB().close();
+        TempDB().close();
+    }
+
     void writeTextDrawsTextAndShadowOnce()
     {
         dvxDisplay display;

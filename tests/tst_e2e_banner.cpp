@@ -12,6 +12,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 #include <csignal>
 
@@ -142,6 +143,14 @@ private Q_SLOTS:
         }
         QTRY_VERIFY_WITH_TIMEOUT(firstFrom(server, Author, QStringLiteral("ALL")) >= 0, 10000);
 
+        // Everything the sound server plays, from before the message comes.
+        QProcess recorder;
+        recorder.start(QStringLiteral("parecord"),
+                       {QStringLiteral("--raw"), QStringLiteral("--format=s16le"),
+                        QStringLiteral("--rate=22050"), QStringLiteral("--channels=1"),
+                        QStringLiteral("--device=nullsink.monitor")});
+        QVERIFY(recorder.waitForStarted(5000));
+
         // The author holds the message in its outbox; the reader gets it on the banner.
         DVMessage own;
         own.ToObject(message());
@@ -193,6 +202,39 @@ private Q_SLOTS:
                  .trimmed()
                  .isEmpty(),
             10000);
+
+        // The level's looping sound goes on round after round while its message is alone on the strip
+        // (a message queued again starts its sound afresh, so the longest unbroken stretch counts).
+        QByteArray sound;
+        const auto roundsHeard = [&recorder, &sound] {
+            constexpr qsizetype Round = 19845; // samples in one round of the buzzer
+            constexpr int Loud = 2000;
+            sound += recorder.readAllStandardOutput();
+            const qsizetype count = sound.size() / 2;
+            const auto sample = [&sound](qsizetype i) {
+                return qAbs(int(qFromLittleEndian<qint16>(sound.constData() + 2 * i)));
+            };
+            int longest = 0;
+            for (qsizetype at = 0; at < count;) {
+                while (at < count && sample(at) < Loud)
+                    ++at;
+                int rounds = 0;
+                for (; at + Round <= count; at += Round, ++rounds) {
+                    int peak = 0;
+                    for (qsizetype i = at; i < at + Round; ++i)
+                        peak = qMax(peak, sample(i));
+                    if (peak < Loud)
+                        break;
+                }
+                longest = qMax(longest, rounds);
+                if (at + Round > count)
+                    break;
+            }
+            return longest;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(roundsHeard() >= 4, 20000);
+        recorder.kill();
+        recorder.waitForFinished();
 
         // The acknowledge button stands right of the strip and wakes once the text has passed.
         const QString clickX = QString::number(x + width - height / 2);

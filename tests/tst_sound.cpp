@@ -68,7 +68,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("builtIn");
         const QString own = QStringLiteral("\\\\server\\share\\Alarm.wav");
         QTest::newRow("0 keeps the file") << qint16(0) << own << false;
-        QTest::newRow("1 keeps the file") << qint16(1) << own << false;
         QTest::newRow("2 keeps the file") << qint16(2) << own << false;
         for (qint16 code = SoundCodes::FirstBuiltIn; code <= SoundCodes::LastBuiltIn; ++code)
             QTest::addRow("built-in %d", code) << code << own << true;
@@ -167,6 +166,35 @@ private Q_SLOTS:
         QVERIFY(!logLines().join(QLatin1Char('\n')).contains(QStringLiteral("does not exists")));
     }
 
+    void beepIsTheDesktopBell_data()
+    {
+        QTest::addColumn<QString>("theme");
+        QTest::newRow("sound theme installed") << QStringLiteral("share/sounds/freedesktop/stereo/bell.oga");
+        QTest::newRow("no sound theme") << QString();
+    }
+
+    void beepIsTheDesktopBell()
+    {
+        QFETCH(QString, theme);
+        const QByteArray savedDirs = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", m_profile->path().toUtf8() + "/share");
+        if (!theme.isEmpty())
+            m_profile->writeFile(theme, readAll(mediaDir() + QStringLiteral("/Update.wav")));
+        const QString bell = theme.isEmpty() ? QString(mediaDir() + QStringLiteral("/Bell.wav"))
+                                             : QString(m_profile->path() + QLatin1Char('/') + theme);
+
+        SoundPlayer player;
+        player.setProgramDirectory(programDir());
+        player.Initialise();
+        QSignalSpy done(&player, &SoundPlayer::SoundDone);
+        player.Beep();
+        qputenv("XDG_DATA_DIRS", savedDirs);
+        // Played through the player like any level sound, to its end.
+        QCOMPARE(QFileInfo(player.loadedFile()).canonicalFilePath(), QFileInfo(bell).canonicalFilePath());
+        QVERIFY(done.wait(15000));
+        QVERIFY(!logLines().join(QLatin1Char('\n')).contains(QStringLiteral("does not exists")));
+    }
+
     void loopingRunsUntilStop()
     {
         SoundPlayer player;
@@ -207,6 +235,7 @@ private Q_SLOTS:
         for (qint16 code = SoundCodes::FirstBuiltIn; code <= SoundCodes::LastBuiltIn; ++code)
             QTest::newRow(qPrintable(SoundCodes::BuiltInFile(code)))
                 << QDir(programDir()).filePath(SoundCodes::BuiltInFile(code));
+        QTest::newRow("bell") << QDir(programDir()).filePath(SoundCodes::BuiltInBell());
     }
 
     void generatedSounds()

@@ -17,7 +17,7 @@ void Audio::setSoundType(qint32 soundType)
 void Audio::StartSound()
 {
     if (m_soundType == SoundCodes::Beep) {
-        SoundPlayer::Beep();
+        player().Beep();
     } else if (m_soundType == SoundCodes::File) {
         if (player().Open(m_waveFile))
             player().PlayOnce();

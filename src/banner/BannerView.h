@@ -31,6 +31,7 @@ public:
     // Hidden: scrolling stopped, top-most dropped.
     virtual void hideBanner() = 0;
     virtual void showStrip(const StripLook &look) = 0;
+    // The acknowledge button only: the menu's Acknowledge is always there.
     virtual void setAcknowledgeEnabled(bool enabled) = 0;
 
     virtual void stopSound() = 0;

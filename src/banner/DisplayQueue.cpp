@@ -57,7 +57,7 @@ QString DisplayQueue::ConvertText(const QString &inText)
     text.replace(QStringLiteral("%DATE%"), locale.toString(now.date(), QLocale::ShortFormat));
     text.replace(QStringLiteral("%LONGDATE%"), locale.toString(now.date(), QLocale::LongFormat));
     text.replace(QStringLiteral("%TIME%"), locale.toString(now.time(), QLocale::ShortFormat));
-    text.replace(QStringLiteral("%LONGTIME%"), locale.toString(now.time(), QStringLiteral("HH:mm:ss")));
+    text.replace(QStringLiteral("%LONGTIME%"), locale.toString(now, locale.timeFormat(QLocale::LongFormat)));
     text.replace(QStringLiteral("%USERID%"), user.UserID());
     text.replace(QStringLiteral("%USERNAME%"), user.UserName);
     text.replace(QStringLiteral("%MACHINEID%"), user.MachineID());
@@ -115,7 +115,7 @@ void DisplayQueue::AfficheMessage()
 
     DisplayMessage &entry = m_queue[m_displayIndex - 1];
     const DVMessage &msg = entry.ActualMessage;
-    // A message seen for the first time can be acknowledged once it has passed.
+    // The button of a message seen for the first time wakes once its text has passed.
     m_view.setAcknowledgeEnabled(entry.Count > 0);
 
     LevelCollection &levels = gLevels();
@@ -210,6 +210,12 @@ void DisplayQueue::Displayed()
 void DisplayQueue::cmdOK_Click()
 {
     TraceLog(Banner + QStringLiteral("cmdOK_Click"));
+    AcknowledgeMessage(true);
+}
+
+void DisplayQueue::mnuAcknowledge_Click()
+{
+    TraceLog(Banner + QStringLiteral("mnuAcknowledge_Click"));
     AcknowledgeMessage(true);
 }
 

@@ -36,7 +36,9 @@ public:
     // Events of the strip and of the reader.
     void Looped();
     void Displayed();
+    // The button waits for the first pass of a text; the menu acknowledges at any time.
     void cmdOK_Click();
+    void mnuAcknowledge_Click();
     // Acknowledges, then asks the server for a reply's ID.
     void mnuReply_Click(bool toAll);
     void dvxDisplay_DblClick();

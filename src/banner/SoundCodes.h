@@ -11,6 +11,12 @@ constexpr qint16 File = 2;
 constexpr qint16 FirstBuiltIn = 3;
 constexpr qint16 LastBuiltIn = 11;
 
+// Our own bell below the program's directory, for desktops without a sound theme.
+inline QString BuiltInBell()
+{
+    return QStringLiteral("Media/Bell.wav");
+}
+
 // The path below the program's directory of a built-in sound; empty for any other code.
 inline QString BuiltInFile(qint16 soundType)
 {

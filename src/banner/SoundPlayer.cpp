@@ -3,7 +3,6 @@
 #include "banner/SoundCodes.h"
 #include "core/Log.h"
 
-#include <QApplication>
 #include <QAudioDevice>
 #include <QAudioOutput>
 #include <QCoreApplication>
@@ -11,6 +10,8 @@
 #include <QFileInfo>
 #include <QMediaDevices>
 #include <QMediaPlayer>
+#include <QSoundEffect>
+#include <QStandardPaths>
 #include <QUrl>
 
 SoundPlayer::SoundPlayer(QObject *parent) : SoundPlayer(QStringLiteral("frmBanner:PlayFile"), parent) {}
@@ -46,8 +47,8 @@ void SoundPlayer::PlayLooping()
 
 void SoundPlayer::Stop()
 {
-    if (m_player)
-        m_player->stop();
+    m_looping = false;
+    releasePlayer();
 }
 
 void SoundPlayer::PlayFile(qint16 soundType, const QString &soundFile, bool looping)
@@ -68,13 +69,35 @@ void SoundPlayer::PlayFile(qint16 soundType, const QString &soundFile, bool loop
 
 QString SoundPlayer::ResolveFile(qint16 soundType, const QString &soundFile) const
 {
+    if (soundType == SoundCodes::Beep)
+        return BellFile();
     const QString builtIn = SoundCodes::BuiltInFile(soundType);
     return builtIn.isEmpty() ? soundFile : QDir(programDirectory()).filePath(builtIn);
 }
 
 void SoundPlayer::Beep()
 {
-    QApplication::beep();
+    PlayFile(SoundCodes::Beep, QString(), false);
+}
+
+QString SoundPlayer::BellFile() const
+{
+    // The freedesktop theme is the one every other theme falls back on; failing it, any theme's bell.
+    const QStringList dataDirs = QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
+    for (const QString &theme : {QStringLiteral("freedesktop"), QStringLiteral("*")}) {
+        for (const QString &dataDir : dataDirs) {
+            const QDir sounds(dataDir + QStringLiteral("/sounds"));
+            for (const QString &found :
+                 sounds.entryList({theme}, QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
+                const QDir stereo(sounds.filePath(found + QStringLiteral("/stereo")));
+                const QStringList bells =
+                    stereo.entryList({QStringLiteral("bell.*")}, QDir::Files, QDir::Name);
+                if (!bells.isEmpty())
+                    return stereo.filePath(bells.first());
+            }
+        }
+    }
+    return QDir(programDirectory()).filePath(SoundCodes::BuiltInBell());
 }
 
 QString SoundPlayer::programDirectory() const
@@ -89,7 +112,8 @@ void SoundPlayer::setProgramDirectory(const QString &directory)
 
 bool SoundPlayer::isPlaying() const
 {
-    return m_player && m_player->playbackState() == QMediaPlayer::PlayingState;
+    return (m_effect && m_effect->isPlaying()) ||
+           (m_player && m_player->playbackState() == QMediaPlayer::PlayingState);
 }
 
 bool SoundPlayer::audioOutputAvailable()
@@ -115,32 +139,74 @@ void SoundPlayer::play(bool looping)
             QMetaObject::invokeMethod(this, &SoundPlayer::SoundDone, Qt::QueuedConnection);
         return;
     }
-    ensurePlayer();
-    const QAudioDevice device = QMediaDevices::defaultAudioOutput();
-    if (m_output->device() != device)
-        m_output->setDevice(device);
-    const QUrl source = QUrl::fromLocalFile(m_file);
-    if (m_player->source() != source)
-        m_player->setSource(source);
-    m_player->stop();
-    m_player->setLoops(looping ? QMediaPlayer::Infinite : QMediaPlayer::Once);
-    m_player->play();
+    m_looping = looping;
+    if (looping && m_file.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive))
+        startEffect();
+    else
+        startPlayer();
 }
 
-void SoundPlayer::ensurePlayer()
+void SoundPlayer::startEffect()
 {
-    if (m_player)
-        return;
+    // A wave loops without a gap in a sound effect; the media player leaves a pause between rounds.
+    releasePlayer();
+    m_effect = new QSoundEffect(QMediaDevices::defaultAudioOutput(), this);
+    connect(m_effect, &QSoundEffect::statusChanged, this, [this] {
+        // A wave the effect cannot read goes to the media player, which reads more kinds.
+        if (m_effect->status() == QSoundEffect::Error)
+            startPlayer();
+    });
+    m_effect->setSource(QUrl::fromLocalFile(m_file));
+    m_effect->setLoopCount(QSoundEffect::Infinite);
+    m_effect->play();
+}
+
+void SoundPlayer::startPlayer()
+{
+    // A fresh player for every round: a player stopped or rewound mid-stream may go on "playing" in
+    // silence, and so may its own infinite loops.
+    releasePlayer();
     m_player = new QMediaPlayer(this);
-    m_output = new QAudioOutput(this);
+    m_output = new QAudioOutput(QMediaDevices::defaultAudioOutput(), m_player);
     m_player->setAudioOutput(m_output);
     connect(m_player, &QMediaPlayer::mediaStatusChanged, this, [this](QMediaPlayer::MediaStatus status) {
-        if (status == QMediaPlayer::EndOfMedia)
+        if (status != QMediaPlayer::EndOfMedia)
+            return;
+        if (m_looping)
+            QMetaObject::invokeMethod(this, &SoundPlayer::nextRound, Qt::QueuedConnection);
+        else
             Q_EMIT SoundDone();
     });
     connect(m_player, &QMediaPlayer::errorOccurred, this,
             [this](QMediaPlayer::Error, const QString &errorString) {
                 WriteLog(m_procedure + QStringLiteral(" - ") + errorString);
+                m_looping = false;
                 Q_EMIT SoundDone();
             });
+    m_player->setSource(QUrl::fromLocalFile(m_file));
+    m_player->play();
+}
+
+void SoundPlayer::nextRound()
+{
+    // Stopped, or another sound opened, while the round ended: nothing to go on with.
+    if (m_looping && m_player && m_player->mediaStatus() == QMediaPlayer::EndOfMedia)
+        startPlayer();
+}
+
+void SoundPlayer::releasePlayer()
+{
+    if (m_effect) {
+        m_effect->disconnect(this);
+        m_effect->stop();
+        m_effect->deleteLater();
+        m_effect = nullptr;
+    }
+    if (!m_player)
+        return;
+    m_player->disconnect(this);
+    m_player->stop();
+    m_player->deleteLater();
+    m_player = nullptr;
+    m_output = nullptr;
 }

@@ -5,6 +5,7 @@
 
 class QAudioOutput;
 class QMediaPlayer;
+class QSoundEffect;
 
 // The media player of a window that plays level sounds: open a wave or MP3
 // file, play it once or over and over, stop. Where no audio output exists it
@@ -28,11 +29,14 @@ public:
     void PlayLooping();
     void Stop();
 
-    // The level's sound: codes 3 to 11 name a built-in file, any other code
-    // takes soundFile as it stands. Code 1 is the caller's beep.
+    // The level's sound: code 1 is the desktop's bell, codes 3 to 11 name a
+    // built-in file, any other code takes soundFile as it stands.
     void PlayFile(qint16 soundType, const QString &soundFile, bool looping);
     QString ResolveFile(qint16 soundType, const QString &soundFile) const;
-    static void Beep();
+    // The system beep, played once like any other sound: an X bell is muted on most desktops.
+    void Beep();
+    // The sound theme's bell where the desktop has one, else the built-in bell.
+    QString BellFile() const;
 
     // Where the built-in sounds lie below; the program's directory unless set.
     QString programDirectory() const;
@@ -48,12 +52,17 @@ Q_SIGNALS:
 private:
     bool audioOutputAvailable();
     void play(bool looping);
-    void ensurePlayer();
+    void startEffect();
+    void startPlayer();
+    void nextRound();
+    void releasePlayer();
 
     QString m_procedure;
     QString m_programDirectory;
     QString m_file;
     QMediaPlayer *m_player = nullptr;
     QAudioOutput *m_output = nullptr;
+    QSoundEffect *m_effect = nullptr;
+    bool m_looping = false;
     bool m_toldNoDevice = false;
 };

@@ -236,6 +236,12 @@ void dvxDisplay::Cls()
     update();
 }
 
+void dvxDisplay::SetFont(const QFont &font)
+{
+    m_font = font;
+    RunResizeLogic();
+}
+
 void dvxDisplay::SetFontSize(double points)
 {
     if (points > 0)
@@ -518,7 +524,6 @@ void dvxDisplay::RunResizeLogic()
     if (Resizing)
         return;
     Resizing = true;
-    Q_EMIT Resize();
 
     const QFontMetrics metrics(m_font);
     const double stripTwips =
@@ -536,6 +541,8 @@ void dvxDisplay::RunResizeLogic()
     cmdLink->setGeometry(PxX(LinkLeftTwips), top, button, buttonHeight);
 
     m_scroll.Resize(width() * m_scroll.TwipsPerPixelX);
+    // Told once the height has followed the font, so that the owner sizes itself on the final figures.
+    Q_EMIT Resize();
     Resizing = false;
     // The host is always in run mode, so every resize sets the strip going.
     StartTimer();

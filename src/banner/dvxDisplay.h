@@ -34,7 +34,8 @@ public:
     quint32 ForeColor() const { return m_foreColor; }
     void SetForeColor(quint32 color) { m_foreColor = color; }
     QFont Font() const { return m_font; }
-    void SetFont(const QFont &font) { m_font = font; }
+    // The control's height follows the font at once.
+    void SetFont(const QFont &font);
     int BorderStyle() const { return m_borderStyle; }
     void SetBorderStyle(int style);
     void Cls();

@@ -53,6 +53,8 @@ frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
     // Not shown (the window has no frame), but window tools find the banner by it.
     setWindowTitle(QStringLiteral("Korvane banner"));
     setAttribute(Qt::WA_ShowWithoutActivating);
+    // The banner is never the active window, yet resting the pointer on it shows the whole text.
+    setAttribute(Qt::WA_AlwaysShowToolTips);
     setFocusPolicy(Qt::NoFocus);
 
     dvxDisplay1 = new dvxDisplay(this);
@@ -88,7 +90,7 @@ frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
     connect(dvxDisplay1, &dvxDisplay::MouseUp, this,
             [this](int button, int, double, double) { onMouseUp(button); });
     connect(cmdOK, &QToolButton::clicked, this, [this] { m_queue.cmdOK_Click(); });
-    connect(mnuAcknowledge, &QAction::triggered, this, [this] { m_queue.cmdOK_Click(); });
+    connect(mnuAcknowledge, &QAction::triggered, this, [this] { m_queue.mnuAcknowledge_Click(); });
     connect(mnuReply, &QAction::triggered, this, [this] { m_queue.mnuReply_Click(false); });
     connect(mnuReplyToAll, &QAction::triggered, this, [this] { m_queue.mnuReply_Click(true); });
     connect(mnuAttachment, &QAction::triggered, this, [this] { m_queue.dvxDisplay_DblClick(); });
@@ -120,8 +122,8 @@ void frmBanner::Form_Load()
     font.setPointSize(qMax(1, options.Font.Size));
     font.setBold(options.Font.Bold);
     font.setItalic(options.Font.Italic);
+    // The font sets the height, and so the window's size, that the position below depends on.
     dvxDisplay1->SetFont(font);
-    onDisplayResize();
     PositionForm(options.HorizontalPosition, options.VerticalPosition);
     TraceLog(QStringLiteral("Initializing sound engine..."));
     Mp3play1->Initialise();
@@ -207,7 +209,6 @@ void frmBanner::showStrip(const StripLook &look)
 void frmBanner::setAcknowledgeEnabled(bool enabled)
 {
     cmdOK->setEnabled(enabled);
-    mnuAcknowledge->setEnabled(enabled);
 }
 
 void frmBanner::stopSound()
@@ -217,7 +218,7 @@ void frmBanner::stopSound()
 
 void frmBanner::beep()
 {
-    SoundPlayer::Beep();
+    Mp3play1->Beep();
 }
 
 void frmBanner::playFile(qint16 soundType, const QString &soundFile, bool looping)

@@ -24,6 +24,7 @@ public:
     DisplayQueue &queue() { return m_queue; }
     dvxDisplay *display() const { return dvxDisplay1; }
     QToolButton *acknowledgeButton() const { return cmdOK; }
+    QAction *acknowledgeAction() const { return mnuAcknowledge; }
     SoundPlayer *player() const { return Mp3play1; }
 
     // Places the window at the edges or the middle of the whole screen, in twips.

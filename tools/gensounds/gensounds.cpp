@@ -1,4 +1,4 @@
-// Writes the nine built-in level sounds as 16-bit mono PCM wave files into the
+// Writes the nine built-in level sounds and the bell as 16-bit mono PCM wave files into the
 // folder given as the only argument. Everything is synthesised here, with
 // nothing random, so that every build makes the same bytes.
 
@@ -153,6 +153,14 @@ Samples update()
     return s;
 }
 
+// The system beep where the desktop has no sound theme: one short, bright strike.
+Samples bell()
+{
+    Samples s(static_cast<std::size_t>(0.6 * SampleRate));
+    addNote(s, {0.0, 0.6, noteFrequency(15), 1.0, 0.003, 0.15, 1.0, Bell});
+    return s;
+}
+
 void put16(std::string &out, int value)
 {
     out += static_cast<char>(value & 0xff);
@@ -215,6 +223,7 @@ int main(int argc, char **argv)
         {"Revelation.wav", revelation, Peak},
         {"Slow-and-Serious.wav", slowAndSerious, Peak},
         {"Update.wav", update, Peak},
+        {"Bell.wav", bell, Peak},
     };
     for (const Sound &sound : sounds) {
         const std::string path = folder + "/" + sound.name;
