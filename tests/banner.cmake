@@ -1,1 +1,1 @@
-korvane_add_test(tst_displayqueue SOURCES tst_displayqueue.cpp LIBS ui)
+korvane_add_test(tst_displayqueue SOURCES tst_displayqueue.cpp LIBS banner_logic)
