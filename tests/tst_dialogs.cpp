@@ -7,20 +7,16 @@
 #include "ui/MessageBox.h"
 #include "ui/TrayIcon.h"
 #include "ui/frmDialog.h"
-#include "ui/frmLog.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
-#include <QToolButton>
 
 #include <functional>
 
@@ -129,18 +125,6 @@ private Q_SLOTS:
         QCOMPARE(InputBox::InputChoice(u"Variable"_s, u"Title"_s, IconQuestion, u"%user%|%date%|%time%"_s,
                                        u"%date%"_s),
                  u"%time%"_s);
-    }
-
-    void logFormShowsAndCopies()
-    {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        profile.writeFile(u"client.log"_s, "line one\nline two\n");
-        frmLog form(profile.path() + u"/client.log"_s);
-        form.btnCopy->click();
-        QCOMPARE(QApplication::clipboard()->text(), u"line one\nline two\n"_s);
-        frmLog empty(profile.path() + u"/missing.log"_s);
-        QCOMPARE(empty.rtfLog->toPlainText(), QString());
     }
 
     void trayMenuFollowsTheEngine()

@@ -266,11 +266,10 @@ private Q_SLOTS:
         f.scheduler.tmrCedule_Timer();
         f.scheduler.ComputeNextRunDate(acknowledged);
         f.scheduler.ComputePassedExactTime();
-        const QString log = logText();
-        QCOMPARE(log.count(u"frmKorvanClient:ScanMessagesAtLogon (rs2) - "_s), 2);
         for (const char *operation :
-             {"ExpiredDate", "ScanMessages", "ComputeNextRunDate", "ComputePassedExactTime"})
-            QVERIFY2(log.contains(u"frmKorvanClient:"_s + QLatin1String(operation) + u" - "_s), operation);
+             {"ScanMessagesAtLogon (rs2)", "ExpiredDate", "ComputeNextRunDate", "ComputePassedExactTime"})
+            QVERIFY2(logText().contains(u"frmKorvanClient:"_s + QLatin1String(operation) + u" - "_s),
+                     operation);
     }
 
     void nextRunOnAcknowledgement_data()
