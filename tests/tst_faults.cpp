@@ -22,7 +22,7 @@ namespace {
 
 QString record(int n)
 {
-    return FakeServer::record(u"F%1"_s.arg(n, 13, 10, u'0'), u"Stream"_s,
+    return FakeServer::record(u"F%1"_s.arg(n, 13, 10, QChar(u'0')), u"Stream"_s,
                               u"Record %1 of the stream"_s.arg(n));
 }
 

@@ -44,9 +44,12 @@ QString record(const QString &id, const QString &target = QString())
     m.Message = u"Text of "_s + id;
     m.MsgLevel = u"Warning"_s;
     m.UserID = u"author"_s;
+    m.UserName = u"The Author"_s;
+    m.MachineID = u"ws-1"_s;
     m.Target = target;
+    m.ReceiptRequired = m.DeleteAtExpiration = true;
     m.Status = StatusActive;
-    m.StartDate = FakeClock::at(2026, 11, 23, 9, 0, 0);
+    m.CreationDate = m.StartDate = FakeClock::at(2026, 11, 23, 9, 0, 0);
     m.ExpirationDate = FakeClock::at(2026, 12, 1);
     return m.ToString();
 }
@@ -255,10 +258,11 @@ private Q_SLOTS:
         Fixture f;
         const auto status = [] { return GetMessage(ClientDB(), u"Inbox"_s, u"M"_s).Status; };
         f.intake.MessageReceived(record(u"M"_s), false);
-        // Only the expiration date differs: nothing changes.
-        f.intake.MessageReceived(record(u"M"_s).replace(DateText::DateToText(FakeClock::at(2026, 12, 1)),
-                                                        DateText::DateToText(FakeClock::at(2027, 1, 1))),
-                                 false);
+        // Only the expiration and modification dates differ: nothing changes.
+        const QString later = record(u"M"_s).replace(DateText::DateToText(FakeClock::at(2026, 12, 1)),
+                                                     DateText::DateToText(FakeClock::at(2027, 1, 1)));
+        f.intake.MessageReceived(
+            tagged(later, u"MOD"_s, DateText::DateToText(FakeClock::at(2026, 11, 23, 9, 30))), false);
         QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"M"_s).ExpirationDate, FakeClock::at(2026, 12, 1));
 
         // An edit while on display replaces it on the banner.
