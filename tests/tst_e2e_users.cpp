@@ -204,7 +204,6 @@ private Q_SLOTS:
                                   visibleBanner().isEmpty()),
                                  30000);
         QTRY_VERIFY_WITH_TIMEOUT(ann.notifications().contains(u"Message read by:|Bob Marsh"_s), 30000);
-        QVERIFY2(!ann.notifications().isEmpty(), qPrintable(ann.notifications()));
 
         // The server goes down and comes back: both clients are back at once.
         server.stop();

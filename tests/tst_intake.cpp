@@ -383,7 +383,7 @@ private Q_SLOTS:
         QCOMPARE(Targeting::ReplaceMyGroupsInTarget(u"team,c"_s), u"a,b,c"_s);
     }
 
-    void levelsAndLists()
+    void levelsReceived()
     {
         Fixture f;
         f.profile.writeFile(u"data/chime.wav"_s, "RIFF");
@@ -406,17 +406,6 @@ private Q_SLOTS:
         // A second list replaces the first.
         f.replication.LevelsReceived(level(u"Only"_s, QString()));
         QCOMPARE(gLevels().count(), 1);
-
-        f.replication.UsersReceived(u"u1"_s + QChar(2) + u"User One"_s + QChar(2) +
-                                    DateText::DateToText(FakeClock::at(2026, 11, 1, 8, 0, 0)) + QChar(2) +
-                                    u"ws-1"_s + QChar(2) + u"True"_s + QChar(2) + u"1"_s + QChar(3) +
-                                    u"u2"_s);
-        QSqlQuery *users = TempDB().query(u"SELECT LastLogon, Connected FROM Users ORDER BY UserID"_s);
-        QVERIFY(users && users->next());
-        QCOMPARE(users->value(0).toString(), u"2026-11-01 08:00:00"_s);
-        QCOMPARE(users->value(1).toInt(), 1);
-        QVERIFY(users->next());
-        users->finish();
     }
 };
 
