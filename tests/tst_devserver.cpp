@@ -201,7 +201,7 @@ private Q_SLOTS:
         DVMessage reply =
             NewMessage::compose(u"ID2"_s, u"bob"_s, QString(), u"sysKVReply"_s, u"re"_s, Clock::now(), 7);
         bob.send(u"RPL"_s, u"ID2"_s % F % u"x"_s % F % reply.ToString() % F % u"0"_s % F % u"alice"_s);
-        QTRY_VERIFY(alice.has(u"MSG"_s));
+        QTRY_COMPARE(alice.all(u"MSG"_s).size(), 3);
         got.ToObject(alice.last(u"MSG"_s));
         QCOMPARE(got.Target, u"alice"_s);
 
@@ -249,7 +249,7 @@ private Q_SLOTS:
         QCOMPARE(f.state.users.value(u"carol"_s).role, 2);
         alice.send(u"UPU"_s, u"bob"_s % F % u"SEND;"_s);
         QTRY_COMPARE(bob.last(u"POL"_s), u"SEND;"_s);
-        QCOMPARE(bob.all(u"POL"_s).size(), 2);
+        QVERIFY(!bob.all(u"POL"_s).contains(u"EXIT;"_s));
         QVERIFY(warnings.join(u'\n').contains(u"ADM refused to bob"_s));
 
         // Groups come and go with their members.
