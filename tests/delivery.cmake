@@ -1,8 +1,5 @@
 korvane_add_test(tst_scheduling SOURCES tst_scheduling.cpp)
 korvane_add_test(tst_intake SOURCES tst_intake.cpp)
-korvane_add_test(tst_deliveryprocess SOURCES tst_deliveryprocess.cpp)
-target_compile_definitions(tst_deliveryprocess PRIVATE KORVANE_CLIENT_BINARY="$<TARGET_FILE:korvane-client>")
-add_dependencies(tst_deliveryprocess korvane-client)
 korvane_add_test(tst_networkpaths SOURCES tst_networkpaths.cpp)
 korvane_add_test(tst_receipts SOURCES tst_receipts.cpp)
 korvane_add_test(tst_netapi SOURCES tst_netapi.cpp)

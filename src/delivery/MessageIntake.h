@@ -35,4 +35,6 @@ private:
     Sender m_sendData;
     Address m_localIP;
     Replication &m_replication;
+    // Set when a row of the batch could not be written: the batch is then neither kept nor confirmed.
+    bool m_storeFailed = false;
 };
