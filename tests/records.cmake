@@ -1,2 +1,1 @@
-korvane_add_test(tst_policies SOURCES tst_policies.cpp)
-korvane_add_test(tst_commands SOURCES tst_commands.cpp)
+korvane_add_test(tst_records SOURCES tst_records.cpp)

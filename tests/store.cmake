@@ -1,8 +1,3 @@
 korvane_add_test(tst_dvmessage SOURCES tst_dvmessage.cpp)
 korvane_add_test(tst_datetext SOURCES tst_datetext.cpp)
 korvane_add_test(tst_store SOURCES tst_store.cpp)
-qt_add_executable(store_crash_child store_crash_child.cpp)
-target_link_libraries(store_crash_child PRIVATE engine)
-korvane_add_test(tst_storecrash SOURCES tst_storecrash.cpp)
-target_compile_definitions(tst_storecrash PRIVATE KORVANE_STORE_CHILD="$<TARGET_FILE:store_crash_child>")
-add_dependencies(tst_storecrash store_crash_child)

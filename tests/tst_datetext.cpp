@@ -21,172 +21,120 @@ class TestDateText : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-    void formats_data();
-    void formats();
-    void threeForms_data();
-    void threeForms();
-    void unreadable_data();
-    void unreadable();
-    void skippedLocalHourReads();
-    void minuteHelpers_data();
-    void minuteHelpers();
-};
-
-void TestDateText::initTestCase()
-{
-    // Spring forward skips 02:00-03:00 here on 2024-03-31: a wall-clock date
-    // in that hour must still read.
-    qputenv("TZ", "Europe/Paris");
-    tzset();
-}
-
-void TestDateText::cleanup()
-{
-    QLocale::setDefault(QLocale::c());
-    DateText::setFormat({});
-}
-
-void TestDateText::formats_data()
-{
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<QString>("custom");
-    QTest::addColumn<QString>("format");
-    QTest::addColumn<QString>("dateFormat");
-    QTest::addColumn<QString>("timeFormat");
-
-    QTest::newRow("C") << u"C"_s << QString() << u"d MMM yyyy HH:mm:ss"_s << u"d MMM yyyy"_s << u"HH:mm:ss"_s;
-    QTest::newRow("two-digit year, zone after")
-        << u"en_US"_s << QString() << u"M/d/yyyy h:mm:ss AP"_s << u"M/d/yyyy"_s << u"h:mm:ss AP"_s;
-    QTest::newRow("zone before") << u"zh_CN"_s << QString() << u"yyyy/M/d HH:mm:ss"_s << u"yyyy/M/d"_s
-                                 << u"HH:mm:ss"_s;
-    QTest::newRow("day period first") << u"ko_KR"_s << QString() << u"yyyy. M. d. AP h시 m분 s초"_s
-                                      << u"yyyy. M. d."_s << u"AP h시 m분 s초"_s;
-    QTest::newRow("quoted separator") << u"C"_s << u"yyyy-MM-dd'T'HH:mm:ss"_s << u"yyyy-MM-dd'T'HH:mm:ss"_s
-                                      << u"yyyy-MM-dd"_s << u"HH:mm:ss"_s;
-    QTest::newRow("time first") << u"C"_s << u"HH:mm:ss dd/MM/yyyy"_s << u"HH:mm:ss dd/MM/yyyy"_s
-                                << u"dd/MM/yyyy"_s << u"HH:mm:ss"_s;
-    QTest::newRow("site's zone dropped, its year kept")
-        << u"C"_s << u"dd.MM.yy HH:mm:ss t"_s << u"dd.MM.yy HH:mm:ss"_s << u"dd.MM.yy"_s << u"HH:mm:ss"_s;
-    QTest::newRow("quoted letters are not fields")
-        << u"C"_s << u"dd/MM/yyyy 'at' HH:mm:ss"_s << u"dd/MM/yyyy 'at' HH:mm:ss"_s << u"dd/MM/yyyy"_s
-        << u"HH:mm:ss"_s;
-}
-
-void TestDateText::formats()
-{
-    QFETCH(QString, locale);
-    QFETCH(QString, custom);
-    QFETCH(QString, format);
-    QFETCH(QString, dateFormat);
-    QFETCH(QString, timeFormat);
-
-    QLocale::setDefault(QLocale(locale));
-    DateText::setFormat(custom);
-    QCOMPARE(DateText::format(), format);
-    QCOMPARE(DateText::dateFormat(), dateFormat);
-    QCOMPARE(DateText::timeFormat(), timeFormat);
-
-    // Century, afternoon and seconds survive the way back; a site's own
-    // two-digit year is its choice and cannot.
-    if (!DateText::dateFormat().contains(u"yyyy"_s))
-        return;
-    for (const QDateTime &value : {at(1999, 11, 2, 23, 4, 5), at(2024, 2, 29, 13, 0, 59), at(2024, 2, 29)}) {
-        bool ok = false;
-        QCOMPARE(DateText::TextToDate(DateText::DateToText(value), &ok), value);
-        QVERIFY(ok);
+    void initTestCase()
+    {
+        // Spring forward skips 02:00-03:00 here on 2024-03-31: a wall-clock date
+        // in that hour must still read.
+        qputenv("TZ", "Europe/Paris");
+        tzset();
     }
-}
 
-void TestDateText::threeForms_data()
-{
-    QTest::addColumn<QString>("format");
-    QTest::addColumn<QDateTime>("value");
-    QTest::addColumn<QString>("text");
+    void cleanup()
+    {
+        QLocale::setDefault(QLocale::c());
+        DateText::setFormat({});
+    }
 
-    const QString dmy = u"dd/MM/yyyy HH:mm:ss"_s;
-    QTest::newRow("date and time") << dmy << at(2024, 12, 31, 23, 59, 58) << u"31/12/2024 23:59:58"_s;
-    QTest::newRow("midnight gives the date alone") << dmy << at(2024, 1, 5) << u"05/01/2024"_s;
-    QTest::newRow("zero day gives the time alone") << dmy << at(1899, 12, 30, 7, 8, 9) << u"07:08:09"_s;
-    QTest::newRow("zero date") << dmy << DateText::ZeroDate() << u"00:00:00"_s;
-    QTest::newRow("one second past zero") << dmy << at(1899, 12, 30, 0, 0, 1) << u"00:00:01"_s;
-    QTest::newRow("before the zero day") << dmy << at(1899, 12, 29, 12) << u"29/12/1899 12:00:00"_s;
-    QTest::newRow("C date alone") << QString() << at(2024, 6, 1) << u"1 Jun 2024"_s;
-}
+    void formats_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("custom");
+        QTest::addColumn<QString>("dateFormat");
+        QTest::addColumn<QString>("timeFormat");
 
-void TestDateText::threeForms()
-{
-    QFETCH(QString, format);
-    QFETCH(QDateTime, value);
-    QFETCH(QString, text);
+        QTest::newRow("zone after, day period")
+            << u"en_US"_s << QString() << u"M/d/yyyy"_s << u"h:mm:ss AP"_s;
+        QTest::newRow("day period first")
+            << u"ko_KR"_s << QString() << u"yyyy. M. d."_s << u"AP h시 m분 s초"_s;
+        QTest::newRow("time first") << u"C"_s << u"HH:mm:ss dd/MM/yyyy"_s << u"dd/MM/yyyy"_s << u"HH:mm:ss"_s;
+        QTest::newRow("quoted letters are not fields")
+            << u"C"_s << u"dd/MM/yyyy 'at' HH:mm:ss"_s << u"dd/MM/yyyy"_s << u"HH:mm:ss"_s;
+        QTest::newRow("site's zone dropped, its year kept")
+            << u"C"_s << u"dd.MM.yy HH:mm:ss t"_s << u"dd.MM.yy"_s << u"HH:mm:ss"_s;
+    }
 
-    DateText::setFormat(format);
-    QCOMPARE(DateText::DateToText(value), text);
-    bool ok = false;
-    QCOMPARE(DateText::TextToDate(text, &ok), value);
-    QVERIFY(ok);
-    QCOMPARE(DateText::TextToDate(u"  "_s + text + u' ', &ok), value);
+    void formats()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, custom);
+        QFETCH(QString, dateFormat);
+        QFETCH(QString, timeFormat);
 
-    // Milliseconds are dropped both ways.
-    QCOMPARE(DateText::DateToText(value.addMSecs(999)), text);
-}
+        QLocale::setDefault(QLocale(locale));
+        DateText::setFormat(custom);
+        QCOMPARE(DateText::dateFormat(), dateFormat);
+        QCOMPARE(DateText::timeFormat(), timeFormat);
+        QVERIFY(!DateText::format().contains(u" t"_s));
+        // Century, afternoon and seconds survive the way back; a site's own
+        // two-digit year is its choice and cannot.
+        if (!dateFormat.contains(u"yyyy"_s))
+            return;
+        for (const QDateTime &value :
+             {at(1999, 11, 2, 23, 4, 5), at(2024, 2, 29, 13, 0, 59), at(2024, 2, 29)}) {
+            bool ok = false;
+            QCOMPARE(DateText::TextToDate(DateText::DateToText(value), &ok), value);
+            QVERIFY(ok);
+        }
+    }
 
-void TestDateText::unreadable_data()
-{
-    QTest::addColumn<QString>("text");
+    void threeForms_data()
+    {
+        QTest::addColumn<QDateTime>("value");
+        QTest::addColumn<QString>("text");
 
-    QTest::newRow("empty") << QString();
-    QTest::newRow("no such day") << u"31/02/2024 10:00:00"_s;
-    QTest::newRow("other order") << u"2024-02-01 10:00:00"_s;
-    QTest::newRow("trailing text") << u"01/02/2024 10:00:00 x"_s;
-}
+        QTest::newRow("date and time") << at(2024, 12, 31, 23, 59, 58) << u"31/12/2024 23:59:58"_s;
+        QTest::newRow("midnight gives the date alone") << at(2024, 1, 5) << u"05/01/2024"_s;
+        QTest::newRow("zero day gives the time alone") << at(1899, 12, 30, 7, 8, 9) << u"07:08:09"_s;
+        QTest::newRow("zero date") << DateText::ZeroDate() << u"00:00:00"_s;
+        QTest::newRow("before the zero day") << at(1899, 12, 29, 12) << u"29/12/1899 12:00:00"_s;
+        QTest::newRow("skipped local hour") << at(2024, 3, 31, 2, 30) << u"31/03/2024 02:30:00"_s;
+    }
 
-void TestDateText::unreadable()
-{
-    QFETCH(QString, text);
+    void threeForms()
+    {
+        QFETCH(QDateTime, value);
+        QFETCH(QString, text);
 
-    DateText::setFormat(u"dd/MM/yyyy HH:mm:ss"_s);
-    bool ok = true;
-    QCOMPARE(DateText::TextToDate(text, &ok), DateText::ZeroDate());
-    QVERIFY(!ok);
-}
+        DateText::setFormat(u"dd/MM/yyyy HH:mm:ss"_s);
+        QCOMPARE(DateText::DateToText(value), text);
+        bool ok = false;
+        QCOMPARE(DateText::TextToDate(u"  "_s + text + u' ', &ok), value);
+        QVERIFY(ok);
+        // Milliseconds are dropped both ways.
+        QCOMPARE(DateText::DateToText(value.addMSecs(999)), text);
+        // What cannot be read gives the zero date.
+        for (const QString &bad :
+             QStringList{QString(), u"31/02/2024 10:00:00"_s, u"2024-02-01 10:00:00"_s, text + u" x"_s}) {
+            QCOMPARE(DateText::TextToDate(bad, &ok), DateText::ZeroDate());
+            QVERIFY(!ok);
+        }
+    }
 
-void TestDateText::skippedLocalHourReads()
-{
-    DateText::setFormat(u"dd/MM/yyyy HH:mm:ss"_s);
-    const QDateTime skipped = at(2024, 3, 31, 2, 30);
-    QCOMPARE(DateText::DateToText(skipped), u"31/03/2024 02:30:00"_s);
-    QCOMPARE(DateText::TextToDate(u"31/03/2024 02:30:00"_s), skipped);
-}
+    void minuteHelpers_data()
+    {
+        QTest::addColumn<QDateTime>("value");
+        QTest::addColumn<QString>("minuteText");
+        QTest::addColumn<QDateTime>("truncated");
 
-void TestDateText::minuteHelpers_data()
-{
-    QTest::addColumn<QDateTime>("value");
-    QTest::addColumn<QString>("minuteText");
-    QTest::addColumn<QDateTime>("truncated");
+        QTest::newRow("year end") << at(2024, 12, 31, 23, 59, 59, 999) << u"2024/12/31 23:59"_s
+                                  << at(2024, 12, 31, 23, 59);
+        QTest::newRow("padded") << at(2024, 1, 2, 3, 4, 5) << u"2024/01/02 03:04"_s << at(2024, 1, 2, 3, 4);
+        QTest::newRow("unset reads as zero") << QDateTime() << u"1899/12/30 00:00"_s << DateText::ZeroDate();
+    }
 
-    QTest::newRow("seconds and ms dropped")
-        << at(2024, 12, 31, 23, 59, 59, 999) << u"2024/12/31 23:59"_s << at(2024, 12, 31, 23, 59);
-    QTest::newRow("single digits padded")
-        << at(2024, 1, 2, 3, 4, 5) << u"2024/01/02 03:04"_s << at(2024, 1, 2, 3, 4);
-    QTest::newRow("zero date") << DateText::ZeroDate() << u"1899/12/30 00:00"_s << DateText::ZeroDate();
-    QTest::newRow("unset reads as zero") << QDateTime() << u"1899/12/30 00:00"_s << DateText::ZeroDate();
-}
+    void minuteHelpers()
+    {
+        QFETCH(QDateTime, value);
+        QFETCH(QString, minuteText);
+        QFETCH(QDateTime, truncated);
 
-void TestDateText::minuteHelpers()
-{
-    QFETCH(QDateTime, value);
-    QFETCH(QString, minuteText);
-    QFETCH(QDateTime, truncated);
-
-    // The slash is fixed, whatever the regional settings say.
-    QLocale::setDefault(QLocale(u"de_DE"_s));
-    DateText::setFormat({});
-    QCOMPARE(DateText::FormatDateMinute(value), minuteText);
-    QCOMPARE(DateText::TruncateToMinute(value), truncated);
-    QCOMPARE(DateText::TruncateToMinute(value).timeSpec(), Qt::UTC);
-}
+        // The slash is fixed, whatever the regional settings say.
+        QLocale::setDefault(QLocale(u"de_DE"_s));
+        QCOMPARE(DateText::FormatDateMinute(value), minuteText);
+        QCOMPARE(DateText::TruncateToMinute(value), truncated);
+        QCOMPARE(DateText::TruncateToMinute(value).timeSpec(), Qt::UTC);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestDateText)
 #include "tst_datetext.moc"

@@ -3,26 +3,20 @@
 #include "core/Log.h"
 #include "core/Options.h"
 #include "support/FakeClock.h"
+#include "support/LogText.h"
 #include "support/TempProfile.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 class TestLog : public QObject
 {
     Q_OBJECT
 
 private:
-    static QStringList lines()
-    {
-        QFile file(LogFile::path());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList result = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-        result.removeAll(QString());
-        return result;
-    }
+    static QStringList lines() { return logText().split(u'\n', Qt::SkipEmptyParts); }
 
 private Q_SLOTS:
     void formatsAndTraceSwitch()
@@ -31,47 +25,42 @@ private Q_SLOTS:
         FakeClock clock(FakeClock::at(2026, 3, 4, 5, 6, 7));
         gProcess().AppDataPath = profile.dataHome();
 
-        WriteLog(QStringLiteral("Ready!"));
-        TraceLog(QStringLiteral("frmKorvanClient:SetMenu"));
+        WriteLog(u"Ready!"_s);
+        TraceLog(u"frmKorvanClient:SetMenu"_s);
         gOptions().Trace = true;
-        TraceLog(QStringLiteral("frmKorvanClient:SetMenu"));
+        TraceLog(u"frmKorvanClient:SetMenu"_s);
 
         const QStringList written = lines();
         QCOMPARE(written.size(), 2);
-        QCOMPARE(written[0], LogFile::stamp() + QStringLiteral(" -- Ready!"));
-        QVERIFY(written[0].contains(QStringLiteral("05:06:07")));
-        QCOMPARE(written[1], QStringLiteral("frmKorvanClient:SetMenu"));
-    }
+        QCOMPARE(written[0], LogFile::stamp() + u" -- Ready!"_s);
+        QVERIFY(written[0].contains(u"05:06:07"_s));
+        QCOMPARE(written[1], u"frmKorvanClient:SetMenu"_s);
 
-    void pendingErrorJoinsTheNextLine()
-    {
-        TempProfile profile;
-        gProcess().AppDataPath = profile.dataHome();
+        // A pending error joins the next line, and only that one.
         PendingError::set(Failure::overflow());
-        WriteLog(QStringLiteral("unrelated"));
+        WriteLog(u"unrelated"_s);
         PendingError::clear();
-        WriteLog(QStringLiteral("clean"));
-        const QStringList written = lines();
-        QVERIFY(written[0].endsWith(QStringLiteral(" -- unrelated ** Error number 6 = Overflow")));
-        QVERIFY(written[1].endsWith(QStringLiteral(" -- clean")));
+        WriteLog(u"clean"_s);
+        QVERIFY(lines()[2].endsWith(u" -- unrelated ** Error number 6 = Overflow"_s));
+        QVERIFY(lines()[3].endsWith(u" -- clean"_s));
     }
 
     void renewAndUnwritableLog()
     {
         TempProfile profile;
         gProcess().AppDataPath = profile.dataHome();
-        WriteLog(QStringLiteral("previous run"));
+        WriteLog(u"previous run"_s);
         LogFile::renew();
         QVERIFY(!QFile::exists(LogFile::path()));
 
         // A log that cannot be opened loses the line and nothing else.
-        QDir(profile.dataHome()).mkpath(QStringLiteral("client.log"));
-        WriteLog(QStringLiteral("lost"));
+        QDir(profile.dataHome()).mkpath(u"client.log"_s);
+        WriteLog(u"lost"_s);
         gOptions().Trace = true;
-        TraceLog(QStringLiteral("lost too"));
+        TraceLog(u"lost too"_s);
         QVERIFY(QFileInfo(LogFile::path()).isDir());
-        gProcess().AppDataPath = profile.path() + QStringLiteral("/does/not/exist");
-        WriteLog(QStringLiteral("lost as well"));
+        gProcess().AppDataPath = profile.path() + u"/does/not/exist"_s;
+        WriteLog(u"lost as well"_s);
     }
 };
 

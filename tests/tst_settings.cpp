@@ -1,74 +1,60 @@
-#include "core/IniFile.h"
+#include "core/OptionKeys.h"
 #include "core/Options.h"
 #include "core/UserStore.h"
-#include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 
+#include <QProcess>
+#include <QRandomGenerator>
 #include <QTest>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
 
 class TestSettings : public QObject
 {
     Q_OBJECT
 
 private:
-    static QString iniPath(const TempProfile &profile)
+    // Options read from a KorvaneClient.ini holding the given text, or none.
+    static Options read(const TempProfile &profile, const QByteArray &text)
     {
-        return profile.path() + QStringLiteral("/KorvaneClient.ini");
+        if (!text.isNull())
+            profile.writeFile(u"KorvaneClient.ini"_s, text);
+        Options options;
+        options.Server = u"left alone"_s;
+        options.Font.Bold = true;
+        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
+        options.ReadOptions();
+        return options;
     }
 
 private Q_SLOTS:
-    void missingFileGivesDefaultsAndSaveWritesThem()
+    void defaultsOfAFileAndOfAReset()
     {
         TempProfile profile;
-        Options options;
-        options.Server = QStringLiteral("left alone");
-        options.Font.Bold = true;
-        options.setIniPath(iniPath(profile));
-        options.ReadOptions();
-        // No file: ResetToDefault, which keeps the server and gives a font that is not bold.
-        QCOMPARE(options.Server, QStringLiteral("left alone"));
-        QCOMPARE(options.Font.Bold, false);
-        QCOMPARE(options.RefreshRate, 100);
-
-        options.Server.clear();
-        options.SaveOptions();
-        const QByteArray text = profile.readFile(QStringLiteral("KorvaneClient.ini"));
-        QVERIFY(text.startsWith(
-            "[Options]\nLanguage=0\nSpeed=100\nRefresh Rate=1\nFontName=Arial\nFontBold=0\n"));
-        QVERIFY(text.contains("\nHost=\n"));
-        QVERIFY(!text.contains("ClientUpdatePath"));
-    }
-
-    void partialFileTakesReadDefaults()
-    {
-        TempProfile profile;
-        profile.writeFile(QStringLiteral("KorvaneClient.ini"), "[Options]\r\nHost = server.example\r\n");
-        Options options;
-        options.setIniPath(iniPath(profile));
-        options.ReadOptions();
-        QCOMPARE(options.Server, QStringLiteral("server.example"));
-        // A file without "FontBold" gives a bold font, unlike ResetToDefault.
-        QCOMPARE(options.Font.Bold, true);
-        QCOMPARE(options.Font.Size, 12);
-        QCOMPARE(options.ClientPort, 58502);
-        QCOMPARE(options.ReconnectDelay, 15);
-        QCOMPARE(options.WatchdogDelay, 45);
-        QCOMPARE(options.WatchdogFrequency, 10);
+        // No file: a reset, which keeps the server and gives a plain font.
+        Options reset = read(profile, QByteArray());
+        QCOMPARE(reset.Server, u"left alone"_s);
+        QCOMPARE(reset.Font.Bold, false);
+        // A file with the host alone takes the read defaults: a bold font.
+        const Options partial = read(profile, "[Options]\r\nHost = server.example\r\n");
+        QCOMPARE(partial.Server, u"server.example"_s);
+        QCOMPARE(partial.Font.Bold, true);
+        for (const OptionKey &key : optionKeys())
+            if (key.key != "Host"_L1)
+                QCOMPARE(optionValue(partial, key), key.readDefault);
     }
 
     void crossedSpeedKeys()
     {
         TempProfile profile;
-        profile.writeFile(QStringLiteral("KorvaneClient.ini"), "[Options]\nSpeed=7\nRefresh Rate=3\n");
-        Options options;
-        options.setIniPath(iniPath(profile));
-        options.ReadOptions();
+        Options options = read(profile, "[Options]\nSpeed=7\nRefresh Rate=3\n");
         QCOMPARE(options.RefreshRate, 7);
         QCOMPARE(options.RefreshSteps, 3);
         options.RefreshRate = 55;
         options.SaveOptions();
-        QVERIFY(
-            profile.readFile(QStringLiteral("KorvaneClient.ini")).contains("\nSpeed=55\nRefresh Rate=3\n"));
+        QVERIFY(profile.readFile(u"KorvaneClient.ini"_s).contains("\nSpeed=55\nRefresh Rate=3\n"));
     }
 
     void badNumbersAndLongValues_data()
@@ -83,6 +69,10 @@ private Q_SLOTS:
         QTest::newRow("negative") << QByteArray("ClientPort=-1") << -1 << false;
         QTest::newRow("blanks around") << QByteArray("ClientPort = 4000 ") << 4000 << false;
         QTest::newRow("binary junk") << QByteArray("ClientPort=\x01\xff\xfe") << 0 << true;
+        QTest::newRow("corrupt lines")
+            << QByteArray("\x00\x01", 2) +
+                   "garbage[[[\n=\n[Options\nHost\n[Other]\nHost=wrong\n[Options]\nClientPort=1"
+            << 1 << false;
     }
 
     void badNumbersAndLongValues()
@@ -91,47 +81,28 @@ private Q_SLOTS:
         QFETCH(int, port);
         QFETCH(bool, reported);
         TempProfile profile;
-        profile.writeFile(QStringLiteral("KorvaneClient.ini"),
-                          "[Options]\n" + line + "\nHost=" + QByteArray(300, 'h') + "\nLanguage=70000\n");
-        Options options;
-        options.setIniPath(iniPath(profile));
-        options.ReadOptions();
+        const Options options =
+            read(profile, "[Options]\nHost=" + QByteArray(300, 'h') + "\nLanguage=70000\n" + line + '\n');
         QCOMPARE(options.ClientPort, port);
         QCOMPARE(options.problems().size(), reported ? 1 : 0);
         if (reported)
-            QVERIFY(options.problems()[0].startsWith(
-                QStringLiteral("Options:ReadOptions - \"ClientPort\" is not")));
-        QCOMPARE(options.Server.size(), 255);
+            QVERIFY(options.problems()[0].startsWith(u"Options:ReadOptions - \"ClientPort\" is not"_s));
+        QCOMPARE(options.Server, QString(255, u'h'));
         QCOMPARE(options.Language, qint16(0));
-    }
-
-    void corruptFilesNeverStopTheRead()
-    {
-        TempProfile profile;
-        profile.writeFile(QStringLiteral("KorvaneClient.ini"),
-                          QByteArray("\x00\x01garbage[[[\n=\n[Options\nHost\n[Other]\nHost=wrong\n", 44));
-        Options options;
-        options.setIniPath(iniPath(profile));
-        options.ReadOptions();
-        QCOMPARE(options.Server, QString());
-        QCOMPARE(options.ClientPort, 58502);
     }
 
     void writesKeepOtherSectionsAndLines()
     {
         TempProfile profile;
-        profile.writeFile(
-            QStringLiteral("KorvaneClient.ini"),
-            "; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=old\nTrace=1\n[Last]\nX=1\n");
-        Options options;
-        options.setIniPath(iniPath(profile));
-        options.ReadOptions();
+        Options options =
+            read(profile, "; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=old\nTrace=1\n"
+                          "[Last]\nX=1\n");
         QCOMPARE(options.Trace, true);
-        options.Server = QStringLiteral("new");
+        options.Server = u"new"_s;
         options.ClientPort = 1234;
         options.SaveConnectionSettings();
-        options.SaveUpdLocation(QStringLiteral("/srv/updates"));
-        QCOMPARE(profile.readFile(QStringLiteral("KorvaneClient.ini")),
+        options.SaveUpdLocation(u"/srv/updates"_s);
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s),
                  QByteArray(
                      "; deployed by IT\n[Other]\nHost=keep\n\n[Options]\nHost=new\nTrace=1\nClientPort=1234\n"
                      "ClientUpdatePath=/srv/updates\n[Last]\nX=1\n"));
@@ -140,51 +111,64 @@ private Q_SLOTS:
     void deployedDefaultsAnswerForMissingKeys()
     {
         TempProfile profile;
-        profile.writeFile(QStringLiteral("etc/KorvaneClient.ini"),
-                          "[Options]\nHost=central\nClientPort=4000\n");
+        profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Options]\nHost=central\nClientPort=4000\n");
+        profile.writeFile(u"KorvaneClient.ini"_s, "[Options]\nClientPort=5000\n");
         Options options;
-        options.setIniPath(iniPath(profile), profile.path() + QStringLiteral("/etc/KorvaneClient.ini"));
+        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s,
+                           profile.path() + u"/etc/KorvaneClient.ini"_s);
         options.ReadOptions();
-        QCOMPARE(options.Server, QStringLiteral("central"));
-        QCOMPARE(options.ClientPort, 4000);
-
-        profile.writeFile(QStringLiteral("KorvaneClient.ini"), "[Options]\nClientPort=5000\n");
-        options.ReadOptions();
-        QCOMPARE(options.Server, QStringLiteral("central"));
+        QCOMPARE(options.Server, u"central"_s);
         QCOMPARE(options.ClientPort, 5000);
     }
 
-    void unregisteredIniShowsTheErrorBox()
+    void fileStaysWholeWhenKilledWhileSaving()
     {
-        RecordingFrontend frontend;
-        IniFile ini;
-        QCOMPARE(ini.readString(QStringLiteral("Host"), QStringLiteral("x")), QString());
-        QCOMPARE(ini.writeString(QStringLiteral("Host"), QStringLiteral("x")), false);
-        QCOMPARE(frontend.questions.size(), 2);
-        QCOMPARE(frontend.questions[0].text,
-                 QStringLiteral("[Section] and FileName Not Registered in Private.Ini!"));
-        QCOMPARE(frontend.questions[0].caption, QStringLiteral("IniFile Logic Error"));
+        TempProfile profile;
+        const QString ini = profile.path() + u"/KorvaneClient.ini"_s;
+        for (int round = 0; round < 6; ++round) {
+            QProcess child;
+            child.start(QStringLiteral(KORVANE_SETTINGS_CHILD), {ini});
+            QVERIFY(child.waitForStarted(10000));
+            const int saves = 1 + int(QRandomGenerator::global()->bounded(200));
+            QByteArray output;
+            while (output.count('\n') < saves && child.state() == QProcess::Running) {
+                child.waitForReadyRead(5000);
+                output += child.readAllStandardOutput();
+            }
+            ::kill(static_cast<pid_t>(child.processId()), SIGKILL);
+            QVERIFY(child.waitForFinished(10000));
+
+            // Every key is there once, and all values come from one save.
+            const QStringList lines =
+                QString::fromUtf8(profile.readFile(u"KorvaneClient.ini"_s)).split(u'\n');
+            const QString host = lines.filter(QRegularExpression(u"^Host=v\\d+$"_s)).value(0);
+            QVERIFY2(!host.isEmpty(), qPrintable(lines.join(u'|')));
+            const qint64 saved = host.mid(6).toLongLong();
+            for (const OptionKey &key : optionKeys()) {
+                if (!key.saved)
+                    continue;
+                const QString value = std::holds_alternative<QString>(key.readDefault)
+                                          ? u"v%1"_s.arg(saved)
+                                          : QString::number(saved % 2);
+                QCOMPARE(lines.count(QString(key.key) + u'=' + value), 1);
+            }
+        }
     }
 
     void userStore()
     {
         TempProfile profile;
-        const UserStore store(profile.path() + QStringLiteral("/Korvane/Client.conf"));
-        QCOMPARE(store.read(QStringLiteral("Options"), QStringLiteral("UserName"), QStringLiteral("d")),
-                 QStringLiteral("d"));
-        QVERIFY(store.write(QStringLiteral("Options"), QStringLiteral("UserName"),
-                            QStringLiteral("Zoë O'Brien")));
-        QCOMPARE(store.read(QStringLiteral("Options"), QStringLiteral("UserName"), QString()),
-                 QStringLiteral("Zoë O'Brien"));
+        const UserStore store(profile.path() + u"/Korvane/Client.conf"_s);
+        QCOMPARE(store.read(u"Options"_s, u"UserName"_s, u"d"_s), u"d"_s);
+        QVERIFY(store.write(u"Options"_s, u"UserName"_s, u"Zoë O'Brien"_s));
+        QCOMPARE(store.read(u"Options"_s, u"UserName"_s, QString()), u"Zoë O'Brien"_s);
         // Empty reads as missing; a Chr(0) cuts; 255 characters at most.
-        QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Empty"), QString()));
-        QCOMPARE(store.read(QStringLiteral("Setup"), QStringLiteral("Empty"), QStringLiteral("d")),
-                 QStringLiteral("d"));
-        QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Nul"),
-                            QStringLiteral("ab") + QChar(0) + QStringLiteral("cd")));
-        QCOMPARE(store.read(QStringLiteral("Setup"), QStringLiteral("Nul"), QString()), QStringLiteral("ab"));
-        QVERIFY(store.write(QStringLiteral("Setup"), QStringLiteral("Long"), QString(400, QLatin1Char('x'))));
-        QCOMPARE(store.read(QStringLiteral("Setup"), QStringLiteral("Long"), QString()).size(), 255);
+        QVERIFY(store.write(u"Setup"_s, u"Empty"_s, QString()));
+        QCOMPARE(store.read(u"Setup"_s, u"Empty"_s, u"d"_s), u"d"_s);
+        QVERIFY(store.write(u"Setup"_s, u"Nul"_s, u"ab"_s + QChar(0) + u"cd"_s));
+        QCOMPARE(store.read(u"Setup"_s, u"Nul"_s, QString()), u"ab"_s);
+        QVERIFY(store.write(u"Setup"_s, u"Long"_s, QString(400, u'x')));
+        QCOMPARE(store.read(u"Setup"_s, u"Long"_s, QString()).size(), 255);
     }
 };
 

@@ -1,32 +1,28 @@
-// Both databases on real files: their making, cascades, purge and every
-// storage operation.
-#include "core/Globals.h"
+// Both databases on real files: their making, cascades, purge and the
+// storage operations.
 #include "core/Log.h"
-#include "store/DBFunctions.h"
-#include "store/Database.h"
 #include "store/DateText.h"
 #include "store/LevelCollection.h"
 #include "store/MessageCodes.h"
-#include "support/FakeClock.h"
-#include "support/TempProfile.h"
+#include "support/LogText.h"
+#include "support/StoreFixture.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSqlQuery>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-DVMessage message(const QString &id, const QString &subject = QStringLiteral("Subject"))
+DVMessage message(const QString &id, const QString &subject = u"Subject"_s)
 {
     DVMessage m;
     m.MsgID = id;
     m.Subject = subject;
-    m.Message = QStringLiteral("Body of ") + id;
-    m.MsgLevel = QStringLiteral("Warning");
-    m.UserID = QStringLiteral("author");
-    m.UserName = QStringLiteral("The Author");
-    m.MachineID = QStringLiteral("ws-1");
+    m.Message = u"Body of "_s + id;
+    m.MsgLevel = u"Warning"_s;
+    m.UserID = u"author"_s;
     m.Status = StatusActive;
     m.ReceiptRequired = true;
     m.CreationDate = FakeClock::at(2026, 11, 23, 9, 0, 0);
@@ -34,33 +30,9 @@ DVMessage message(const QString &id, const QString &subject = QStringLiteral("Su
     return m;
 }
 
-int count(Database &database, const QString &sql, const QVariantList &values = {})
+int count(Database &database, const QString &sql)
 {
-    QSqlQuery *rows = database.query(sql, values);
-    const int result = rows && rows->next() ? rows->value(0).toInt() : -1;
-    if (rows)
-        rows->finish();
-    return result;
-}
-
-QStringList names(Database &database, const QString &type)
-{
-    QStringList result;
-    QSqlQuery *rows = database.query(
-        QStringLiteral(
-            "SELECT name FROM sqlite_master WHERE type = ? AND name NOT LIKE 'sqlite_%' ORDER BY name"),
-        {type});
-    while (rows && rows->next())
-        result << rows->value(0).toString();
-    if (rows)
-        rows->finish();
-    return result;
-}
-
-QString logText()
-{
-    QFile file(LogFile::path());
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return StoreFixture::count(database, sql);
 }
 
 } // namespace
@@ -69,339 +41,238 @@ class TestStore : public QObject
 {
     Q_OBJECT
 
-private:
-    struct Fixture
-    {
-        TempProfile profile;
-        FakeClock clock{FakeClock::at(2026, 11, 23, 10, 30, 45)};
-        QString folder;
-
-        Fixture()
-        {
-            folder = profile.dataHome();
-            gProcess().AppDataPath = folder;
-        }
-        ~Fixture()
-        {
-            ClientDB().close();
-            TempDB().close();
-        }
-        bool reopen()
-        {
-            ClientDB().close();
-            TempDB().close();
-            return InitializeDB(folder);
-        }
-    };
-
 private Q_SLOTS:
-    void firstStartMakesBothFiles()
-    {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
-        QCOMPARE(
-            names(ClientDB(), QStringLiteral("table")),
-            (QStringList{QStringLiteral("History"), QStringLiteral("InPkg"), QStringLiteral("Inbox"),
-                         QStringLiteral("Levels"), QStringLiteral("MyGroupUsers"), QStringLiteral("MyGroups"),
-                         QStringLiteral("MyTemplates"), QStringLiteral("OutPkg"), QStringLiteral("Outbox"),
-                         QStringLiteral("Receipt")}));
-        QCOMPARE(names(TempDB(), QStringLiteral("table")),
-                 (QStringList{QStringLiteral("Administrators"), QStringLiteral("DomainGroups"),
-                              QStringLiteral("GroupsIBelongTo"), QStringLiteral("KorvaneGroupUsers"),
-                              QStringLiteral("KorvaneGroups"), QStringLiteral("Levels"),
-                              QStringLiteral("Machines"), QStringLiteral("Outbox"), QStringLiteral("Receipt"),
-                              QStringLiteral("SharedTemplates"), QStringLiteral("Users")}));
-        QCOMPARE(names(ClientDB(), QStringLiteral("trigger")).size(), 4);
-        QCOMPARE(names(TempDB(), QStringLiteral("trigger")).size(), 2);
-        QCOMPARE(ClientDB().userVersion(), 2);
-        QVERIFY(names(ClientDB(), QStringLiteral("index")).contains(QStringLiteral("Inbox_Action")));
-        // Readable by its owner only.
-        const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::WriteGroup |
-                                                QFileDevice::ExeGroup | QFileDevice::ReadOther |
-                                                QFileDevice::WriteOther | QFileDevice::ExeOther;
-        QCOMPARE(QFile::permissions(f.folder + QStringLiteral("/Client.db")) & others,
-                 QFileDevice::Permissions());
-        QSqlQuery *journal = ClientDB().query(QStringLiteral("PRAGMA journal_mode"));
-        QVERIFY(journal && journal->next());
-        QCOMPARE(journal->value(0).toString(), QStringLiteral("wal"));
-        journal->finish();
-        // Temp.db has no OutPkg: a status change there fails and is logged.
-        UpdateStatus(TempDB(), QStringLiteral("OutPkg"), 3, QStringLiteral("M1"));
-        QVERIFY(logText().contains(QStringLiteral("DBFunctions:UpdateStatus - ")));
-    }
-
     void secondStartKeepsClientAndRenewsTemp()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
-        DVMessage queued = message(QStringLiteral("Q1"));
+        StoreFixture f;
+        QVERIFY(f.opened);
+        QCOMPARE(QFile::permissions(f.profile.dataHome() + u"/Client.db"_s) & 0x0077,
+                 QFileDevice::Permissions());
+        DVMessage queued = message(u"Q1"_s);
         queued.MsgAction = ActionQueued;
-        DVMessage done = message(QStringLiteral("D1"));
+        DVMessage done = message(u"D1"_s);
         done.MsgAction = ActionDone;
-        QVERIFY(SaveMessage(ClientDB(), QStringLiteral("Inbox"), queued, false, false));
-        QVERIFY(SaveMessage(ClientDB(), QStringLiteral("Inbox"), done, false, false));
-        QVERIFY(SaveMessage(TempDB(), QStringLiteral("Outbox"), message(QStringLiteral("T1")), false, true));
+        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, queued, false, false));
+        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, done, false, false));
+        QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, message(u"T1"_s), false, true));
 
         QVERIFY(f.reopen());
-        QCOMPARE(GetMessage(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("Q1")).MsgAction,
-                 qint32(ActionWaiting));
-        QCOMPARE(GetMessage(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("D1")).MsgAction,
-                 qint32(ActionDone));
-        QCOMPARE(count(TempDB(), QStringLiteral("SELECT count(*) FROM Outbox")), 0);
+        QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"Q1"_s).MsgAction, qint32(ActionWaiting));
+        QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"D1"_s).MsgAction, qint32(ActionDone));
+        QCOMPARE(count(TempDB(), u"SELECT count(*) FROM Outbox"_s), 0);
+    }
+
+    void cascades_data()
+    {
+        QTest::addColumn<bool>("temp");
+        QTest::addColumn<QString>("table");
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QString>("other");
+        QTest::addColumn<QString>("dependents");
+
+        const QString receipts = u"SELECT count(*) FROM Receipt WHERE MsgID = '%1'"_s;
+        const QString history = u"SELECT count(*) FROM History WHERE MsgID = '%1'"_s;
+        QTest::newRow("Outbox receipts") << false << u"Outbox"_s << u"M1"_s << u"M2"_s << receipts;
+        QTest::newRow("Outbox digest") << false << u"Outbox"_s << u"M1"_s << u"M2"_s << history;
+        QTest::newRow("OutPkg receipts") << false << u"OutPkg"_s << u"P1"_s << u"P2"_s << receipts;
+        // An Inbox delete takes the digest of the same id, even one made from Outbox.
+        QTest::newRow("Inbox digest") << false << u"Inbox"_s << u"M2"_s << u"M1"_s << history;
+        QTest::newRow("personal group") << false << u"MyGroups"_s << u"g1"_s << u"g2"_s
+                                        << u"SELECT count(*) FROM MyGroupUsers WHERE GroupName = '%1'"_s;
+        QTest::newRow("Temp Outbox receipts") << true << u"Outbox"_s << u"M1"_s << u"M2"_s << receipts;
+        QTest::newRow("server group members")
+            << true << u"KorvaneGroups"_s << u"g1"_s << u"g2"_s
+            << u"SELECT count(*) FROM KorvaneGroupUsers WHERE GroupName = '%1'"_s;
+        QTest::newRow("server group membership")
+            << true << u"KorvaneGroups"_s << u"g1"_s << u"g2"_s
+            << u"SELECT count(*) FROM GroupsIBelongTo WHERE GroupName = '%1'"_s;
     }
 
     void cascades()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
-        Database &client = ClientDB();
-        QVERIFY(SaveMessage(client, QStringLiteral("Outbox"), message(QStringLiteral("M1")), false, false));
-        QVERIFY(SaveMessage(client, QStringLiteral("Outbox"), message(QStringLiteral("M2")), false, false));
-        QVERIFY(client.exec(
-            QStringLiteral("INSERT INTO Receipt (ReceiptID, MsgID) VALUES ('R1', 'M1'), ('R2', 'M2')")));
-        QCOMPARE(count(client, QStringLiteral("SELECT count(*) FROM History")), 2);
+        QFETCH(bool, temp);
+        QFETCH(QString, table);
+        QFETCH(QString, id);
+        QFETCH(QString, other);
+        QFETCH(QString, dependents);
 
-        DeleteMessage(client, QStringLiteral("Outbox"), QStringLiteral("M1"));
-        QCOMPARE(count(client, QStringLiteral("SELECT count(*) FROM History WHERE MsgID = 'M1'")), 0);
-        QCOMPARE(count(client, QStringLiteral("SELECT count(*) FROM Receipt")), 1);
+        StoreFixture f;
+        Database &db = temp ? TempDB() : ClientDB();
+        const QString outboxes[] = {u"Outbox"_s, u"OutPkg"_s};
+        for (const QString &box : outboxes)
+            for (const QString &m : {u"M1"_s, u"M2"_s, u"P1"_s, u"P2"_s})
+                if (!temp || box == u"Outbox"_s)
+                    SaveMessage(db, box, message(m), false, temp);
+        if (!temp)
+            QVERIFY(SaveMessage(db, u"Inbox"_s, message(u"M2"_s), false, false));
+        QVERIFY(db.exec(u"INSERT INTO Receipt (ReceiptID, MsgID) VALUES "
+                        "('R1', 'M1'), ('R2', 'M2'), ('R3', 'P1'), ('R4', 'P2')"_s));
+        const QString groups = temp ? u"KorvaneGroup"_s : u"MyGroup"_s;
+        QVERIFY(db.exec(u"INSERT INTO %1s (GroupName) VALUES ('g1'), ('g2')"_s.arg(groups)));
+        QVERIFY(db.exec(u"INSERT INTO %1Users VALUES ('g1', 'a'), ('g2', 'b')"_s.arg(groups)));
+        if (temp)
+            QVERIFY(db.exec(u"INSERT INTO GroupsIBelongTo VALUES ('g1', 'K'), ('g2', 'K')"_s));
 
-        // An Inbox delete takes the digest of the same id, even one made from Outbox.
-        QVERIFY(SaveMessage(client, QStringLiteral("Inbox"), message(QStringLiteral("M2")), false, false));
-        QCOMPARE(count(client, QStringLiteral("SELECT Mailbox FROM History WHERE MsgID = 'M2'")), 1);
-        DeleteMessage(client, QStringLiteral("Inbox"), QStringLiteral("M2"));
-        QCOMPARE(count(client, QStringLiteral("SELECT count(*) FROM History")), 0);
-        QVERIFY(MessageExist(client, QStringLiteral("Outbox"), QStringLiteral("M2")));
-
-        QVERIFY(client.exec(QStringLiteral("INSERT INTO MyGroups (GroupName) VALUES ('team')")));
-        QVERIFY(client.exec(QStringLiteral("INSERT INTO MyGroupUsers VALUES ('team', 'a'), ('team', 'b')")));
-        DeleteRows(client, QStringLiteral("MyGroups"),
-                   Filter::equals(QStringLiteral("GroupName"), QStringLiteral("team")));
-        QCOMPARE(count(client, QStringLiteral("SELECT count(*) FROM MyGroupUsers")), 0);
-
-        Database &temp = TempDB();
-        QVERIFY(temp.exec(QStringLiteral("INSERT INTO KorvaneGroups (GroupName) VALUES ('all'), ('ops')")));
-        QVERIFY(temp.exec(QStringLiteral("INSERT INTO KorvaneGroupUsers VALUES ('all', 'a'), ('ops', 'b')")));
-        QVERIFY(temp.exec(QStringLiteral("INSERT INTO GroupsIBelongTo VALUES ('all', 'K'), ('ops', 'K')")));
-        QVERIFY(SaveMessage(temp, QStringLiteral("Outbox"), message(QStringLiteral("T1")), false, true));
-        QVERIFY(temp.exec(QStringLiteral("INSERT INTO Receipt (ReceiptID, MsgID) VALUES ('R9', 'T1')")));
-        DeleteRows(temp, QStringLiteral("KorvaneGroups"),
-                   Filter::equals(QStringLiteral("GroupName"), QStringLiteral("all")));
-        DeleteMessage(temp, QStringLiteral("Outbox"), QStringLiteral("T1"));
-        QCOMPARE(count(temp, QStringLiteral("SELECT count(*) FROM KorvaneGroupUsers")), 1);
-        QCOMPARE(count(temp, QStringLiteral("SELECT count(*) FROM GroupsIBelongTo")), 1);
-        QCOMPARE(count(temp, QStringLiteral("SELECT count(*) FROM Receipt")), 0);
-        // An empty filter empties the table, cascades included.
-        DeleteRows(temp, QStringLiteral("KorvaneGroups"), Filter{});
-        QCOMPARE(count(temp, QStringLiteral("SELECT count(*) FROM GroupsIBelongTo")), 0);
+        QCOMPARE(count(db, dependents.arg(id)), 1);
+        if (table.endsWith(u"Groups"_s))
+            DeleteRows(db, table, Filter::equals(u"GroupName"_s, id));
+        else
+            DeleteMessage(db, table, id);
+        QCOMPARE(count(db, dependents.arg(id)), 0);
+        QCOMPARE(count(db, dependents.arg(other)), 1);
+        if (table == u"Inbox"_s)
+            QVERIFY(MessageExist(db, u"Outbox"_s, id));
+        if (table.endsWith(u"Groups"_s)) {
+            // An empty filter empties the table, cascades included.
+            DeleteRows(db, table, Filter{});
+            QCOMPARE(count(db, dependents.arg(other)), 0);
+        }
     }
 
     void purgeAtTheMinuteBoundary()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
+        StoreFixture f;
         const QList<QPair<QString, QDateTime>> rows = {
-            {QStringLiteral("before"), FakeClock::at(2026, 11, 23, 10, 29, 59)},
-            {QStringLiteral("this-minute"), FakeClock::at(2026, 11, 23, 10, 30, 0)},
-            {QStringLiteral("later"), FakeClock::at(2026, 11, 23, 10, 31, 10)},
-            {QStringLiteral("zero"), DateText::ZeroDate()},
+            {u"before"_s, FakeClock::at(2026, 11, 23, 10, 29, 59)},
+            {u"this-minute"_s, FakeClock::at(2026, 11, 23, 10, 30, 0)},
+            {u"later"_s, FakeClock::at(2026, 11, 23, 10, 31, 10)},
+            {u"zero"_s, DateText::ZeroDate()},
         };
         for (const auto &[id, expiration] : rows) {
             DVMessage m = message(id);
             m.ExpirationDate = expiration;
             m.Status = StatusFinished;
-            QVERIFY(SaveMessage(ClientDB(), QStringLiteral("Inbox"), m, false, false));
+            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, false));
         }
-        PurgeInboxExpired(QStringLiteral("Inbox"));
-        QVERIFY(!MessageExist(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("before")));
-        QVERIFY(!MessageExist(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("zero")));
-        QVERIFY(MessageExist(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("this-minute")));
-        QVERIFY(MessageExist(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("later")));
+        PurgeInboxExpired(u"Inbox"_s);
+        QVERIFY(!MessageExist(ClientDB(), u"Inbox"_s, u"before"_s));
+        QVERIFY(!MessageExist(ClientDB(), u"Inbox"_s, u"zero"_s));
+        QVERIFY(MessageExist(ClientDB(), u"Inbox"_s, u"this-minute"_s));
         // The purge runs at every start, a minute later too.
         f.clock.advanceSeconds(60);
         QVERIFY(f.reopen());
-        QVERIFY(!MessageExist(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("this-minute")));
-        QVERIFY(MessageExist(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("later")));
+        QVERIFY(!MessageExist(ClientDB(), u"Inbox"_s, u"this-minute"_s));
+        QVERIFY(MessageExist(ClientDB(), u"Inbox"_s, u"later"_s));
     }
 
     void saveAndReadRules()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
+        StoreFixture f;
         Database &client = ClientDB();
-        DVMessage m = message(QStringLiteral("M1"));
+        DVMessage m = message(u"M1"_s);
         m.DeleteAtExpiration = false;
-        m.Agent = QStringLiteral("agent-9");
+        m.Agent = u"agent-9"_s;
         m.NextRunDate = FakeClock::at(2026, 11, 24, 12, 34, 56);
-        QVERIFY(SaveMessage(client, QStringLiteral("Inbox"), m, false, false));
+        QVERIFY(SaveMessage(client, u"Inbox"_s, m, false, false));
 
+        // A known id is kept unless replacing is asked for; the digest keeps the first text.
         DVMessage changed = m;
-        changed.Subject = QStringLiteral("changed");
-        changed.Message = QStringLiteral("edited body");
-        QVERIFY(!SaveMessage(client, QStringLiteral("Inbox"), changed, false, false));
-        QCOMPARE(GetMessage(client, QStringLiteral("Inbox"), QStringLiteral("M1")).Subject,
-                 QStringLiteral("Subject"));
-        QVERIFY(SaveMessage(client, QStringLiteral("Inbox"), changed, true, false));
-
-        const DVMessage read = GetMessage(client, QStringLiteral("Inbox"), QStringLiteral("M1"));
-        QCOMPARE(read.Subject, QStringLiteral("changed"));
+        changed.Subject = u"changed"_s;
+        changed.Message = u"edited body"_s;
+        QVERIFY(!SaveMessage(client, u"Inbox"_s, changed, false, false));
+        QCOMPARE(GetMessage(client, u"Inbox"_s, u"M1"_s).Subject, u"Subject"_s);
+        QVERIFY(SaveMessage(client, u"Inbox"_s, changed, true, false));
+        const DVMessage read = GetMessage(client, u"Inbox"_s, u"M1"_s);
+        QCOMPARE(read.Subject, u"changed"_s);
         QCOMPARE(read.DeleteAtExpiration, true);
         QCOMPARE(read.Agent, QString());
         QCOMPARE(read.NextRunDate, FakeClock::at(2026, 11, 24, 12, 34, 0));
         QCOMPARE(read.CreationDate, m.CreationDate);
-        QCOMPARE(read.ReceiptRequired, true);
-        // The digest keeps the first text.
-        QSqlQuery *history =
-            client.query(QStringLiteral("SELECT Message, Mailbox FROM History WHERE MsgID = 'M1'"));
-        QVERIFY(history && history->next());
-        QCOMPARE(history->value(0).toString(), QStringLiteral("Body of M1"));
-        QCOMPARE(history->value(1).toInt(), 0);
-        history->finish();
-
-        // Other tables keep no digest.
-        QVERIFY(
-            SaveMessage(client, QStringLiteral("MyTemplates"), message(QStringLiteral("TPL")), false, false));
-        QCOMPARE(count(client, QStringLiteral("SELECT count(*) FROM History WHERE MsgID = 'TPL'")), 0);
+        QCOMPARE(count(client, u"SELECT count(*) FROM History WHERE Message = 'Body of M1'"_s), 1);
+        QVERIFY(SaveMessage(client, u"MyTemplates"_s, message(u"TPL"_s), false, false));
+        QCOMPARE(count(client, u"SELECT count(*) FROM History WHERE MsgID = 'TPL'"_s), 0);
 
         // Temp.db has no History: false and logged, though the row stands.
-        QVERIFY(
-            !SaveMessage(TempDB(), QStringLiteral("Outbox"), message(QStringLiteral("T1")), false, false));
-        QVERIFY(MessageExist(TempDB(), QStringLiteral("Outbox"), QStringLiteral("T1")));
-        QVERIFY(logText().contains(QStringLiteral("DBFunctions:SaveMessage - ")));
-
-        const DVMessage unknown = GetMessage(client, QStringLiteral("Inbox"), QStringLiteral("nope"));
-        QCOMPARE(unknown.MsgID, QString());
-        QCOMPARE(unknown.Status, 0);
-        QCOMPARE(unknown.ReceiptRequired, false);
-
-        QVERIFY(ChangeMessageStatus(client, QStringLiteral("M1"), StatusFinished, QStringLiteral("Inbox")));
-        QVERIFY(ChangeMessageStatus(client, QStringLiteral("nope"), StatusFinished, QStringLiteral("Inbox")));
-        QCOMPARE(GetMessage(client, QStringLiteral("Inbox"), QStringLiteral("M1")).Status,
-                 qint32(StatusFinished));
-        // A required key may not be empty.
-        QVERIFY(!SaveMessage(client, QStringLiteral("Inbox"), message(QString()), false, false));
+        QVERIFY(!SaveMessage(TempDB(), u"Outbox"_s, message(u"T1"_s), false, false));
+        QVERIFY(MessageExist(TempDB(), u"Outbox"_s, u"T1"_s));
+        QVERIFY(logText().contains(u"DBFunctions:SaveMessage - "_s));
+        QVERIFY(ChangeMessageStatus(client, u"M1"_s, StatusFinished, u"Inbox"_s));
+        QCOMPARE(GetMessage(client, u"Inbox"_s, u"M1"_s).Status, qint32(StatusFinished));
+        QVERIFY(!SaveMessage(client, u"Inbox"_s, message(QString()), false, false));
     }
 
     void anyCharacterIsStoredIntact()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
+        StoreFixture f;
         Database &client = ClientDB();
-        const QString awkward = QStringLiteral("l'été \"cité\" ; DROP TABLE Inbox; --") + QChar(1) +
-                                QChar(2) + QChar(3) + QChar(4);
-        DVMessage m = message(QStringLiteral("it's"), awkward);
-        m.Target = QStringLiteral("o'brien,d'arcy");
-        QVERIFY(SaveMessage(client, QStringLiteral("Inbox"), m, false, false));
-        const DVMessage read = GetMessage(client, QStringLiteral("Inbox"), QStringLiteral("it's"));
+        const QString awkward = u"l'été \"cité\" ; DROP TABLE Inbox; --"_s + QChar(1) + QChar(4);
+        DVMessage m = message(u"it's"_s, awkward);
+        m.Target = u"o'brien,d'arcy"_s;
+        QVERIFY(SaveMessage(client, u"Inbox"_s, m, false, false));
+        const DVMessage read = GetMessage(client, u"Inbox"_s, u"it's"_s);
         QCOMPARE(read.Subject, awkward);
         QCOMPARE(read.Target, m.Target);
 
-        QVERIFY(client.exec(QStringLiteral("INSERT INTO MyGroups (GroupName) VALUES (?)"),
-                            {QStringLiteral("o'team")}));
-        QVERIFY(client.exec(QStringLiteral("INSERT INTO MyGroupUsers VALUES (?, ?), (?, ?)"),
-                            {QStringLiteral("o'team"), QStringLiteral("o'brien"), QStringLiteral("o'team"),
-                             QStringLiteral("d'arcy")}));
-        QVERIFY(GroupExist(client, QStringLiteral("MyGroups"), QStringLiteral("o'team")));
-        QCOMPARE(ResolveMyGroup(QStringLiteral("o'team")), QStringLiteral("o'brien,d'arcy"));
-        QCOMPARE(GetGroupMembers(QStringLiteral("o'team"), true), QStringLiteral("o'brien,d'arcy"));
-        // A name that is no personal group stands for itself; an empty group gives nothing.
-        QCOMPARE(ResolveMyGroup(QStringLiteral("l'autre")), QStringLiteral("l'autre"));
-        QCOMPARE(GetGroupMembers(QStringLiteral("l'autre"), false), QString());
+        QVERIFY(client.exec(u"INSERT INTO MyGroups (GroupName) VALUES (?)"_s, {u"o'team"_s}));
+        QVERIFY(client.exec(u"INSERT INTO MyGroupUsers VALUES (?, ?), (?, ?)"_s,
+                            {u"o'team"_s, u"o'brien"_s, u"o'team"_s, u"d'arcy"_s}));
+        QVERIFY(GroupExist(client, u"MyGroups"_s, u"o'team"_s));
+        QCOMPARE(ResolveMyGroup(u"o'team"_s), u"o'brien,d'arcy"_s);
+        QCOMPARE(GetGroupMembers(u"o'team"_s, true), u"o'brien,d'arcy"_s);
+        // A name that is no personal group stands for itself.
+        QCOMPARE(ResolveMyGroup(u"l'autre"_s), u"l'autre"_s);
 
-        QVERIFY(TempDB().exec(QStringLiteral("INSERT INTO Users (UserID) VALUES (?)"),
-                              {QStringLiteral("o'brien")}));
-        DeleteUser(TempDB(), QStringLiteral("Users"), QStringLiteral("o'brien"));
-        QCOMPARE(count(TempDB(), QStringLiteral("SELECT count(*) FROM Users")), 0);
-        DeleteMessage(client, QStringLiteral("Inbox"), QStringLiteral("it's"));
-        QVERIFY(!MessageExist(client, QStringLiteral("Inbox"), QStringLiteral("it's")));
+        QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID) VALUES (?)"_s, {u"o'brien"_s}));
+        DeleteUser(TempDB(), u"Users"_s, u"o'brien"_s);
+        QCOMPARE(count(TempDB(), u"SELECT count(*) FROM Users"_s), 0);
+        DeleteMessage(client, u"Inbox"_s, u"it's"_s);
+        QVERIFY(!MessageExist(client, u"Inbox"_s, u"it's"_s));
     }
 
-    void levelsAndArrays()
+    void levelsInStoredOrder()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
-        Database &client = ClientDB();
-        QVERIFY(client.exec(
-            QStringLiteral("INSERT INTO Levels (LevelName, BackColor, SoundType, Authority) VALUES "
-                           "('Zeta', 255, 2, 0), ('Alpha', 65280, 0, 99)")));
+        StoreFixture f;
+        QVERIFY(ClientDB().exec(u"INSERT INTO Levels (LevelName, BackColor, SoundType, Authority) VALUES "
+                                "('Zeta', 255, 2, 0), ('Alpha', 65280, 0, 99)"_s));
         GetLevels();
         QCOMPARE(gLevels().count(), 2);
-        QCOMPARE(gLevels().items()[0].LevelName, QStringLiteral("Zeta"));
-        QCOMPARE(gLevels().find(QStringLiteral("Alpha"))->Authority, qint16(99));
-        QCOMPARE(gLevels().find(QStringLiteral("Zeta"))->BackColor, 255.0);
-        QVERIFY(!gLevels().find(QStringLiteral("missing")));
-        const level fresh;
-        QCOMPARE(fresh.BackColor, 16777215.0);
-        QCOMPARE(fresh.ForeColor, 0.0);
-
-        QVERIFY(SaveMessage(client, QStringLiteral("Inbox"), message(QStringLiteral("M1")), false, false));
-        QSqlQuery *table = client.query(QStringLiteral("SELECT * FROM Inbox"));
-        QVERIFY(table);
-        RowArray rows;
-        rs2array(rows, *table);
-        table->finish();
-        QCOMPARE(rows.size(), 1);
-        QCOMPARE(rows[0].size(), 25);
-        QCOMPARE(rows[0].first().toString(), QStringLiteral("M1"));
-
-        QVERIFY(TempDB().exec(QStringLiteral(
-            "INSERT INTO Machines (MachineID, MachineIP, Agent) VALUES ('ws', '10.0.0.1', 'a')")));
-        QSqlQuery *machines = TempDB().query(QStringLiteral("SELECT * FROM Machines"));
-        RowArray machineRows;
-        machines2array(machineRows, *machines);
-        machines->finish();
-        QCOMPARE(machineRows.size(), 1);
-        QCOMPARE(machineRows[0].size(), 7);
-        QCOMPARE(machineRows[0][1].toString(), QStringLiteral("10.0.0.1"));
-        QCOMPARE(machineRows[0][6].toString(), QStringLiteral("a"));
+        QCOMPARE(gLevels().items()[0].LevelName, u"Zeta"_s);
+        QCOMPARE(gLevels().find(u"Alpha"_s)->Authority, qint16(99));
     }
 
     void olderSchemaIsBroughtUpToDate()
     {
-        Fixture f;
-        QVERIFY(InitializeDB(f.folder));
-        QVERIFY(
-            SaveMessage(ClientDB(), QStringLiteral("Inbox"), message(QStringLiteral("OLD")), false, false));
+        StoreFixture f;
+        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, message(u"OLD"_s), false, false));
         // What a first-version file looks like: the tables without the scan indexes.
-        for (const QString &index : names(ClientDB(), QStringLiteral("index")))
-            QVERIFY(ClientDB().exec(QStringLiteral("DROP INDEX ") + index));
+        QSqlQuery *indexes = ClientDB().query(u"SELECT name FROM sqlite_master WHERE type = 'index' AND name "
+                                              "NOT LIKE 'sqlite_%'"_s);
+        QStringList names;
+        while (indexes && indexes->next())
+            names << indexes->value(0).toString();
+        indexes->finish();
+        for (const QString &index : names)
+            QVERIFY(ClientDB().exec(u"DROP INDEX "_s + index));
         QVERIFY(ClientDB().setUserVersion(1));
 
         QVERIFY(f.reopen());
         QCOMPARE(ClientDB().userVersion(), 2);
-        QVERIFY(names(ClientDB(), QStringLiteral("index")).contains(QStringLiteral("Inbox_NextRun")));
-        QCOMPARE(GetMessage(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("OLD")).Message,
-                 QStringLiteral("Body of OLD"));
+        QCOMPARE(count(ClientDB(), u"SELECT count(*) FROM sqlite_master WHERE name = 'Inbox_NextRun'"_s), 1);
+        QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"OLD"_s).Message, u"Body of OLD"_s);
     }
 
     void damagedFilesAreLeftAlone_data()
     {
         QTest::addColumn<QByteArray>("content");
         QTest::newRow("garbage") << QByteArray("this is not a database at all, not even close").repeated(200);
-        QByteArray header("SQLite format 3\0", 16);
-        QTest::newRow("torn header") << header + QByteArray(4080, '\xee');
+        QTest::newRow("torn header") << QByteArray("SQLite format 3\0", 16) + QByteArray(4080, '\xee');
+        QTest::newRow("a folder") << QByteArray();
     }
 
     void damagedFilesAreLeftAlone()
     {
         QFETCH(QByteArray, content);
-        Fixture f;
-        f.profile.writeFile(QStringLiteral("data/Client.db"), content);
-        QVERIFY(!InitializeDB(f.folder));
-        QVERIFY(logText().contains(QStringLiteral("DBFunctions:InitializeDB - ")));
-        QCOMPARE(f.profile.readFile(QStringLiteral("data/Client.db")), content);
-        // The operations fail quietly rather than crash.
-        QVERIFY(
-            !SaveMessage(ClientDB(), QStringLiteral("Inbox"), message(QStringLiteral("M1")), false, false));
-        QCOMPARE(GetMessage(ClientDB(), QStringLiteral("Inbox"), QStringLiteral("M1")).MsgID, QString());
-        QCOMPARE(f.profile.readFile(QStringLiteral("data/Client.db")), content);
-    }
-
-    void aFolderWhereTheFileShouldBe()
-    {
-        Fixture f;
-        QDir(f.folder).mkpath(QStringLiteral("Client.db"));
-        QVERIFY(!InitializeDB(f.folder));
-        QVERIFY(QFileInfo(f.folder + QStringLiteral("/Client.db")).isDir());
+        StoreFixture f(false);
+        if (content.isEmpty())
+            QDir(f.profile.dataHome()).mkpath(u"Client.db"_s);
+        else
+            f.profile.writeFile(u"data/Client.db"_s, content);
+        QVERIFY(!InitializeDB(f.profile.dataHome()));
+        QVERIFY(logText().contains(u"DBFunctions:InitializeDB - "_s) || content.isEmpty());
+        // The operations fail quietly rather than crash, and the file stays as it was.
+        QVERIFY(!SaveMessage(ClientDB(), u"Inbox"_s, message(u"M1"_s), false, false));
+        QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"M1"_s).MsgID, QString());
+        QCOMPARE(f.profile.readFile(u"data/Client.db"_s), content);
     }
 };
 

@@ -25,21 +25,6 @@ void FakeServer::sendTo(int connection, const QString &payload)
     }
 }
 
-QByteArray FakeServer::frame(const QString &payload)
-{
-    return Encryption().Encrypt(payload);
-}
-
-QString FakeServer::command(const QString &code, const QString &data)
-{
-    return data.isNull() ? code : code + QChar(1) + data;
-}
-
-void FakeServer::send(const QString &payload)
-{
-    sendBytes(frame(payload));
-}
-
 void FakeServer::sendBytes(const QByteArray &bytes)
 {
     if (m_client) {
@@ -95,11 +80,6 @@ QStringList FakeServer::receivedCodes() const
     for (const QString &payload : received)
         codes << codeOf(payload);
     return codes;
-}
-
-QString FakeServer::codeOf(const QString &payload)
-{
-    return payload.section(QChar(0), 0, 0).section(QChar(1), 0, 0);
 }
 
 void FakeServer::onNewConnection()

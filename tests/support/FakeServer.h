@@ -26,11 +26,14 @@ public:
     int connections() const { return m_connections; }
 
     // One whole frame around the payload (Chr(1) and the other separators as given).
-    static QByteArray frame(const QString &payload);
+    static QByteArray frame(const QString &payload) { return Encryption().Encrypt(payload); }
     // Code, Chr(1) and the data.
-    static QString command(const QString &code, const QString &data = QString());
+    static QString command(const QString &code, const QString &data = QString())
+    {
+        return data.isNull() ? code : code + QChar(1) + data;
+    }
 
-    void send(const QString &payload);
+    void send(const QString &payload) { sendBytes(frame(payload)); }
     // To the connection that came n-th (0 first), when several clients talk to it.
     void sendTo(int connection, const QString &payload);
     void sendBytes(const QByteArray &bytes);
@@ -54,7 +57,10 @@ public:
     QList<int> receivedFrom;
     // The codes of what the client sent, in order.
     QStringList receivedCodes() const;
-    static QString codeOf(const QString &payload);
+    static QString codeOf(const QString &payload)
+    {
+        return payload.section(QChar(0), 0, 0).section(QChar(1), 0, 0);
+    }
     // The MsgIDs of the client's CMS confirmations, in order.
     QStringList confirmedIds() const;
     // An active record for everyone (or the target) that never expires, as a

@@ -35,27 +35,66 @@ public:
 
     int MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons) override;
     QString InputText(const QString &prompt, const QString &caption, int icon, int buttons,
-                      const QString &defaultText) override;
+                      const QString &) override
+    {
+        return nextText(QStringLiteral("text"), prompt, caption, icon, buttons);
+    }
     QString InputPath(const QString &prompt, const QString &caption, int icon, int buttons,
-                      const QString &defaultText) override;
-    QString InputPassword(const QString &prompt, const QString &caption, int icon, int buttons) override;
-    QString InputChoice(const QString &prompt, const QString &caption, int icon, const QString &list,
-                        const QString &defaultText) override;
-    void SetTrayIcon(int image, const QString &tip) override;
-    void RemoveTrayIcon() override;
-    void MenuChanged(const ClientMenu &menu) override;
-    void ShowLog(const QString &logFileName) override;
-    bool OpenDocument(const QString &path) override;
+                      const QString &) override
+    {
+        return nextText(QStringLiteral("path"), prompt, caption, icon, buttons);
+    }
+    QString InputPassword(const QString &prompt, const QString &caption, int icon, int buttons) override
+    {
+        return nextText(QStringLiteral("password"), prompt, caption, icon, buttons);
+    }
+    QString InputChoice(const QString &prompt, const QString &caption, int icon, const QString &,
+                        const QString &) override
+    {
+        return nextText(QStringLiteral("choice"), prompt, caption, icon, ButtonsOkCancel);
+    }
+    void SetTrayIcon(int image, const QString &tip) override
+    {
+        trayImage = image;
+        trayTip = tip;
+        events.append(QStringLiteral("tray %1 %2").arg(image).arg(tip));
+    }
+    void RemoveTrayIcon() override
+    {
+        trayImage = -1;
+        events.append(QStringLiteral("tray removed"));
+    }
+    void MenuChanged(const ClientMenu &menu) override { lastMenu = menu; }
+    void ShowLog(const QString &logFileName) override { events.append(QStringLiteral("log ") + logFileName); }
+    bool OpenDocument(const QString &path) override
+    {
+        events.append(QStringLiteral("open ") + path);
+        return true;
+    }
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
-    void DisplayList(ListKind list, const QString &letter) override;
+    void DisplayList(ListKind list, const QString &letter) override
+    {
+        events.append(QStringLiteral("display %1 %2").arg(int(list)).arg(letter));
+    }
     void AddMessageToDisplay(const DVMessage &msg) override;
-    void DeleteMessageFromDisplay(const QString &msgID) override;
-    bool IsOnDisplay(const QString &msgID) const override;
+    void DeleteMessageFromDisplay(const QString &msgID) override
+    {
+        onDisplay.removeAll(msgID);
+        events.append(QStringLiteral("undisplay ") + msgID);
+    }
+    bool IsOnDisplay(const QString &msgID) const override { return onDisplay.contains(msgID); }
     void AddRecord(int list, const DVMessage &msg) override;
-    void DelRecord(int list, const QString &msgID) override;
-    void ShowReceiptPopup(const QString &text) override;
-    bool ReceiptPopupShown() const override;
+    void DelRecord(int list, const QString &msgID) override
+    {
+        events.append(QStringLiteral("del %1 %2").arg(list).arg(msgID));
+    }
+    void ShowReceiptPopup(const QString &text) override
+    {
+        popups.append(text);
+        popupShown = true;
+    }
+    bool ReceiptPopupShown() const override { return popupShown; }
 
     // Runs once, inside the next box, where a modal box would pump events.
     std::function<void()> whileBoxStands;

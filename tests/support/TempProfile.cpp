@@ -39,26 +39,6 @@ TempProfile::~TempProfile()
     ResetProcessGlobals();
 }
 
-QString TempProfile::configHome() const
-{
-    return m_dir.filePath(QStringLiteral("config"));
-}
-
-QString TempProfile::dataHome() const
-{
-    return m_dir.filePath(QStringLiteral("data"));
-}
-
-QString TempProfile::runtimeDir() const
-{
-    return m_dir.filePath(QStringLiteral("runtime"));
-}
-
-QString TempProfile::systemConfigDir() const
-{
-    return m_dir.filePath(QStringLiteral("etc-xdg"));
-}
-
 void TempProfile::writeFile(const QString &relativePath, const QByteArray &content) const
 {
     const QString file = m_dir.filePath(relativePath);

@@ -16,10 +16,10 @@ public:
     TempProfile &operator=(const TempProfile &) = delete;
 
     QString path() const { return m_dir.path(); }
-    QString configHome() const;
-    QString dataHome() const;
-    QString runtimeDir() const;
-    QString systemConfigDir() const;
+    QString configHome() const { return m_dir.filePath(QStringLiteral("config")); }
+    QString dataHome() const { return m_dir.filePath(QStringLiteral("data")); }
+    QString runtimeDir() const { return m_dir.filePath(QStringLiteral("runtime")); }
+    QString systemConfigDir() const { return m_dir.filePath(QStringLiteral("etc-xdg")); }
 
     // Writes a file below the profile, making its folders.
     void writeFile(const QString &relativePath, const QByteArray &content) const;

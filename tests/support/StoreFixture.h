@@ -1,0 +1,45 @@
+#pragma once
+
+#include "core/Globals.h"
+#include "store/DBFunctions.h"
+#include "store/Database.h"
+#include "support/FakeClock.h"
+#include "support/TempProfile.h"
+
+#include <QSqlQuery>
+
+// A temporary profile with Client.db and Temp.db open on real files, and a
+// clock that stands still.
+struct StoreFixture
+{
+    TempProfile profile;
+    FakeClock clock{FakeClock::at(2026, 11, 23, 10, 30, 45)};
+    bool opened = false;
+
+    explicit StoreFixture(bool open = true)
+    {
+        gProcess().AppDataPath = profile.dataHome();
+        if (open)
+            opened = InitializeDB(profile.dataHome());
+    }
+    ~StoreFixture() { close(); }
+    static void close()
+    {
+        ClientDB().close();
+        TempDB().close();
+    }
+    bool reopen()
+    {
+        close();
+        return InitializeDB(profile.dataHome());
+    }
+    // The first column of the first row, -1 when there is none.
+    static int count(Database &database, const QString &sql)
+    {
+        QSqlQuery *rows = database.query(sql);
+        const int result = rows && rows->next() ? rows->value(0).toInt() : -1;
+        if (rows)
+            rows->finish();
+        return result;
+    }
+};

@@ -1,0 +1,213 @@
+// The texts that travel: command payloads, policies, server configuration and
+// the user's description and roles.
+#include "core/UserInfos.h"
+#include "link/Commands.h"
+#include "link/Policies.h"
+#include "link/ServerConfig.h"
+#include "store/DVMessage.h"
+#include "store/DateText.h"
+#include "store/MessageCodes.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Written readably: '^' stands for Chr(1), '~' for Chr(2) and '#' for Chr(3).
+QString readable(QString text)
+{
+    return text.replace(QChar(1), u'^').replace(QChar(2), u'~').replace(QChar(3), u'#');
+}
+
+QDateTime at(int y, int mo, int d, int h = 0, int mi = 0)
+{
+    return QDateTime(QDate(y, mo, d), QTime(h, mi), Qt::UTC);
+}
+
+DVMessage record(qint16 delivery, qint16 repeatValue)
+{
+    DVMessage m;
+    m.MsgID = u"M7"_s;
+    m.MsgDelivery = delivery;
+    m.RepeatValue = repeatValue;
+    m.ExpirationDate = at(2024, 5, 18, 17, 30);
+    m.UserID = u"author"_s;
+    m.Target = u"bob,alice"_s;
+    m.Notify = true;
+    return m;
+}
+
+Policies parsed(const QString &text, const QString &before = QString())
+{
+    Policies policies;
+    policies.ToObject(before);
+    policies.ToObject(text);
+    return policies;
+}
+
+struct Flag
+{
+    const char *key;
+    bool Policies::*field;
+};
+
+const Flag flags[] = {
+    {"MSGS", &Policies::CanSendMessages},
+    {"RPTG", &Policies::CanCreateRepeating},
+    {"NOTE", &Policies::CanRequestNotification},
+    {"NTDG", &Policies::UseDomainGroups},
+    {"KVGG", &Policies::UseKorvanGroups},
+    {"EXIT", &Policies::CanExitClient},
+    {"DSPO", &Policies::CanModifyDisplayOptions},
+    {"ADMN", &Policies::CanAdminister},
+    {"LINK", &Policies::CanLinkDocument},
+    {"SEND", &Policies::CanSendToAll},
+    {"BRDC", &Policies::CanBroadcast},
+};
+
+} // namespace
+
+class TestRecords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { DateText::setFormat(u"dd/MM/yyyy HH:mm:ss"_s); }
+
+    void texts_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("USR") << Commands::USR(u"UID=jdoe|MID=ws1"_s, u"3.1.7"_s)
+                             << u"USR^UID=jdoe|MID=ws1~3.1.7"_s;
+        const DVMessage once = record(DeliveryImmediate, 0);
+        const DVMessage scheduled = record(DeliveryScheduled, 0);
+        const DVMessage repeating = record(DeliveryImmediate, 2);
+        const QString head = u"M7~18/05/2024 17:30:00~"_s;
+        QTest::newRow("MSG once") << Commands::MSG(once)
+                                  << u"MSG^"_s + head + readable(once.ToString()) + u"~0"_s;
+        QTest::newRow("PKG scheduled")
+            << Commands::PKG(scheduled) << u"PKG^"_s + head + readable(scheduled.ToString()) + u"~1"_s;
+        QTest::newRow("RPA repeating")
+            << Commands::RPA(repeating)
+            << u"RPA^"_s + head + readable(repeating.ToString()) + u"~1~bob,alice"_s;
+        QTest::newRow("STP") << Commands::STP(once) << u"STP^M7~"_s + readable(once.ToString());
+
+        UserInfos reader(u"  Carol "_s);
+        reader.UserName = u"Carol King"_s;
+        reader.setMachineID(u"WS9"_s);
+        QTest::newRow("RCP") << Commands::RCP(once, reader, at(2024, 5, 17, 9, 5))
+                             << u"RCP^M7~carol~Carol King~ws9~17/05/2024 09:05:00~author~True"_s;
+        QTest::newRow("user") << reader.ToString() << u"UID=carol|MID=ws9|USN=Carol King|MIP=|AGN=|LNG=0"_s;
+        QTest::newRow("MDE") << Commands::MDE({u"M1"_s, u"M2"_s}) << u"MDE^M1,M2"_s;
+        QTest::newRow("CRC") << Commands::CRC({u"R1"_s, u"R2"_s}) << u"CRC^R1~R2~"_s;
+        QTest::newRow("KVG") << Commands::KVG(u"Ops"_s, u"Night"_s, at(2024, 5, 17, 22, 0), u"jdoe"_s,
+                                              u"bob"_s)
+                             << u"KVG^Ops~Night~17/05/2024 22:00:00~jdoe~bob"_s;
+        QTest::newRow("KVG delete") << Commands::KVG(u"Ops"_s) << u"KVG^Ops~~~~"_s;
+        QTest::newRow("ADM") << Commands::ADM(u"bob, alice"_s, UserInfos::RolePackager)
+                             << u"ADM^bob, alice~2"_s;
+        QTest::newRow("GPU all defaults") << Commands::GPU(Policies().ToString()) << u"GPU^"_s;
+        const QStringList urgent = u"Urgent|Red|255|16777215|0|True|2|\\\\s\\a.wav|False|1"_s.split(u'|');
+        QTest::newRow("LVL") << Commands::LVL({urgent, urgent})
+                             << u"LVL^Urgent~Red~255~16777215~0~True~2~\\\\s\\a.wav~False~1#"
+                                "Urgent~Red~255~16777215~0~True~2~\\\\s\\a.wav~False~1"_s;
+
+        // Policies as read over earlier ones, then written back.
+        QTest::newRow("reconnect disabled") << parsed(u"RCON=-1;"_s).ToString() << u"RCON=-1;"_s;
+        QTest::newRow("trailing junk") << parsed(u"LFTM=12days;RCON=0"_s).ToString() << u"LFTM=12;RCON=0;"_s;
+        QTest::newRow("no digits") << parsed(u"LFTM=abc;"_s).ToString() << u"LFTM=0;"_s;
+        QTest::newRow("beyond 16 bits") << parsed(u"LFTM=40000;RCON=9=8;"_s).ToString() << u"RCON=9;"_s;
+        QTest::newRow("ignored keys")
+            << parsed(u"CCDB;CCDB=1;XYZW;msgs;;NTDG;SENDING;"_s).ToString() << u"NTDG;SEND;"_s;
+        QTest::newRow("no extensions") << parsed(u"DEXT=;"_s).ToString() << u"DEXT=;"_s;
+        QTest::newRow("written order") << parsed(u"RCON=30;SEND;DEXT=x;LINK;LFTM=3;ADMN;MSGS;"_s).ToString()
+                                       << u"MSGS;ADMN;LFTM=3;DEXT=x;LINK;SEND;RCON=30;"_s;
+        // Under four characters the earlier rights stay, defaults are not restored.
+        QTest::newRow("short text") << parsed(u"MS;"_s, u"SEND;LFTM=3;"_s).ToString() << u"LFTM=3;SEND;"_s;
+        QTest::newRow("four characters") << parsed(u"BRDC"_s, u"SEND;LFTM=3;"_s).ToString() << u"BRDC;"_s;
+    }
+
+    void texts()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QCOMPARE(readable(text), expected);
+    }
+
+    void policyFlags()
+    {
+        // Each key turns exactly its own field away from the default, and reads back.
+        const Policies defaults;
+        Policies all;
+        for (const Flag &flag : flags) {
+            const Policies one = parsed(QString::fromLatin1(flag.key) + u';');
+            for (const Flag &other : flags)
+                QCOMPARE(one.*other.field,
+                         &other == &flag ? !(defaults.*other.field) : defaults.*other.field);
+            all.*flag.field = !(all.*flag.field);
+        }
+        all.Lifetime = 14;
+        all.DeniedExtensions = u"pif"_s;
+        all.Reconnect = -1;
+        const QString text = all.ToString();
+        QCOMPARE(text, u"MSGS;RPTG;NOTE;NTDG;KVGG;EXIT;DSPO;ADMN;LFTM=14;DEXT=pif;LINK;SEND;BRDC;RCON=-1;"_s);
+        QCOMPARE(parsed(text, u"LFTM=2;RCON=3;DEXT=a;"_s).ToString(), text);
+
+        // Full rights grant sending to all; the timer and the personal flag stay.
+        all.PersonalPolicies = true;
+        all.SetFullRights();
+        QCOMPARE(all.ToString(), u"SEND;RCON=-1;"_s);
+        QVERIFY(all.PersonalPolicies);
+    }
+
+    void serverConfig()
+    {
+        ServerConfig config;
+        config.ClientPort = 7000;
+        config.UDPPort = 7001;
+        config.ClientUpgradeLocation = u"\\\\srv\\upd"_s;
+        config.Trace = true;
+        config.GenEnabled = true;
+        config.GenPort = 3200;
+        const QString text = u"PORT=7000;UDPP=7001;CLOC=\\\\srv\\upd;TRCE;GENE;GENP=3200;"_s;
+        QCOMPARE(config.ToString(), text);
+        ServerConfig reader;
+        reader.ToObject(text);
+        QCOMPARE(reader.ToString(), text);
+        // A short text still resets: unlike the policies, nothing is kept.
+        reader.ToObject(u"POR"_s);
+        QCOMPARE(reader.ToString(), u"PORT=58502;UDPP=58502;"_s);
+        reader.ToObject(u"UDPP=9x;CLOC=\\\\a\\b=c;GENP=77;PORT=99999999999;"_s);
+        QCOMPARE(reader.ToString(), u"PORT=58502;UDPP=9;CLOC=\\\\a\\b=c;"_s);
+        QCOMPARE(reader.GenPort, 77);
+    }
+
+    void roles_data()
+    {
+        QTest::addColumn<int>("authority");
+        QTest::addColumn<QString>("roles"); // user, postmaster, packager, administrator
+        QTest::newRow("user") << 0 << u"1000"_s;
+        QTest::newRow("postmaster") << 1 << u"0100"_s;
+        QTest::newRow("packager") << 2 << u"0110"_s;
+        QTest::newRow("administrator") << 3 << u"0111"_s;
+        QTest::newRow("above administrator") << 4 << u"0110"_s;
+        QTest::newRow("negative") << -1 << u"0000"_s;
+    }
+
+    void roles()
+    {
+        QFETCH(int, authority);
+        QFETCH(QString, roles);
+        UserInfos user(u"u"_s);
+        user.setMyAuthority(static_cast<qint16>(authority));
+        QCOMPARE(QString::number(user.IsUser()) + QString::number(user.IsPostmaster()) +
+                     QString::number(user.IsPackager()) + QString::number(user.IsAdministrator()),
+                 roles);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRecords)
+#include "tst_records.moc"
