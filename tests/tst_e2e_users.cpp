@@ -3,6 +3,8 @@
 // banner, the receipt reaches the author's notification, a restarted server
 // gets its clients back under the policies' rules, and a UDP order brings back
 // a client that stopped retrying.
+#include "e2e/DesktopSession.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -19,15 +21,7 @@ namespace {
 const QString Ann = QStringLiteral("korvane-ann");
 const QString Bob = QStringLiteral("korvane-bob");
 
-QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(20000);
-    if (exitCode)
-        *exitCode = process.exitCode();
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
+using DesktopSession::run;
 
 quint16 freePort()
 {
@@ -146,13 +140,6 @@ void ensureUser(const QString &user, const QString &fullName)
                                         QStringLiteral("-c"), fullName, user});
 }
 
-QString visibleBanner()
-{
-    return run(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                           QStringLiteral("--name"), QStringLiteral("Korvane banner")})
-        .trimmed();
-}
-
 } // namespace
 
 class TestE2EUsers : public QObject
@@ -189,29 +176,14 @@ private Q_SLOTS:
         server.control({QStringLiteral("send"), QStringLiteral("--to"), Bob, QStringLiteral("--from"), Ann,
                         QStringLiteral("--level"), QStringLiteral("Alert"), QStringLiteral("Lunch at noon")});
         QString window;
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = visibleBanner()).isEmpty(), 20000);
-        const QString geometry =
-            run(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"),
-                                            window.section(QLatin1Char('\n'), 0, 0)});
-        auto value = [&geometry](const char *key) {
-            for (const QString &line : geometry.split(QLatin1Char('\n')))
-                if (line.startsWith(QLatin1String(key) + QLatin1Char('=')))
-                    return line.section(QLatin1Char('='), 1).toInt();
-            return -1;
-        };
-        const int x = value("X"), y = value("Y"), width = value("WIDTH"), height = value("HEIGHT");
-        QVERIFY2(width > 0, qPrintable(geometry));
-        run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"),
-                                       QStringLiteral(KORVANE_ARTIFACTS) + QStringLiteral("/two-users.png")});
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = DesktopSession::bannerWindow()).isEmpty(), 20000);
+        const QRect banner = DesktopSession::geometryOf(window);
+        QVERIFY(banner.width() > 0);
+        DesktopSession::screenshot(QStringLiteral("two-users.png"));
 
         // Bob acknowledges once the text has passed; Ann's desktop says who read it.
-        const QString clickX = QString::number(x + width - height / 2);
-        const QString clickY = QString::number(y + height / 2);
         QTRY_VERIFY_WITH_TIMEOUT(
-            (run(QStringLiteral("xdotool"),
-                 {QStringLiteral("mousemove"), clickX, clickY, QStringLiteral("click"), QStringLiteral("1")}),
-             visibleBanner().isEmpty()),
-            30000);
+            (DesktopSession::clickAcknowledge(banner), DesktopSession::bannerWindow().isEmpty()), 30000);
         QTRY_VERIFY_WITH_TIMEOUT(ann.notifications().contains(QStringLiteral("Message read by:|Bob Marsh")),
                                  30000);
         QVERIFY2(!ann.notifications().isEmpty(), qPrintable(ann.notifications()));
