@@ -114,10 +114,10 @@ private Q_SLOTS:
                              readAll(mediaDir() + QStringLiteral("/Update.wav")));
         if (!theme.isEmpty())
             m_profile->writeFile(theme, readAll(mediaDir() + QStringLiteral("/Update.wav")));
-        const QString expected = code == 2         ? own
-                                 : code == 11      ? mediaDir() + QStringLiteral("/Update.wav")
-                                 : theme.isEmpty() ? mediaDir() + QStringLiteral("/Bell.wav")
-                                                   : m_profile->path() + QLatin1Char('/') + theme;
+        QString expected = code == 2 ? own : QString(mediaDir() + QStringLiteral("/Update.wav"));
+        if (code == 1)
+            expected = theme.isEmpty() ? QString(mediaDir() + QStringLiteral("/Bell.wav"))
+                                       : QString(m_profile->path() + u'/' + theme);
 
         SoundPlayer player;
         player.setProgramDirectory(programDir());
