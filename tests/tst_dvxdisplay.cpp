@@ -245,6 +245,14 @@ private Q_SLOTS:
         QCOMPARE(display.Scroll().ScrollX, 2);
         display.Cls();
         QVERIFY(!display.Timer1->isActive());
+
+        // A step past the whole text raises both in one tick, Displayed first: the next message's
+        // button must not wake.
+        order.clear();
+        display.ReadProperties({{QStringLiteral("PixelsPerSpeed"), 30000}});
+        display.WriteText(true);
+        display.Timer1_Timer();
+        QCOMPARE(order, (QStringList{QStringLiteral("Displayed"), QStringLiteral("Looped")}));
     }
 
     void buttonsAndDoubleClick()
