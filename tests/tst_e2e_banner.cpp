@@ -2,12 +2,14 @@
 // on the reader's banner in its level's colours and with its sound; the
 // reader's acknowledgement sends a receipt, which the author's client stores,
 // confirms and announces in a desktop notification.
+#include "e2e/DesktopSession.h"
 #include "store/DVMessage.h"
 #include "store/MessageCodes.h"
 #include "support/FakeServer.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -18,13 +20,7 @@
 
 namespace {
 
-QString run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(15000);
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
+using DesktopSession::run;
 
 struct Client
 {
@@ -33,21 +29,18 @@ struct Client
 
     void start(const QString &name, quint16 port)
     {
-        auto write = [this](const QString &relative, const QByteArray &content) {
-            const QString file = home.filePath(relative);
-            QDir().mkpath(QFileInfo(file).absolutePath());
-            QFile out(file);
-            out.open(QIODevice::WriteOnly);
-            out.write(content);
-        };
-        write(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=" + name.toUtf8() + "\n");
-        // Fast scrolling so that the text passes in a moment; the banner at the top left.
-        write(QStringLiteral("config/Korvane/KorvaneClient.ini"),
-              "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) +
-                  "\nSpeed=100\nRefresh Rate=4\nHorizontal position=0\nVertical position=0\n");
+        QDir(home.path()).mkpath(QStringLiteral("config/Korvane"));
         QDir(home.path()).mkpath(QStringLiteral("runtime"));
         QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QFile conf(home.filePath(QStringLiteral("config/Korvane/Client.conf")));
+        conf.open(QIODevice::WriteOnly);
+        conf.write("[Options]\nUserName=" + name.toUtf8() + "\n");
+        // Fast scrolling so that the text passes in a moment; the banner at the top left.
+        QFile ini(home.filePath(QStringLiteral("config/Korvane/KorvaneClient.ini")));
+        ini.open(QIODevice::WriteOnly);
+        ini.write("[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) +
+                  "\nSpeed=100\nRefresh Rate=4\nHorizontal position=0\nVertical position=0\n");
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
         env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
@@ -152,8 +145,6 @@ private Q_SLOTS:
         QVERIFY(recorder.waitForStarted(5000));
 
         // The author holds the message in its outbox; the reader gets it on the banner.
-        DVMessage own;
-        own.ToObject(message());
         server.sendTo(Author,
                       FakeServer::command(
                           QStringLiteral("MSG"),
@@ -164,50 +155,24 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(firstFrom(server, Reader, QStringLiteral("CMS")) >= 0, 10000);
 
         QString window;
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = run(QStringLiteral("xdotool"),
-                                                {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                                 QStringLiteral("--name"), QStringLiteral("Korvane banner")})
-                                                .trimmed())
-                                      .isEmpty(),
-                                 10000);
-        const QString geometry =
-            run(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"),
-                                            window.section(QLatin1Char('\n'), 0, 0)});
-        auto value = [&geometry](const char *key) {
-            for (const QString &line : geometry.split(QLatin1Char('\n')))
-                if (line.startsWith(QLatin1String(key) + QLatin1Char('=')))
-                    return line.section(QLatin1Char('='), 1).toInt();
-            return -1;
-        };
-        const int x = value("X"), y = value("Y"), width = value("WIDTH"), height = value("HEIGHT");
-        QVERIFY2(width > 0 && height > 0, qPrintable(geometry));
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = DesktopSession::bannerWindow()).isEmpty(), 10000);
+        const QRect banner = DesktopSession::geometryOf(window);
+        QVERIFY(!banner.isEmpty());
         // The title the window manager shows is the caption alone, no program name behind it.
-        QCOMPARE(run(QStringLiteral("xprop"), {QStringLiteral("-id"), window.section(QLatin1Char('\n'), 0, 0),
-                                               QStringLiteral("_NET_WM_NAME")})
-                     .trimmed(),
+        QCOMPARE(DesktopSession::titleOf(window),
                  QStringLiteral("_NET_WM_NAME(UTF8_STRING) = \"Korvane banner\""));
-
-        // The strip in the level's colours: a screenshot kept beside the test.
-        const QString shot = QStringLiteral(KORVANE_ARTIFACTS) + QStringLiteral("/banner.png");
-        QDir().mkpath(QStringLiteral(KORVANE_ARTIFACTS));
-        run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
-        const QImage image(shot);
-        QVERIFY(!image.isNull());
-        QCOMPARE(image.pixelColor(x + 3, y + 3), QColor(255, 0, 0));
-
-        // The level's sound reaches the null sink while the message is up.
-        QTRY_VERIFY_WITH_TIMEOUT(
-            !run(QStringLiteral("pactl"),
-                 {QStringLiteral("list"), QStringLiteral("short"), QStringLiteral("sink-inputs")})
-                 .trimmed()
-                 .isEmpty(),
-            10000);
+        // The strip in the level's colours.
+        QCOMPARE(DesktopSession::screenshot(QStringLiteral("banner.png"))
+                     .pixelColor(banner.topLeft() + QPoint(3, 3)),
+                 QColor(255, 0, 0));
 
         // The level's looping sound goes on round after round while its message is alone on the strip
         // (a message queued again starts its sound afresh, so the longest unbroken stretch counts).
         QByteArray sound;
         const auto roundsHeard = [&recorder, &sound] {
-            constexpr qsizetype Round = 19845; // samples in one round of the buzzer
+            // Samples in one round of the level's buzzer: the file less its header.
+            const qsizetype Round =
+                (QFileInfo(QStringLiteral(KORVANE_MEDIA_DIR "/Buzzer.wav")).size() - 44) / 2;
             constexpr int Loud = 2000;
             sound += recorder.readAllStandardOutput();
             const qsizetype count = sound.size() / 2;
@@ -237,12 +202,8 @@ private Q_SLOTS:
         recorder.waitForFinished();
 
         // The acknowledge button stands right of the strip and wakes once the text has passed.
-        const QString clickX = QString::number(x + width - height / 2);
-        const QString clickY = QString::number(y + height / 2);
         QTRY_VERIFY_WITH_TIMEOUT(
-            (run(QStringLiteral("xdotool"),
-                 {QStringLiteral("mousemove"), clickX, clickY, QStringLiteral("click"), QStringLiteral("1")}),
-             firstFrom(server, Reader, QStringLiteral("RCP")) >= 0),
+            (DesktopSession::clickAcknowledge(banner), firstFrom(server, Reader, QStringLiteral("RCP")) >= 0),
             20000);
         const QStringList fields = server.received[firstFrom(server, Reader, QStringLiteral("RCP"))]
                                        .section(QChar(0), 0, 0)
@@ -251,30 +212,18 @@ private Q_SLOTS:
         QCOMPARE(fields[0], QStringLiteral("E2E00000000001"));
         QCOMPARE(fields[2], QStringLiteral("Reader Person"));
         // Acknowledged: the banner goes.
-        QTRY_VERIFY_WITH_TIMEOUT(
-            run(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                            QStringLiteral("--name"), QStringLiteral("Korvane banner")})
-                .trimmed()
-                .isEmpty(),
-            10000);
+        QTRY_VERIFY_WITH_TIMEOUT(DesktopSession::bannerWindow().isEmpty(), 10000);
 
         // The server hands the receipt to the author's client.
-        const QString receipt = QStringList{QStringLiteral("RC000000000001"),
-                                            fields[0],
-                                            fields[1],
-                                            fields[2],
-                                            fields[3],
-                                            fields[4],
-                                            QString(),
-                                            fields[6]}
-                                    .join(QChar(2));
-        server.sendTo(Author, FakeServer::command(QStringLiteral("RCP"), receipt));
+        QStringList receipt = QStringList{QStringLiteral("RC000000000001")} + fields.mid(0, 7);
+        receipt[6].clear(); // the server's own field
+        server.sendTo(Author, FakeServer::command(QStringLiteral("RCP"), receipt.join(QChar(2))));
         QTRY_VERIFY_WITH_TIMEOUT(firstFrom(server, Author, QStringLiteral("CRC")) >= 0, 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(notifications), 10000);
-        QFile log(notifications);
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        const QString shown = QString::fromUtf8(log.readAll());
-        QVERIFY2(shown.contains(QStringLiteral("Message read by:|Reader Person")), qPrintable(shown));
+        const auto shown = [&notifications] {
+            QFile log(notifications);
+            return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(shown().contains("Message read by:|Reader Person"), 10000);
         notifyd.kill();
         notifyd.waitForFinished();
     }

@@ -3,6 +3,8 @@
 // banner, the receipt reaches the author's notification, a restarted server
 // gets its clients back under the policies' rules, and a UDP order brings back
 // at once a client that stopped retrying.
+#include "e2e/DesktopSession.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -21,15 +23,7 @@ namespace {
 const QString Ann = u"korvane-ann"_s;
 const QString Bob = u"korvane-bob"_s;
 
-QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(20000);
-    if (exitCode)
-        *exitCode = process.exitCode();
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
+using DesktopSession::run;
 
 quint16 freePort()
 {
@@ -143,11 +137,6 @@ void ensureUser(const QString &user, const QString &fullName)
         run(u"useradd"_s, {u"-M"_s, u"-s"_s, u"/bin/sh"_s, u"-c"_s, fullName, user});
 }
 
-QString visibleBanner()
-{
-    return run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"Korvane banner"_s}).trimmed();
-}
-
 } // namespace
 
 class TestE2EUsers : public QObject
@@ -184,57 +173,51 @@ private Q_SLOTS:
         server.control(
             {u"send"_s, u"--to"_s, Bob, u"--from"_s, Ann, u"--level"_s, u"Alert"_s, u"Lunch at noon"_s});
         QString window;
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = visibleBanner()).isEmpty(), 20000);
-        const QString geometry =
-            run(u"xdotool"_s, {u"getwindowgeometry"_s, u"--shell"_s, window.section(u'\n', 0, 0)});
-        auto value = [&geometry](const char *key) {
-            for (const QString &line : geometry.split(u'\n'))
-                if (line.startsWith(QString::fromLatin1(key) + u'='))
-                    return line.section(u'=', 1).toInt();
-            return -1;
-        };
-        const int x = value("X"), y = value("Y"), width = value("WIDTH"), height = value("HEIGHT");
-        QVERIFY2(width > 0, qPrintable(geometry));
-        run(u"import"_s, {u"-window"_s, u"root"_s, QStringLiteral(KORVANE_ARTIFACTS) + u"/two-users.png"_s});
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = DesktopSession::bannerWindow()).isEmpty(), 20000);
+        const QRect banner = DesktopSession::geometryOf(window);
+        QVERIFY(banner.width() > 0);
+        DesktopSession::screenshot(QStringLiteral("two-users.png"));
 
         // Bob acknowledges once the text has passed; Ann's desktop says who read it.
-        const QString clickX = QString::number(x + width - height / 2);
-        const QString clickY = QString::number(y + height / 2);
-        QTRY_VERIFY_WITH_TIMEOUT((run(u"xdotool"_s, {u"mousemove"_s, clickX, clickY, u"click"_s, u"1"_s}),
-                                  visibleBanner().isEmpty()),
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (DesktopSession::clickAcknowledge(banner), DesktopSession::bannerWindow().isEmpty()), 30000);
                                  30000);
-        QTRY_VERIFY_WITH_TIMEOUT(ann.notifications().contains(u"Message read by:|Bob Marsh"_s), 30000);
+                                 QTRY_VERIFY_WITH_TIMEOUT(
+                                     ann.notifications().contains(u"Message read by:|Bob Marsh"_s), 30000);
 
-        // The server goes down and comes back: both clients are back at once.
-        server.stop();
-        QTRY_VERIFY_WITH_TIMEOUT(!server.connected(Ann), 10000);
-        server.start();
-        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
+                                 // The server goes down and comes back: both clients are back at once.
+                                 server.stop();
+                                 QTRY_VERIFY_WITH_TIMEOUT(!server.connected(Ann), 10000);
+                                 server.start();
+                                 QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob),
+                                                          30000);
 
-        // From now on a dropped link waits: the policy says not to retry. Ann
-        // leaves, so that Bob alone listens for orders on this machine.
-        ann.stop();
-        QFile policies(state);
-        server.stop();
-        QVERIFY(policies.open(QIODevice::ReadOnly));
-        QJsonObject root = QJsonDocument::fromJson(policies.readAll()).object();
-        policies.close();
-        root.insert(u"globalPolicies"_s, u"RCON=-1;"_s);
-        QVERIFY(policies.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        policies.write(QJsonDocument(root).toJson());
-        policies.close();
-        server.start();
-        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Bob), 30000);
-        server.stop();
-        server.start();
-        // Bob does not come back by himself (the one wait of this test: for
-        // something that must not happen)...
-        QTest::qWait(2000);
-        QVERIFY(!server.connected(Bob));
-        // ...until the server orders him to, once he listens for orders.
-        QTRY_VERIFY_WITH_TIMEOUT(bob.log().contains(u"Binding UDP winsock to port"_s), 20000);
-        const QString order = server.control({u"udp"_s, u"--to"_s, Bob, u"CON"_s});
-        QTRY_VERIFY2_WITH_TIMEOUT(server.connected(Bob), qPrintable(order + bob.log()), 15000);
+                                 // From now on a dropped link waits: the policy says not to retry. Ann
+                                 // leaves, so that Bob alone listens for orders on this machine.
+                                 ann.stop();
+                                 QFile policies(state);
+                                 server.stop();
+                                 QVERIFY(policies.open(QIODevice::ReadOnly));
+                                 QJsonObject root = QJsonDocument::fromJson(policies.readAll()).object();
+                                 policies.close();
+                                 root.insert(u"globalPolicies"_s, u"RCON=-1;"_s);
+                                 QVERIFY(policies.open(QIODevice::WriteOnly | QIODevice::Truncate));
+                                 policies.write(QJsonDocument(root).toJson());
+                                 policies.close();
+                                 server.start();
+                                 QTRY_VERIFY_WITH_TIMEOUT(server.connected(Bob), 30000);
+                                 server.stop();
+                                 server.start();
+                                 // Bob does not come back by himself (the one wait of this test: for
+                                 // something that must not happen)...
+                                 QTest::qWait(2000);
+                                 QVERIFY(!server.connected(Bob));
+                                 // ...until the server orders him to, once he listens for orders.
+                                 QTRY_VERIFY_WITH_TIMEOUT(
+                                     bob.log().contains(u"Binding UDP winsock to port"_s), 20000);
+                                 const QString order = server.control({u"udp"_s, u"--to"_s, Bob, u"CON"_s});
+                                 QTRY_VERIFY2_WITH_TIMEOUT(server.connected(Bob),
+                                                           qPrintable(order + bob.log()), 15000);
     }
 };
 
