@@ -181,43 +181,38 @@ private Q_SLOTS:
         // Bob acknowledges once the text has passed; Ann's desktop says who read it.
         QTRY_VERIFY_WITH_TIMEOUT(
             (DesktopSession::clickAcknowledge(banner), DesktopSession::bannerWindow().isEmpty()), 30000);
-                                 30000);
-                                 QTRY_VERIFY_WITH_TIMEOUT(
-                                     ann.notifications().contains(u"Message read by:|Bob Marsh"_s), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(ann.notifications().contains(u"Message read by:|Bob Marsh"_s), 30000);
 
-                                 // The server goes down and comes back: both clients are back at once.
-                                 server.stop();
-                                 QTRY_VERIFY_WITH_TIMEOUT(!server.connected(Ann), 10000);
-                                 server.start();
-                                 QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob),
-                                                          30000);
+        // The server goes down and comes back: both clients are back at once.
+        server.stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!server.connected(Ann), 10000);
+        server.start();
+        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
 
-                                 // From now on a dropped link waits: the policy says not to retry. Ann
-                                 // leaves, so that Bob alone listens for orders on this machine.
-                                 ann.stop();
-                                 QFile policies(state);
-                                 server.stop();
-                                 QVERIFY(policies.open(QIODevice::ReadOnly));
-                                 QJsonObject root = QJsonDocument::fromJson(policies.readAll()).object();
-                                 policies.close();
-                                 root.insert(u"globalPolicies"_s, u"RCON=-1;"_s);
-                                 QVERIFY(policies.open(QIODevice::WriteOnly | QIODevice::Truncate));
-                                 policies.write(QJsonDocument(root).toJson());
-                                 policies.close();
-                                 server.start();
-                                 QTRY_VERIFY_WITH_TIMEOUT(server.connected(Bob), 30000);
-                                 server.stop();
-                                 server.start();
-                                 // Bob does not come back by himself (the one wait of this test: for
-                                 // something that must not happen)...
-                                 QTest::qWait(2000);
-                                 QVERIFY(!server.connected(Bob));
-                                 // ...until the server orders him to, once he listens for orders.
-                                 QTRY_VERIFY_WITH_TIMEOUT(
-                                     bob.log().contains(u"Binding UDP winsock to port"_s), 20000);
-                                 const QString order = server.control({u"udp"_s, u"--to"_s, Bob, u"CON"_s});
-                                 QTRY_VERIFY2_WITH_TIMEOUT(server.connected(Bob),
-                                                           qPrintable(order + bob.log()), 15000);
+        // From now on a dropped link waits: the policy says not to retry. Ann
+        // leaves, so that Bob alone listens for orders on this machine.
+        ann.stop();
+        QFile policies(state);
+        server.stop();
+        QVERIFY(policies.open(QIODevice::ReadOnly));
+        QJsonObject root = QJsonDocument::fromJson(policies.readAll()).object();
+        policies.close();
+        root.insert(u"globalPolicies"_s, u"RCON=-1;"_s);
+        QVERIFY(policies.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        policies.write(QJsonDocument(root).toJson());
+        policies.close();
+        server.start();
+        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Bob), 30000);
+        server.stop();
+        server.start();
+        // Bob does not come back by himself (the one wait of this test: for
+        // something that must not happen)...
+        QTest::qWait(2000);
+        QVERIFY(!server.connected(Bob));
+        // ...until the server orders him to, once he listens for orders.
+        QTRY_VERIFY_WITH_TIMEOUT(bob.log().contains(u"Binding UDP winsock to port"_s), 20000);
+        const QString order = server.control({u"udp"_s, u"--to"_s, Bob, u"CON"_s});
+        QTRY_VERIFY2_WITH_TIMEOUT(server.connected(Bob), qPrintable(order + bob.log()), 15000);
     }
 };
 
