@@ -14,8 +14,9 @@ QStringList readLines(const QString &fileName)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    // Settings files are small; a hostile one is cut rather than read whole.
-    const QByteArray data = file.read(1 << 20);
+    // Settings files are small; a hostile one is cut rather than read whole,
+    // and a small one costs no more than its size.
+    const QByteArray data = file.read(qMin<qint64>(file.size(), 1 << 20));
     return QString::fromUtf8(data).split(QLatin1Char('\n'));
 }
 
