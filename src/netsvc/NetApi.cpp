@@ -101,23 +101,30 @@ bool isLoginAccount(const passwd &entry, uid_t firstUid)
     return shell != "nologin" && shell != "false";
 }
 
-// Walks the passwd database; errno tells an end from a refusal.
-template <typename Visit>
-int forEachUser(Visit visit)
+// Walks a database of the name service (passwd or group); errno tells an end
+// from a refusal.
+template <typename Entry, typename Visit>
+int forEach(void (*open)(), Entry *(*next)(), void (*close)(), Visit visit)
 {
-    setpwent();
+    open();
     int error = 0;
     for (;;) {
         errno = 0;
-        const passwd *entry = getpwent();
+        const Entry *entry = next();
         if (!entry) {
             error = errno == ENOENT ? 0 : errno;
             break;
         }
         visit(*entry);
     }
-    endpwent();
+    close();
     return error;
+}
+
+template <typename Visit>
+int forEachUser(Visit visit)
+{
+    return forEach<passwd>(setpwent, getpwent, endpwent, visit);
 }
 
 } // namespace
@@ -142,23 +149,14 @@ QList<DirectoryEntry> EnumGroups()
     TraceLog(Module + operation);
     QList<DirectoryEntry> groups;
     QSet<QString> seen;
-    setgrent();
-    int error = 0;
-    for (;;) {
-        errno = 0;
-        const group *entry = getgrent();
-        if (!entry) {
-            error = errno == ENOENT ? 0 : errno;
-            break;
-        }
-        const QString name = QString::fromLocal8Bit(entry->gr_name);
+    const int error = forEach<group>(setgrent, getgrent, endgrent, [&](const group &entry) {
+        const QString name = QString::fromLocal8Bit(entry.gr_name);
         // Two sources of the name service may both hold a group.
         if (!seen.contains(name)) {
             seen.insert(name);
             groups.append({name, QString()});
         }
-    }
-    endgrent();
+    });
     if (error != 0) {
         fail(operation, errorText(error));
         return {};
