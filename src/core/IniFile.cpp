@@ -103,10 +103,29 @@ bool IniFile::fileExists() const
            (!m_fallbackFileName.isEmpty() && QFileInfo::exists(m_fallbackFileName));
 }
 
+IniFile::Snapshot::Snapshot(const IniFile &ini) : m_ini(ini)
+{
+    m_ini.m_snapshot.emplace(readLines(ini.m_fileName), ini.m_fallbackFileName.isEmpty()
+                                                            ? QStringList()
+                                                            : readLines(ini.m_fallbackFileName));
+}
+
+IniFile::Snapshot::~Snapshot()
+{
+    m_ini.m_snapshot.reset();
+}
+
+QStringList IniFile::linesOf(const QString &fileName) const
+{
+    if (m_snapshot)
+        return fileName == m_fileName ? m_snapshot->first : m_snapshot->second;
+    return readLines(fileName);
+}
+
 std::optional<QString> IniFile::lookup(const QString &fileName, const QString &key) const
 {
     bool inSection = false;
-    for (QString line : readLines(fileName)) {
+    for (QString line : linesOf(fileName)) {
         if (line.endsWith(QLatin1Char('\r')))
             line.chop(1);
         const QString trimmed = line.trimmed();

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <utility>
 
 // The ini routines: one section of one file, chosen beforehand. Values are read
 // through a 255-character buffer, so longer ones come back cut. A file that an
@@ -36,11 +37,28 @@ public:
     bool writeString(const QString &key, const QString &value) const;
     bool writeInt(const QString &key, qint64 value) const;
 
+    // While one stands, reads take both files as they were when it began, read
+    // once, rather than reading them again for every key.
+    class Snapshot
+    {
+    public:
+        explicit Snapshot(const IniFile &ini);
+        ~Snapshot();
+        Snapshot(const Snapshot &) = delete;
+        Snapshot &operator=(const Snapshot &) = delete;
+
+    private:
+        const IniFile &m_ini;
+    };
+
 private:
+    QStringList linesOf(const QString &fileName) const;
     bool registered() const;
     std::optional<QString> lookup(const QString &fileName, const QString &key) const;
 
     QString m_section;
     QString m_fileName;
     QString m_fallbackFileName;
+    // Filled while a Snapshot stands: the lines of the user's file and of the fallback.
+    mutable std::optional<std::pair<QStringList, QStringList>> m_snapshot;
 };

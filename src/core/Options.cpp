@@ -25,6 +25,7 @@ void Options::ReadOptions()
         ResetToDefault();
         return;
     }
+    const IniFile::Snapshot snapshot(m_ini);
     for (const OptionKey &key : optionKeys()) {
         const QString name = key.key;
         if (const auto *text = std::get_if<QString>(&key.readDefault)) {
