@@ -3,11 +3,15 @@
 #include "app/SingleInstance.h"
 #include "app/UnixSignals.h"
 #include "core/AppPaths.h"
+#include "core/Clock.h"
+#include "core/Globals.h"
 #include "engine/KorvanClient.h"
 #include "engine/ProgramStart.h"
+#include "link/Policies.h"
 #include "store/DBFunctions.h"
 #include "store/DVMessage.h"
 #include "store/Database.h"
+#include "store/LevelCollection.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/TrayIcon.h"
 
@@ -53,6 +57,11 @@ int ProgramEntry::run(int argc, char **argv)
          [&engine](DVMessage &msg) { engine->ComputeNextRunDate(msg); },
          [&engine](const QString &payload) { return engine->SendData(payload); }});
 
+    frontend.setAuthoring(
+        AuthoringContext{Clock::current(), ClientDB(), TempDB(), gUserInfos(), gPolicies(), gLevels(),
+                         gSession(), gProcess(), *engine->receipts(), frontend,
+                         [&engine](const QString &payload) { return engine->SendData(payload); }});
+
     bool closing = false;
     auto close = [&](int mode) {
         if (closing)
@@ -76,6 +85,7 @@ int ProgramEntry::run(int argc, char **argv)
 
     const int status = QApplication::exec();
     // The banner asks the engine on its way out; it goes first.
+    frontend.setAuthoring(std::nullopt);
     frontend.destroyBanner();
     frontend.setBannerHooks({});
     engine.reset();

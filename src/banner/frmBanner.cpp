@@ -269,6 +269,7 @@ void frmBanner::onMouseUp(int button)
 
 void frmBanner::mnuViewProperties_Click()
 {
-    // The message form opens here once the composer exists.
     TraceLog(Banner + QStringLiteral("mnuViewProperties_Click"));
+    if (const auto &displayed = m_queue.DisplayedMsg())
+        Q_EMIT viewMessageRequested(displayed->ActualMessage);
 }

@@ -41,6 +41,10 @@ public:
     void playFile(qint16 soundType, const QString &soundFile, bool looping) override;
     LinkResult openLink(const QString &path) override;
 
+Q_SIGNALS:
+    // "View message properties": the composer shows the message read-only.
+    void viewMessageRequested(const DVMessage &msg);
+
 private:
     void Form_Load();
     void AssignLabels();

@@ -10,6 +10,11 @@ QDateTime Clock::now()
     return installed->currentDateTime();
 }
 
+const Clock &Clock::current()
+{
+    return *installed;
+}
+
 void Clock::install(const Clock *clock)
 {
     installed = clock ? clock : &systemClock;

@@ -13,6 +13,8 @@ public:
 
     // "Now" for the whole process, from the installed clock.
     static QDateTime now();
+    // The installed clock itself, for what is handed its clock.
+    static const Clock &current();
     // Tests install their own clock; nullptr restores the system clock.
     static void install(const Clock *clock);
 };

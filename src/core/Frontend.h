@@ -63,6 +63,16 @@ public:
     virtual void ShowPolicies(const QString &reference, const Policies &policies) = 0;
     virtual void ShowServerConfig(const ServerConfig &config) = 0;
 
+    // The composer, opened by the server's answer to a request for an ID: a new
+    // record in the given mode, its ID and the default target.
+    virtual void OpenMessageForm(int action, const QString &msgID, const QString &target) = 0;
+    // The composer on a copy of a stored record under a new ID, the answer to a
+    // duplicate request; the temporary store when temporaryStore is set.
+    virtual void DuplicateMessageForm(int action, bool temporaryStore, const QString &table,
+                                      const QString &oldID, const QString &newID) = 0;
+    // The reply form for the message the banner last acted on.
+    virtual void OpenReplyForm(const QString &newID, bool toAll) = 0;
+
     // The banner's queue: a due message joins it, a withdrawn one leaves it.
     virtual void AddMessageToDisplay(const DVMessage &msg) = 0;
     virtual void DeleteMessageFromDisplay(const QString &msgID) = 0;

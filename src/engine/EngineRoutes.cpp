@@ -69,25 +69,6 @@ void KorvanClient::routeCommands()
             data([&replication](const QString &t) { replication.LevelsReceived(t); }));
 }
 
-// Until the receipts, the composers and the reply form stand, each of these
-// records that it was reached; the parts that own the work replace the bodies.
-
-void KorvanClient::OpenComposer(const QString &code, const QString &data, Failure &failure)
-{
-    // The duplicating answers carry the old and the new ID.
-    static const QStringList pairs = {QStringLiteral("MDU"), QStringLiteral("PDU"), QStringLiteral("MTP"),
-                                      QStringLiteral("PTP"), QStringLiteral("STP")};
-    if (pairs.contains(code))
-        CommandDispatcher::Parts(data, 2, failure);
-    TraceLog(Form + QStringLiteral("OpenComposer - ") + code);
-}
-
-void KorvanClient::OpenReply(const QString &, bool toAll)
-{
-    TraceLog(Form + QStringLiteral("OpenReply - ToAll: ") +
-             (toAll ? QStringLiteral("True") : QStringLiteral("False")));
-}
-
 void KorvanClient::GroupDeleted(const QString &groupName)
 {
     DeleteRows(TempDB(), QStringLiteral("GroupsIBelongTo"),

@@ -68,12 +68,25 @@ const NetworkPaths::Mount *mountOf(const QString &absolutePath, const QList<Netw
     return best;
 }
 
+QString &mountTable()
+{
+    static QString file;
+    return file;
+}
+
 } // namespace
+
+void NetworkPaths::UseMountTable(const QString &mountInfo)
+{
+    mountTable() = mountInfo;
+}
 
 QList<NetworkPaths::Mount> NetworkPaths::ReadMounts(const QString &mountInfo)
 {
     QList<Mount> mounts;
-    QFile file(mountInfo);
+    QFile file(!mountInfo.isEmpty()      ? mountInfo
+               : !mountTable().isEmpty() ? mountTable()
+                                         : QStringLiteral("/proc/self/mountinfo"));
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return mounts;
     while (!file.atEnd()) {
@@ -133,4 +146,30 @@ QString NetworkPaths::LocalPathOf(const QString &path, const QList<Mount> &mount
             return local;
     }
     return {};
+}
+
+bool NetworkPaths::PathToUNC(QString &path, const QList<Mount> &mounts)
+{
+    QString server, share, rest;
+    if (splitShare(path, server, share, rest))
+        return true;
+    if (!QDir::isAbsolutePath(path))
+        return false;
+    const QString clean = QDir::cleanPath(path);
+    const Mount *mount = mountOf(clean, mounts);
+    if (!mount || !isNetworkFileSystem(mount->fsType))
+        return false;
+    const QString point = QDir::cleanPath(mount->mountPoint);
+    const QString below = clean.mid(point == QStringLiteral("/") ? 1 : point.size() + 1);
+    QString source = mount->source;
+    // "//server/share" and "server:/export" both take the rest behind a slash.
+    if (!below.isEmpty())
+        source += (source.endsWith(QLatin1Char('/')) ? QString() : QStringLiteral("/")) + below;
+    path = source;
+    return true;
+}
+
+bool NetworkPaths::PathToUNC(QString &path)
+{
+    return PathToUNC(path, ReadMounts());
 }

@@ -16,8 +16,11 @@ struct Mount
     QString source;
 };
 
-// The mounts of this process, from /proc/self/mountinfo (or the given file).
-QList<Mount> ReadMounts(const QString &mountInfo = QStringLiteral("/proc/self/mountinfo"));
+// The mounts of this process, from the mount table in use (or the given file).
+QList<Mount> ReadMounts(const QString &mountInfo = QString());
+// The mount table that ReadMounts reads: /proc/self/mountinfo unless a test
+// points it at a file of its own; an empty name restores the system's.
+void UseMountTable(const QString &mountInfo);
 
 bool IsUNCPath(const QString &path);
 bool IsNetworkPath(const QString &path, const QList<Mount> &mounts);
@@ -26,5 +29,12 @@ bool IsNetworkPath(const QString &path);
 // a network mount, or a UNC or smb:// path translated through the mount of its
 // share. Empty when the share is not mounted on this machine.
 QString LocalPathOf(const QString &path, const QList<Mount> &mounts);
+
+// Turns a path into the form other machines open: a UNC or smb:// text stays
+// as it is, a path on a network mount becomes its source and the rest
+// ("//server/share/rest", "server:/export/rest"). False, and the path
+// untouched, when it is local.
+bool PathToUNC(QString &path, const QList<Mount> &mounts);
+bool PathToUNC(QString &path);
 
 } // namespace NetworkPaths

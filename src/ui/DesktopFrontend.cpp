@@ -1,8 +1,13 @@
 #include "ui/DesktopFrontend.h"
 
+#include "authoring/MessageForm.h"
+#include "authoring/frmMessage.h"
+#include "authoring/frmReply.h"
 #include "banner/frmBanner.h"
 #include "core/Log.h"
+#include "store/DBFunctions.h"
 #include "store/DVMessage.h"
+#include "store/Database.h"
 #include "ui/DesktopNotifier.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
@@ -21,7 +26,88 @@ DesktopFrontend::DesktopFrontend(QObject *parent)
 DesktopFrontend::~DesktopFrontend()
 {
     delete m_log;
+    delete m_message;
+    delete m_reply;
     delete m_banner;
+}
+
+void DesktopFrontend::setAuthoring(std::optional<AuthoringContext> context)
+{
+    // The forms hold the engine's parts; they go before the engine does.
+    if (!context) {
+        delete m_message;
+        delete m_reply;
+    }
+    m_authoring.reset();
+    if (context)
+        m_authoring.emplace(*context);
+}
+
+frmMessage *DesktopFrontend::messageForm() const
+{
+    return m_message;
+}
+
+frmReply *DesktopFrontend::replyForm() const
+{
+    return m_reply;
+}
+
+frmMessage *DesktopFrontend::composer()
+{
+    if (!m_authoring)
+        return nullptr;
+    // One composer: a second answer reuses the open one, its fields overwritten.
+    if (!m_message)
+        m_message = new frmMessage(*m_authoring);
+    return m_message;
+}
+
+void DesktopFrontend::OpenMessageForm(int action, const QString &msgID, const QString &target)
+{
+    if (frmMessage *form = composer()) {
+        form->OpenNew(action, msgID, target);
+        form->show();
+        form->raise();
+        form->activateWindow();
+    }
+}
+
+void DesktopFrontend::DuplicateMessageForm(int action, bool temporaryStore, const QString &table,
+                                           const QString &oldID, const QString &newID)
+{
+    if (frmMessage *form = composer()) {
+        form->logic().setAction(action);
+        if (!form->DuplicateMessage(temporaryStore ? TempDB() : ClientDB(), table, oldID, newID)) {
+            form->close();
+            return;
+        }
+        form->show();
+        form->raise();
+        form->activateWindow();
+    }
+}
+
+void DesktopFrontend::ViewMessage(const DVMessage &msg)
+{
+    if (frmMessage *form = composer()) {
+        form->ViewMessage(msg);
+        form->show();
+        form->raise();
+    }
+}
+
+void DesktopFrontend::OpenReplyForm(const QString &newID, bool toAll)
+{
+    // The reply answers the message the banner last acted on.
+    if (!m_authoring || !m_banner || !m_banner->queue().DisplayedMsg())
+        return;
+    if (!m_reply)
+        m_reply = new frmReply(*m_authoring);
+    m_reply->Open(m_banner->queue().DisplayedMsg()->ActualMessage, newID, toAll);
+    m_reply->show();
+    m_reply->raise();
+    m_reply->activateWindow();
 }
 
 int DesktopFrontend::MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons)
@@ -102,12 +188,23 @@ void DesktopFrontend::ShowServerConfig(const ServerConfig &)
 void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
 {
     TraceLog(QStringLiteral("frmKorvanClient:DisplayList %1 %2").arg(int(list)).arg(letter));
+    // "M": the composer asked for the directory, and shows its selection now.
+    if (letter == QLatin1String("M") && m_message) {
+        const int kind = list == UsersList          ? SelectUsers
+                         : list == MachinesList     ? SelectMachines
+                         : list == KorvanGroupsList ? SelectKorvanGroups
+                                                    : -1;
+        if (kind >= 0)
+            m_message->DisplayList(kind);
+    }
 }
 
 frmBanner *DesktopFrontend::banner()
 {
-    if (!m_banner)
+    if (!m_banner) {
         m_banner = new frmBanner(m_bannerHooks);
+        connect(m_banner, &frmBanner::viewMessageRequested, this, &DesktopFrontend::ViewMessage);
+    }
     return m_banner;
 }
 

@@ -1,15 +1,20 @@
 #pragma once
 
+#include "authoring/AuthoringContext.h"
 #include "banner/DisplayQueue.h"
 #include "core/Frontend.h"
 
 #include <QObject>
 #include <QPointer>
 
+#include <optional>
+
 class DesktopNotifier;
 class TrayIcon;
 class frmBanner;
 class frmLog;
+class frmMessage;
+class frmReply;
 
 // The engine's interface to the person, met with widgets and the desktop.
 class DesktopFrontend final : public QObject, public Frontend
@@ -35,6 +40,10 @@ public:
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
     void DisplayList(ListKind list, const QString &letter) override;
+    void OpenMessageForm(int action, const QString &msgID, const QString &target) override;
+    void DuplicateMessageForm(int action, bool temporaryStore, const QString &table, const QString &oldID,
+                              const QString &newID) override;
+    void OpenReplyForm(const QString &newID, bool toAll) override;
     void AddMessageToDisplay(const DVMessage &msg) override;
     void DeleteMessageFromDisplay(const QString &msgID) override;
     bool IsOnDisplay(const QString &msgID) const override;
@@ -47,6 +56,10 @@ public:
     // What the banner needs of the engine; set once the engine stands.
     void setBannerHooks(DisplayQueue::Hooks hooks) { m_bannerHooks = std::move(hooks); }
     // Made at the first message of the run, then kept until the client exits.
+    // What the forms of authoring work with; set once the engine stands.
+    void setAuthoring(std::optional<AuthoringContext> context);
+    frmMessage *messageForm() const;
+    frmReply *replyForm() const;
     frmBanner *banner();
     frmBanner *existingBanner() const { return m_banner; }
     void destroyBanner();
@@ -57,4 +70,10 @@ private:
     DisplayQueue::Hooks m_bannerHooks;
     frmBanner *m_banner = nullptr;
     DesktopNotifier *m_notifier = nullptr;
+    std::optional<AuthoringContext> m_authoring;
+    QPointer<frmMessage> m_message;
+    QPointer<frmReply> m_reply;
+    // The composer's level list and fields for the next message, the only one open.
+    frmMessage *composer();
+    void ViewMessage(const DVMessage &msg);
 };

@@ -77,6 +77,22 @@ public:
     {
         events.append(QStringLiteral("display %1 %2").arg(int(list)).arg(letter));
     }
+    void OpenMessageForm(int action, const QString &msgID, const QString &target) override
+    {
+        events.append(QStringLiteral("compose %1 %2 %3").arg(action).arg(msgID, target));
+    }
+    void DuplicateMessageForm(int action, bool temporaryStore, const QString &table, const QString &oldID,
+                              const QString &newID) override
+    {
+        events.append(QStringLiteral("duplicate %1 %2 %3 %4 %5")
+                          .arg(action)
+                          .arg(temporaryStore ? QStringLiteral("temp") : QStringLiteral("client"), table,
+                               oldID, newID));
+    }
+    void OpenReplyForm(const QString &newID, bool toAll) override
+    {
+        events.append(QStringLiteral("reply %1 %2").arg(newID).arg(toAll));
+    }
     void AddMessageToDisplay(const DVMessage &msg) override;
     void DeleteMessageFromDisplay(const QString &msgID) override
     {

@@ -1,0 +1,53 @@
+#pragma once
+
+// The numbers of the texts of the composers, the reply form and the selection
+// dialog in the string table (French at each number plus 10000).
+namespace AuthoringTexts {
+enum : int {
+    // Followed by the ID; one per mode of the composer, in mode order.
+    TitleNewMessage = 1000,
+    LabelSubject = 1010,
+    LabelText,
+    LabelTarget,
+    LabelLink,
+    LabelLevel,
+    LabelDelivery,
+    LabelRepeat,
+    LabelNextRun,
+    LabelExpiration,
+    CheckReply,
+    CheckReceipt,
+    CheckNotify,
+    CheckExactTime,
+    CheckBroadcast,
+    // "Immediate" to "Scheduled".
+    DeliveryFirst = 1030,
+    // "Minutes" to "Logon".
+    RepeatFirst = 1040,
+    LevelColumnName = 1050,
+    LevelColumnDescription,
+    VariablePrompt = 1060,
+    VariableTitle,
+    WrongLocationText,
+    WrongLocationTitle,
+    WrongTypeText,
+    WrongTypeTitle,
+    ExactTimeText,
+    ExactTimeQuestion,
+    ExactTimeTitle,
+    // "Title|body" of each control, in the order of HintControls().
+    HintFirst = 1070,
+    LabelPreview = 1095,
+    FileFilter,
+    // "%1 of %2 characters" under a field that has reached its limit.
+    LimitReached,
+    ReplyCaption = 1100,
+    LabelOriginal,
+    // The title of the selection dialog, one per kind.
+    SelectionTitleFirst = 1150,
+    SelectAll = 1155,
+    UnselectAll,
+    ColumnName,
+    ColumnDescription,
+};
+} // namespace AuthoringTexts

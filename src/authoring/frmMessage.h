@@ -1,0 +1,49 @@
+#pragma once
+
+#include "authoring/MessageForm.h"
+#include "ui_frmMessage.h"
+
+#include <QWidget>
+
+class QStandardItemModel;
+
+// The composer of messages and templates. It shows the fields of its logic and
+// passes the person's actions to it; one instance is reused while it is open.
+class frmMessage final : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit frmMessage(AuthoringContext context, QWidget *parent = nullptr);
+
+    MessageForm &logic() { return m_logic; }
+    // Loads the form afresh, then the record of the mode.
+    void OpenNew(int action, const QString &msgID, const QString &target);
+    void EditMessage(const DVMessage &msg, int action);
+    void ViewMessage(const DVMessage &msg);
+    bool DuplicateMessage(Database &store, const QString &table, const QString &oldID, const QString &newID);
+    // The answer to a directory request that this form made has been stored.
+    void DisplayList(int kind);
+
+    void AssignLabels();
+    Ui::frmMessage ui;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void load();
+    void showFields();
+    void readFields();
+    void applyEnabling();
+    void fillLevels();
+    void updateSample();
+    void updateLimit();
+    void pressOK();
+    void recipients(int kind);
+    void showHint(const QString &controlName, bool keep);
+
+    MessageForm m_logic;
+    QStandardItemModel *m_levels = nullptr;
+    QString m_currentHint;
+};

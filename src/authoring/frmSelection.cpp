@@ -1,0 +1,59 @@
+#include "authoring/frmSelection.h"
+
+#include "authoring/AuthoringTexts.h"
+#include "core/StringTable.h"
+
+#include <QMenu>
+
+frmSelection::frmSelection(QWidget *parent) : QDialog(parent)
+{
+    ui.setupUi(this);
+    ui.OKButton->setText(ResString(9900));
+    ui.CancelButton->setText(ResString(9901));
+    ui.grdSelection->setHeaderLabels(
+        {ResString(AuthoringTexts::ColumnName), ResString(AuthoringTexts::ColumnDescription)});
+    mnuSelection = new QMenu(this);
+    mnuSelectAll = mnuSelection->addAction(ResString(AuthoringTexts::SelectAll));
+    mnuUnselectAll = mnuSelection->addAction(ResString(AuthoringTexts::UnselectAll));
+    connect(ui.grdSelection, &QWidget::customContextMenuRequested, this, [this](const QPoint &at) {
+        mnuUnselectAll->setEnabled(m_list.CanUnselectAll());
+        mnuSelection->popup(ui.grdSelection->viewport()->mapToGlobal(at));
+    });
+    connect(mnuSelectAll, &QAction::triggered, this, [this] {
+        m_list.SelectAll();
+        showSelection();
+    });
+    connect(mnuUnselectAll, &QAction::triggered, this, [this] {
+        m_list.UnselectAll();
+        showSelection();
+    });
+    connect(ui.grdSelection, &QTreeWidget::itemSelectionChanged, this, [this] {
+        for (int row = 0; row < ui.grdSelection->topLevelItemCount(); ++row)
+            m_list.setSelected(row, ui.grdSelection->topLevelItem(row)->isSelected());
+    });
+    connect(ui.OKButton, &QPushButton::clicked, this, [this] {
+        m_result = m_list.SaveSelection();
+        accept();
+    });
+    connect(ui.CancelButton, &QPushButton::clicked, this, &QDialog::reject);
+    connect(this, &QDialog::rejected, this, [this] { m_result = m_target; });
+}
+
+void frmSelection::Initialize(int kind, const QList<SelectionList::Row> &rows, const QString &target)
+{
+    setWindowTitle(ResString(AuthoringTexts::SelectionTitleFirst + qBound(0, kind, 4)));
+    m_target = m_result = target;
+    m_list.Initialize(rows, target);
+    ui.grdSelection->clear();
+    for (const SelectionList::Row &row : rows)
+        ui.grdSelection->addTopLevelItem(new QTreeWidgetItem({row.Name, row.Description}));
+    ui.grdSelection->resizeColumnToContents(0);
+    showSelection();
+}
+
+void frmSelection::showSelection()
+{
+    const QSignalBlocker blocker(ui.grdSelection);
+    for (int row = 0; row < ui.grdSelection->topLevelItemCount(); ++row)
+        ui.grdSelection->topLevelItem(row)->setSelected(m_list.isSelected(row));
+}

@@ -1,0 +1,18 @@
+# The logic of the composers, the reply form and the selection: no widgets,
+# compiled under the engine's rules.
+set(AUTHORING_LOGIC_SOURCES
+    authoring/AuthoringContext.h
+    authoring/AuthoringTexts.h
+    authoring/FormHints.cpp authoring/FormHints.h
+    authoring/MessageForm.cpp authoring/MessageForm.h
+    authoring/ReplyForm.cpp authoring/ReplyForm.h
+    authoring/SelectionList.cpp authoring/SelectionList.h
+)
+# The widgets above it.
+list(APPEND UI_SOURCES
+    authoring/LevelDelegate.cpp authoring/LevelDelegate.h
+    authoring/Selection.cpp authoring/Selection.h
+    authoring/frmMessage.cpp authoring/frmMessage.h authoring/frmMessage.ui
+    authoring/frmReply.cpp authoring/frmReply.h authoring/frmReply.ui
+    authoring/frmSelection.cpp authoring/frmSelection.h authoring/frmSelection.ui
+)
