@@ -26,6 +26,7 @@ using DesktopSession::run;
 
 struct Server
 {
+    Server(const QString &stateFile, quint16 listenPort) : state(stateFile), port(listenPort) {}
     QString state;
     quint16 port;
     QProcess process;
@@ -135,7 +136,7 @@ private Q_SLOTS:
         QTemporaryDir work;
         QTcpServer probe;
         probe.listen(QHostAddress::LocalHost, 0);
-        Server server{work.filePath(u"devserver.json"_s), probe.serverPort()};
+        Server server(work.filePath(u"devserver.json"_s), probe.serverPort());
         probe.close();
         // Clients reconnect at once when the link drops.
         writeFile(server.state, "{\"globalPolicies\": \"RCON=0;\"}");

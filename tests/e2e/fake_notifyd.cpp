@@ -19,11 +19,9 @@ public Q_SLOTS:
                 const QString &body, const QStringList &, const QVariantMap &, int)
     {
         QFile file(m_logFile);
+        QString line = summary + QLatin1Char('|') + body;
         if (file.open(QIODevice::WriteOnly | QIODevice::Append))
-            file.write((summary + QLatin1Char('|') + body)
-                           .replace(QLatin1Char('\n'), QStringLiteral("\\n"))
-                           .toUtf8() +
-                       '\n');
+            file.write(line.replace(QLatin1Char('\n'), QStringLiteral("\\n")).toUtf8() + '\n');
         return replacesId ? replacesId : ++m_lastId;
     }
 
