@@ -8,23 +8,16 @@ target_include_directories(desktop_session PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(desktop_session PUBLIC korvane_compile_rules Qt6::Core Qt6::Gui)
 target_compile_definitions(desktop_session PRIVATE KORVANE_ARTIFACTS="${CMAKE_CURRENT_BINARY_DIR}/artifacts")
 
-qt_add_executable(tst_e2e_banner tst_e2e_banner.cpp)
-target_link_libraries(tst_e2e_banner PRIVATE korvane_support desktop_session Qt6::Test Qt6::Gui)
-target_compile_definitions(tst_e2e_banner PRIVATE
-    KORVANE_CLIENT_BINARY="$<TARGET_FILE:korvane-client>"
-    KORVANE_FAKE_NOTIFYD="$<TARGET_FILE:fake_notifyd>"
-    KORVANE_MEDIA_DIR="$<TARGET_PROPERTY:gensounds_media,MEDIA_DIR>")
-add_dependencies(tst_e2e_banner korvane-client fake_notifyd)
-add_test(NAME tst_e2e_banner COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/desktop_session.sh $<TARGET_FILE:tst_e2e_banner>)
-set_tests_properties(tst_e2e_banner PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 180 RUN_SERIAL TRUE)
-
-qt_add_executable(tst_e2e_users tst_e2e_users.cpp)
-target_link_libraries(tst_e2e_users PRIVATE desktop_session Qt6::Core Qt6::Network Qt6::Test)
-target_compile_definitions(tst_e2e_users PRIVATE
-    KORVANE_CLIENT_BINARY="$<TARGET_FILE:korvane-client>"
-    KORVANE_DEVSERVER="$<TARGET_FILE:korvane-devserver>"
-    KORVANE_FAKE_NOTIFYD="$<TARGET_FILE:fake_notifyd>"
-    KORVANE_USER_CLIENT="${CMAKE_CURRENT_SOURCE_DIR}/e2e/user_client.sh")
-add_dependencies(tst_e2e_users korvane-client korvane-devserver fake_notifyd)
-add_test(NAME tst_e2e_users COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/desktop_session.sh $<TARGET_FILE:tst_e2e_users>)
-set_tests_properties(tst_e2e_users PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 300 RUN_SERIAL TRUE)
+foreach(name tst_e2e_banner tst_e2e_users)
+    qt_add_executable(${name} ${name}.cpp)
+    target_link_libraries(${name} PRIVATE korvane_support desktop_session Qt6::Test Qt6::Gui)
+    target_compile_definitions(${name} PRIVATE
+        KORVANE_CLIENT_BINARY="$<TARGET_FILE:korvane-client>"
+        KORVANE_DEVSERVER="$<TARGET_FILE:korvane-devserver>"
+        KORVANE_FAKE_NOTIFYD="$<TARGET_FILE:fake_notifyd>"
+        KORVANE_USER_CLIENT="${CMAKE_CURRENT_SOURCE_DIR}/e2e/user_client.sh"
+        KORVANE_MEDIA_DIR="$<TARGET_PROPERTY:gensounds_media,MEDIA_DIR>")
+    add_dependencies(${name} korvane-client korvane-devserver fake_notifyd)
+    add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/desktop_session.sh $<TARGET_FILE:${name}>)
+    set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 300 RUN_SERIAL TRUE)
+endforeach()

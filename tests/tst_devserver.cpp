@@ -7,14 +7,12 @@
 #include "core/Clock.h"
 #include "link/Encryption.h"
 #include "store/DVMessage.h"
+#include "support/FakeServer.h"
 
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -23,39 +21,38 @@ namespace {
 const QChar F(2); // fields
 const QChar R(3); // records
 
+// What the server logs of bad input; each test reads its own.
 QStringList warnings;
-QtMessageHandler previousHandler = nullptr;
-
-void catchWarnings(QtMsgType type, const QMessageLogContext &context, const QString &text)
+void catchWarnings(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     if (type == QtWarningMsg)
         warnings.append(text);
-    else
-        previousHandler(type, context, text);
 }
 
 // A client that speaks frames and keeps every payload the server sent.
-class TestClient : public QObject
+struct TestClient
 {
-public:
-    TestClient(quint16 port, const QString &userId) : m_userId(userId)
+    QTcpSocket socket;
+    QStringList received;
+    QString userId;
+    Encryption codec;
+
+    TestClient(quint16 port, const QString &user) : userId(user)
     {
-        connect(&socket, &QTcpSocket::readyRead, this, [this] {
-            m_codec.TCPMsgQueue.Enqueue(socket.readAll());
-            for (QString payload = m_codec.DecryptQ(); !payload.isEmpty(); payload = m_codec.DecryptQ())
+        QObject::connect(&socket, &QTcpSocket::readyRead, [this] {
+            codec.TCPMsgQueue.Enqueue(socket.readAll());
+            for (QString payload = codec.DecryptQ(); !payload.isEmpty(); payload = codec.DecryptQ())
                 received.append(payload);
         });
         socket.connectToHost(QHostAddress::LocalHost, port);
     }
-
     void send(const QString &code, const QString &data = QString())
     {
-        socket.write(
-            Encryption().Encrypt(code % (data.isNull() ? QString() : QChar(1) % data) % QChar(0) % m_userId));
+        socket.write(FakeServer::frame(FakeServer::command(code, data) % QChar(0) % userId));
     }
     void logOn(const QString &machine)
     {
-        send(u"USR"_s, u"UID="_s % m_userId % u"|MID="_s % machine % u"|USN=Name of "_s % m_userId %
+        send(u"USR"_s, u"UID="_s % userId % u"|MID="_s % machine % u"|USN=Name of "_s % userId %
                            u"|MIP=127.0.0.1|AGN=|LNG=1"_s % F % u"0.1.0"_s);
     }
     // Answers come in order, so once the answer to MID is here, all before it is too.
@@ -65,7 +62,6 @@ public:
         send(u"MID"_s);
         return QTest::qWaitFor([&] { return all(u"MID"_s).size() > ids; });
     }
-
     QStringList all(const QString &code) const
     {
         QStringList data;
@@ -76,12 +72,6 @@ public:
     }
     bool has(const QString &code) const { return !all(code).isEmpty(); }
     QString last(const QString &code) const { return all(code).value(all(code).size() - 1); }
-    QTcpSocket socket;
-    QStringList received;
-
-private:
-    QString m_userId;
-    Encryption m_codec;
 };
 
 // The ids of the records of an MSL, MSG or ALM batch.
@@ -136,13 +126,8 @@ class TestDevServer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Warnings are what the server logs of bad input; each test reads its own.
-    void init()
-    {
-        warnings.clear();
-        previousHandler = qInstallMessageHandler(catchWarnings);
-    }
-    void cleanup() { qInstallMessageHandler(previousHandler); }
+    void initTestCase() { qInstallMessageHandler(catchWarnings); }
+    void init() { warnings.clear(); }
 
     void heldMessagesUntilConfirmedPerMachine()
     {
@@ -175,9 +160,12 @@ private Q_SLOTS:
         }
     }
 
-    void messagesBetweenClients()
+    // Messages between clients, and what only an administrator may do refused
+    // to others, and logged.
+    void messagesAndRolesBetweenClients()
     {
         Fixture f;
+        f.state.users[u"alice"_s].role = 3;
         TestClient alice(f.server.port(), u"alice"_s), bob(f.server.port(), u"bob"_s);
         alice.logOn(u"m1"_s);
         bob.logOn(u"m2"_s);
@@ -209,6 +197,25 @@ private Q_SLOTS:
         QTRY_COMPARE(bob.last(u"MDE"_s), u"ID1,ID2"_s);
         got.ToObject(f.state.records.value(u"ID2"_s).text);
         QCOMPARE(got.Status, 3);
+
+        // Roles and others' policies are an administrator's to change.
+        bob.send(u"ADM"_s, u"bob"_s % F % u"3"_s);
+        bob.send(u"GPU"_s, u"EXIT;"_s);
+        alice.send(u"ADM"_s, u"bob, carol"_s % F % u"2"_s);
+        QTRY_COMPARE(bob.last(u"AUT"_s), u"2"_s);
+        QCOMPARE(f.state.users.value(u"carol"_s).role, 2);
+        alice.send(u"UPU"_s, u"bob"_s % F % u"SEND;"_s);
+        QTRY_COMPARE(bob.last(u"POL"_s), u"SEND;"_s);
+        QVERIFY(!bob.all(u"POL"_s).contains(u"EXIT;"_s));
+        QVERIFY(warnings.join(u'\n').contains(u"ADM refused to bob"_s));
+
+        // Groups come and go with their members.
+        bob.send(u"KVG"_s,
+                 QStringList{u"ops"_s, u"Operations"_s, QString(), u"bob"_s, u"Alice, bob"_s}.join(F));
+        bob.send(u"RPI"_s, u"M"_s);
+        QTRY_COMPARE(bob.last(u"RPU"_s), u"ops"_s % F % u"alice"_s % R % u"ops"_s % F % u"bob"_s);
+        bob.send(u"KVG"_s, u"ops"_s % F % F % F % F);
+        QTRY_VERIFY(!f.state.groups.contains(u"ops"_s));
     }
 
     void receiptsOfferedAgainUntilConfirmed()
@@ -233,34 +240,6 @@ private Q_SLOTS:
         }
     }
 
-    // What only an administrator may do is refused to others, and logged.
-    void rolesAndRefusals()
-    {
-        Fixture f;
-        f.state.users[u"alice"_s].role = 3;
-        TestClient alice(f.server.port(), u"alice"_s), bob(f.server.port(), u"bob"_s);
-        alice.logOn(u"m1"_s);
-        bob.logOn(u"m2"_s);
-        QTRY_VERIFY(alice.has(u"UGR"_s) && bob.has(u"UGR"_s));
-        bob.send(u"ADM"_s, u"bob"_s % F % u"3"_s);
-        bob.send(u"GPU"_s, u"EXIT;"_s);
-        alice.send(u"ADM"_s, u"bob, carol"_s % F % u"2"_s);
-        QTRY_COMPARE(bob.last(u"AUT"_s), u"2"_s);
-        QCOMPARE(f.state.users.value(u"carol"_s).role, 2);
-        alice.send(u"UPU"_s, u"bob"_s % F % u"SEND;"_s);
-        QTRY_COMPARE(bob.last(u"POL"_s), u"SEND;"_s);
-        QVERIFY(!bob.all(u"POL"_s).contains(u"EXIT;"_s));
-        QVERIFY(warnings.join(u'\n').contains(u"ADM refused to bob"_s));
-
-        // Groups come and go with their members.
-        bob.send(u"KVG"_s,
-                 QStringList{u"ops"_s, u"Operations"_s, QString(), u"bob"_s, u"Alice, bob"_s}.join(F));
-        bob.send(u"RPI"_s, u"M"_s);
-        QTRY_COMPARE(bob.last(u"RPU"_s), u"ops"_s % F % u"alice"_s % R % u"ops"_s % F % u"bob"_s);
-        bob.send(u"KVG"_s, u"ops"_s % F % F % F % F);
-        QTRY_VERIFY(!f.state.groups.contains(u"ops"_s));
-    }
-
     void badInputIsLoggedAndSurvived()
     {
         Fixture f;
@@ -279,71 +258,51 @@ private Q_SLOTS:
     void commandLine()
     {
         QTemporaryDir dir;
-        const QString state = dir.filePath(u"state.json"_s);
-        auto run = [&state](const QStringList &args, QString *out = nullptr, QString *err = nullptr) {
+        const QStringList state{u"--state"_s, dir.filePath(u"state.json"_s)};
+        QString out;
+        const auto run = [&state, &out](QProcess &process, const QStringList &args) {
+            process.setProcessChannelMode(QProcess::MergedChannels);
+            process.start(QStringLiteral(KORVANE_DEVSERVER_BINARY), state + args);
+            out.clear();
+            // A command runs to its end, a server until its log says where it listens (-1).
+            (void)QTest::qWaitFor(
+                [&] {
+                    out += QString::fromUtf8(process.readAll());
+                    return out.contains(u"listening on 127.0.0.1 port"_s) ||
+                           process.state() == QProcess::NotRunning;
+                },
+                20000);
+            out += QString::fromUtf8(process.readAll());
+            if (process.state() == QProcess::Running)
+                return -1;
+            return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+        };
+        const auto command = [&run](const QStringList &args) {
             QProcess cli;
-            cli.start(QStringLiteral(KORVANE_DEVSERVER_BINARY), QStringList{u"--state"_s, state} + args);
-            cli.waitForFinished(20000);
-            if (out)
-                *out = QString::fromUtf8(cli.readAllStandardOutput());
-            if (err)
-                *err = QString::fromUtf8(cli.readAllStandardError());
-            return cli.exitStatus() == QProcess::NormalExit ? cli.exitCode() : -1;
+            return run(cli, args);
         };
-        struct Server
-        {
-            QProcess process;
-            QString log;
-            quint16 port = 0;
-            ~Server()
-            {
-                process.kill();
-                process.waitForFinished();
-            }
-            bool start(const QString &state)
-            {
-                process.setProcessChannelMode(QProcess::MergedChannels);
-                process.start(QStringLiteral(KORVANE_DEVSERVER_BINARY),
-                              {u"--state"_s, state, u"--port"_s, u"0"_s});
-                const QRegularExpression listening(u"listening on 127.0.0.1 port (\\d+)"_s);
-                (void)QTest::qWaitFor(
-                    [&] {
-                        log += QString::fromUtf8(process.readAll());
-                        return listening.match(log).hasMatch() || process.state() == QProcess::NotRunning;
-                    },
-                    20000);
-                port = quint16(listening.match(log).captured(1).toUInt());
-                return port != 0;
-            }
-        };
+        const QStringList serve{u"--port"_s, u"0"_s};
 
-        QString out, err;
-        QVERIFY(run({u"list"_s}, nullptr, &err) != 0);
-        QVERIFY(err.contains(u"no korvane-devserver runs"_s));
-        auto first = std::make_unique<Server>();
-        QVERIFY2(first->start(state), qPrintable(first->log));
-        Server second;
-        QVERIFY(!second.start(state));
-        QVERIFY(second.log.contains(u"another korvane-devserver"_s));
-
-        TestClient alice(first->port, u"alice"_s);
-        alice.logOn(u"m1"_s);
-        QTRY_VERIFY(alice.has(u"UGR"_s));
-        QCOMPARE(run({u"send"_s, u"--to"_s, u"alice"_s, u"hello"_s}), 0);
-        QTRY_VERIFY(alice.has(u"MSG"_s));
-        DVMessage got;
-        got.ToObject(alice.last(u"MSG"_s));
-        QVERIFY(run({u"udp"_s, u"--to"_s, u"nobody"_s, u"REC"_s}, nullptr, &err) != 0);
-        QVERIFY(err.contains(u"no connected client"_s));
-        QVERIFY(run({u"send"_s, u"no --to"_s}) != 0);
+        QVERIFY(command({u"list"_s}) != 0);
+        QVERIFY(out.contains(u"no korvane-devserver runs"_s));
+        QProcess first, second, again;
+        QCOMPARE(run(first, serve), -1);
+        QVERIFY(run(second, serve) > 0);
+        QVERIFY(out.contains(u"another korvane-devserver"_s));
+        QCOMPARE(command({u"send"_s, u"--to"_s, u"alice"_s, u"hello"_s}), 0);
+        QVERIFY(command({u"udp"_s, u"--to"_s, u"nobody"_s, u"REC"_s}) != 0);
+        QVERIFY(out.contains(u"no connected client"_s));
+        QVERIFY(command({u"send"_s, u"no --to"_s}) != 0);
 
         // Stopped hard and started again: what it stored is still there.
-        first.reset();
-        Server again;
-        QVERIFY2(again.start(state), qPrintable(again.log));
-        QCOMPARE(run({u"list"_s}, &out), 0);
-        QVERIFY(out.contains(got.MsgID));
-        QVERIFY(out.contains(u"connected clients: 0"_s));
+        first.kill();
+        first.waitForFinished();
+        QCOMPARE(run(again, serve), -1);
+        QCOMPARE(command({u"list"_s}), 0);
+        QVERIFY2(out.contains(u"connected clients: 0\nstored messages and packages: 1\n"_s), qPrintable(out));
+        QVERIFY(out.contains(u" to \"alice\""_s));
+        again.kill();
+        again.waitForFinished();
     }
 };
 

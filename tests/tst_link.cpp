@@ -201,6 +201,16 @@ private Q_SLOTS:
         f.server.sendJoined({cmd(u"AUT"_s, u"admin"_s), cmd(u"IUS"_s, u"four"_s)});
         QTRY_COMPARE(f.frontend.questions.size(), 4);
         QCOMPARE(gUserInfos().MyAuthority(), qint16(0));
+
+        // A close in the middle of a frame: the next connection's first bytes complete it.
+        const QByteArray con = FakeServer::frame(cmd(u"CON"_s, u"a"_s));
+        f.server.sendBytes(con.left(7));
+        f.server.closeClient();
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        f.link().ConnectToServer();
+        QTRY_VERIFY(f.server.connections() == 2 && f.server.hasClient());
+        f.server.sendBytes(con.mid(7));
+        QTRY_COMPARE(f.server.receivedCodes().count(u"USR"_s), 2);
     }
 
     void configurationGoesBack()

@@ -11,6 +11,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <algorithm>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -29,12 +30,10 @@ bool run(const QString &program, const QStringList &arguments)
     return QProcess::execute(program, arguments) == 0;
 }
 
-QStringList names(const QList<DirectoryEntry> &entries)
+bool listed(const QList<DirectoryEntry> &entries, const QString &name)
 {
-    QStringList list;
-    for (const DirectoryEntry &entry : entries)
-        list << entry.Name;
-    return list;
+    return std::any_of(entries.cbegin(), entries.cend(),
+                       [&name](const DirectoryEntry &e) { return e.Name == name; });
 }
 
 } // namespace
@@ -88,11 +87,11 @@ private Q_SLOTS:
         members.sort();
         QCOMPARE(members, (QStringList{Member, Primary}));
 
-        const QStringList users = names(EnumUsers());
-        QVERIFY(users.contains(Primary));
+        const QList<DirectoryEntry> users = EnumUsers();
+        QVERIFY(listed(users, Primary));
         for (const QString &account : {u"root"_s, u"daemon"_s, u"nobody"_s, NoLogin})
-            QVERIFY2(!users.contains(account), qPrintable(account));
-        QVERIFY(names(EnumGroups()).contains(Ops));
+            QVERIFY2(!listed(users, account), qPrintable(account));
+        QVERIFY(listed(EnumGroups(), Ops));
     }
 };
 

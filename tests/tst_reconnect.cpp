@@ -109,14 +109,8 @@ private Q_SLOTS:
         QVERIFY(!f.link().tmrReconnect.isEnabled());
     }
 
-    void policyMinusOneAfterAnErrorAndAfterAClose()
+    void policyMinusOneAfterAClose()
     {
-        {
-            Fixture f(refusingPort(), 15, -1);
-            QTRY_COMPARE(f.link().SocketState(), int(ConnectionManager::sckError));
-            QVERIFY(!f.link().tmrReconnect.isEnabled());
-            QCOMPARE(attempts(), 1);
-        }
         FakeServer server;
         Fixture f(server.port(), 15, -1);
         QTRY_VERIFY(server.hasClient());

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QProcess>
 
+using namespace Qt::StringLiterals;
+
 namespace DesktopSession {
 
 QString run(const QString &program, const QStringList &arguments, int *exitCode)
@@ -17,45 +19,37 @@ QString run(const QString &program, const QStringList &arguments, int *exitCode)
 
 QString bannerWindow()
 {
-    return run(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                           QStringLiteral("--name"), QStringLiteral("Korvane banner")})
-        .section(QLatin1Char('\n'), 0, 0)
+    return run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"Korvane banner"_s})
+        .section(u'\n', 0, 0)
         .trimmed();
 }
 
 QRect geometryOf(const QString &window)
 {
-    const QString shell = run(QStringLiteral("xdotool"),
-                              {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), window});
-    const auto value = [&shell](QLatin1String key) {
-        for (const QString &line : shell.split(QLatin1Char('\n')))
-            if (line.section(QLatin1Char('='), 0, 0) == key)
-                return line.section(QLatin1Char('='), 1).toInt();
-        return -1;
+    const QString shell = run(u"xdotool"_s, {u"getwindowgeometry"_s, u"--shell"_s, window});
+    const auto value = [&shell](const QString &key) {
+        return shell.section(u'\n' + key + u'=', 1, 1).section(u'\n', 0, 0).toInt();
     };
-    return QRect(value(QLatin1String("X")), value(QLatin1String("Y")), value(QLatin1String("WIDTH")),
-                 value(QLatin1String("HEIGHT")));
+    return QRect(value(u"X"_s), value(u"Y"_s), value(u"WIDTH"_s), value(u"HEIGHT"_s));
 }
 
 QString titleOf(const QString &window)
 {
-    return run(QStringLiteral("xprop"), {QStringLiteral("-id"), window, QStringLiteral("_NET_WM_NAME")})
-        .trimmed();
+    return run(u"xprop"_s, {u"-id"_s, window, u"_NET_WM_NAME"_s}).trimmed();
 }
 
 QImage screenshot(const QString &name)
 {
     QDir().mkpath(QStringLiteral(KORVANE_ARTIFACTS));
-    const QString file = QStringLiteral(KORVANE_ARTIFACTS) + QLatin1Char('/') + name;
-    run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), file});
+    const QString file = QStringLiteral(KORVANE_ARTIFACTS) + u'/' + name;
+    run(u"import"_s, {u"-window"_s, u"root"_s, file});
     return QImage(file);
 }
 
 void clickAcknowledge(const QRect &banner)
 {
     const QPoint at(banner.x() + banner.width() - banner.height() / 2, banner.y() + banner.height() / 2);
-    run(QStringLiteral("xdotool"), {QStringLiteral("mousemove"), QString::number(at.x()),
-                                    QString::number(at.y()), QStringLiteral("click"), QStringLiteral("1")});
+    run(u"xdotool"_s, {u"mousemove"_s, QString::number(at.x()), QString::number(at.y()), u"click"_s, u"1"_s});
 }
 
 } // namespace DesktopSession

@@ -1,11 +1,9 @@
 // A notification service for the desktop tests: owns the well-known name on
 // the session bus and writes every notification it is given to a file, one
-// line each, as "id|replaces_id|summary|body" with line breaks shown as "\n".
+// line each, as "summary|body" with line breaks shown as "\n".
 #include <QCoreApplication>
-#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QFile>
-#include <QStringList>
 #include <QVariantMap>
 
 class Notifications final : public QObject
@@ -20,24 +18,11 @@ public Q_SLOTS:
     uint Notify(const QString &, uint replacesId, const QString &, const QString &summary,
                 const QString &body, const QStringList &, const QVariantMap &, int)
     {
-        const uint id = replacesId ? replacesId : ++m_lastId;
         QFile file(m_logFile);
-        if (file.open(QIODevice::WriteOnly | QIODevice::Append)) {
-            QString line = QString::number(id) + QLatin1Char('|') + QString::number(replacesId) +
-                           QLatin1Char('|') + summary + QLatin1Char('|') + body;
-            line.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
-            file.write((line + QLatin1Char('\n')).toUtf8());
-        }
-        return id;
-    }
-    QStringList GetCapabilities() { return {QStringLiteral("body")}; }
-    void CloseNotification(uint) {}
-    QString GetServerInformation(QString &vendor, QString &version, QString &specVersion)
-    {
-        vendor = QStringLiteral("tests");
-        version = QStringLiteral("1");
-        specVersion = QStringLiteral("1.2");
-        return QStringLiteral("fake_notifyd");
+        QString line = summary + QLatin1Char('|') + body;
+        if (file.open(QIODevice::WriteOnly | QIODevice::Append))
+            file.write(line.replace(QLatin1Char('\n'), QStringLiteral("\\n")).toUtf8() + '\n');
+        return replacesId ? replacesId : ++m_lastId;
     }
 
 private:

@@ -12,14 +12,15 @@ ClientProcess::~ClientProcess()
         signal(SIGKILL);
 }
 
-void ClientProcess::start(const TempProfile &profile, const QString &binary)
+void ClientProcess::start(const TempProfile &profile, const QString &binary, const QString &platform)
 {
+    m_logFile = profile.dataHome() + QStringLiteral("/Korvane/client.log");
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), profile.configHome());
     env.insert(QStringLiteral("XDG_DATA_HOME"), profile.dataHome());
     env.insert(QStringLiteral("XDG_RUNTIME_DIR"), profile.runtimeDir());
     env.insert(QStringLiteral("XDG_CONFIG_DIRS"), profile.systemConfigDir());
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
     process.setProcessEnvironment(env);
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(binary, {});
@@ -43,9 +44,16 @@ qint64 ClientProcess::rss() const
     return -1;
 }
 
-void ClientProcess::prepare(const TempProfile &profile, quint16 port)
+QString ClientProcess::log() const
 {
-    profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=Jane Doe\n");
+    QFile file(m_logFile);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+void ClientProcess::prepare(const TempProfile &profile, quint16 port, const QByteArray &userName,
+                            const QByteArray &options)
+{
+    profile.writeFile(QStringLiteral("config/Korvane/Client.conf"), "[Options]\nUserName=" + userName + "\n");
     profile.writeFile(QStringLiteral("config/Korvane/KorvaneClient.ini"),
-                      "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) + "\n");
+                      "[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) + "\n" + options);
 }

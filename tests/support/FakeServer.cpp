@@ -6,30 +6,40 @@
 #include <QTimer>
 #include <QUdpSocket>
 
-FakeServer::FakeServer(quint16 port)
+FakeServer::FakeServer()
 {
-    m_server.listen(QHostAddress::LocalHost, port);
-    connect(&m_server, &QTcpServer::newConnection, this, &FakeServer::onNewConnection);
-}
-
-FakeServer::~FakeServer()
-{
-    qDeleteAll(m_decoders);
+    m_server.listen(QHostAddress::LocalHost);
+    connect(&m_server, &QTcpServer::newConnection, this, [this] {
+        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+            const int connection = int(m_peers.size());
+            m_peers.push_back({socket, std::make_unique<Encryption>()});
+            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket, connection] {
+                Encryption &decoder = *m_peers[connection].decoder;
+                decoder.TCPMsgQueue.Enqueue(socket->readAll());
+                for (QString payload = decoder.DecryptQ(); !payload.isEmpty(); payload = decoder.DecryptQ()) {
+                    received << payload;
+                    receivedFrom << connection;
+                    Q_EMIT payloadReceived(payload);
+                }
+            });
+        }
+    });
 }
 
 void FakeServer::sendTo(int connection, const QString &payload)
 {
-    if (connection >= 0 && connection < m_connectionsList.size() && m_connectionsList[connection]) {
-        m_connectionsList[connection]->write(frame(payload));
-        m_connectionsList[connection]->flush();
+    if (connection >= 0 && connection < connections() && m_peers[connection].socket) {
+        m_peers[connection].socket->write(frame(payload));
+        m_peers[connection].socket->flush();
     }
 }
 
 void FakeServer::sendBytes(const QByteArray &bytes)
 {
-    if (m_client) {
-        m_client->write(bytes);
-        m_client->flush();
+    if (QTcpSocket *socket = client()) {
+        socket->write(bytes);
+        socket->flush();
     }
 }
 
@@ -49,29 +59,17 @@ void FakeServer::sendSplit(const QString &payload, int chunk)
         QTimer::singleShot(delay, this, [this, piece = bytes.mid(at, chunk)] { sendBytes(piece); });
 }
 
-void FakeServer::sendDelayed(const QString &payload, int milliseconds)
-{
-    QTimer::singleShot(milliseconds, this, [this, payload] { send(payload); });
-}
-
-void FakeServer::sendPartThenClose(const QString &payload, int bytes)
-{
-    sendBytes(frame(payload).left(bytes));
-    closeClient();
-}
-
 void FakeServer::closeClient()
 {
-    if (m_client) {
-        m_client->flush();
-        m_client->disconnectFromHost();
+    if (QTcpSocket *socket = client()) {
+        socket->flush();
+        socket->disconnectFromHost();
     }
 }
 
 void FakeServer::sendUdp(const QByteArray &datagram, quint16 port) const
 {
-    QUdpSocket socket;
-    socket.writeDatagram(datagram, QHostAddress::LocalHost, port);
+    QUdpSocket().writeDatagram(datagram, QHostAddress::LocalHost, port);
 }
 
 QStringList FakeServer::receivedCodes() const
@@ -80,37 +78,6 @@ QStringList FakeServer::receivedCodes() const
     for (const QString &payload : received)
         codes << codeOf(payload);
     return codes;
-}
-
-void FakeServer::onNewConnection()
-{
-    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-        m_client = socket;
-        ++m_connections;
-        m_connectionsList.append(socket);
-        m_decoders.append(new Encryption);
-        socket->setProperty("connection", int(m_connectionsList.size() - 1));
-        connect(socket, &QTcpSocket::readyRead, this, &FakeServer::onReadyRead);
-        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        Q_EMIT clientConnected();
-    }
-}
-
-void FakeServer::onReadyRead()
-{
-    auto *socket = qobject_cast<QTcpSocket *>(sender());
-    if (!socket)
-        return;
-    const int connection = socket->property("connection").toInt();
-    Encryption &decoder = *m_decoders[connection];
-    decoder.TCPMsgQueue.Enqueue(socket->readAll());
-    for (QString payload = decoder.DecryptQ(); !payload.isEmpty(); payload = decoder.DecryptQ()) {
-        if (m_dropIncoming)
-            continue;
-        received << payload;
-        receivedFrom << connection;
-        Q_EMIT payloadReceived(payload);
-    }
 }
 
 QStringList FakeServer::confirmedIds() const
@@ -122,8 +89,7 @@ QStringList FakeServer::confirmedIds() const
     return ids;
 }
 
-QString FakeServer::record(const QString &id, const QString &subject, const QString &text,
-                           const QString &target, const QString &agent)
+QString FakeServer::record(const QString &id, const QString &subject, const QString &text)
 {
     DVMessage m;
     m.MsgID = id;
@@ -132,8 +98,6 @@ QString FakeServer::record(const QString &id, const QString &subject, const QStr
     m.UserID = QStringLiteral("author");
     m.UserName = QStringLiteral("The Author");
     m.MachineID = QStringLiteral("ws-1");
-    m.Target = target;
-    m.Agent = agent;
     m.ReceiptRequired = true;
     m.DeleteAtExpiration = true;
     m.Status = StatusActive;

@@ -9,21 +9,22 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
-// A scriptable server on loopback for tests: it speaks the frames, can split,
-// join, delay and drop them, records what the client sent, and sends UDP orders.
+#include <memory>
+#include <vector>
+
+// A scriptable server on loopback for tests: it speaks the frames, can split
+// and join them, records what the client sent, and sends UDP orders.
 class FakeServer final : public QObject
 {
     Q_OBJECT
 public:
-    // On the given port of loopback; 0 takes any free one.
-    explicit FakeServer(quint16 port = 0);
-    ~FakeServer() override;
+    FakeServer();
 
     quint16 port() const { return m_server.serverPort(); }
-    // The client's connection, once there is one.
-    QTcpSocket *client() const { return m_client; }
-    bool hasClient() const { return m_client && m_client->state() == QAbstractSocket::ConnectedState; }
-    int connections() const { return m_connections; }
+    // The latest client's connection, once there is one.
+    QTcpSocket *client() const { return m_peers.empty() ? nullptr : m_peers.back().socket.data(); }
+    bool hasClient() const { return client() && client()->state() == QAbstractSocket::ConnectedState; }
+    int connections() const { return int(m_peers.size()); }
 
     // One whole frame around the payload (Chr(1) and the other separators as given).
     static QByteArray frame(const QString &payload) { return Encryption().Encrypt(payload); }
@@ -42,18 +43,12 @@ public:
     // One frame cut into pieces of `chunk` bytes, each its own write a few
     // milliseconds after the last, so that the client reads them apart.
     void sendSplit(const QString &payload, int chunk);
-    void sendDelayed(const QString &payload, int milliseconds);
-    // Writes the first `bytes` bytes of a frame, then closes the connection.
-    void sendPartThenClose(const QString &payload, int bytes);
     void closeClient();
-    // Frames from the client are dropped instead of recorded while this is set.
-    void setDropIncoming(bool drop) { m_dropIncoming = drop; }
-
     void sendUdp(const QByteArray &datagram, quint16 port) const;
 
-    // Every payload the client sent, whole: code, data, Chr(0) and the user id.
+    // Every payload the client sent, whole: code, data, Chr(0) and the user id,
+    // and which connection (0 first) sent each of them.
     QStringList received;
-    // Which connection (0 first) sent each of them.
     QList<int> receivedFrom;
     // The codes of what the client sent, in order.
     QStringList receivedCodes() const;
@@ -63,23 +58,18 @@ public:
     }
     // The MsgIDs of the client's CMS confirmations, in order.
     QStringList confirmedIds() const;
-    // An active record for everyone (or the target) that never expires, as a
-    // server would send it.
-    static QString record(const QString &id, const QString &subject, const QString &text,
-                          const QString &target = QString(), const QString &agent = QString());
+    // An active record for everyone that never expires, as a server would send it.
+    static QString record(const QString &id, const QString &subject, const QString &text);
 
 Q_SIGNALS:
-    void clientConnected();
     void payloadReceived(const QString &payload);
 
 private:
-    void onNewConnection();
-    void onReadyRead();
-
+    struct Peer
+    {
+        QPointer<QTcpSocket> socket;
+        std::unique_ptr<Encryption> decoder;
+    };
     QTcpServer m_server;
-    QPointer<QTcpSocket> m_client;
-    QList<QPointer<QTcpSocket>> m_connectionsList;
-    QList<Encryption *> m_decoders;
-    int m_connections = 0;
-    bool m_dropIncoming = false;
+    std::vector<Peer> m_peers;
 };

@@ -56,7 +56,6 @@ public:
     void SetTrayIcon(int image, const QString &tip) override
     {
         trayImage = image;
-        trayTip = tip;
         events.append(QStringLiteral("tray %1 %2").arg(image).arg(tip));
     }
     void RemoveTrayIcon() override
@@ -126,7 +125,6 @@ public:
     QStringList events;
     ClientMenu lastMenu;
     int trayImage = -1;
-    QString trayTip;
 
 private:
     QString nextText(const QString &kind, const QString &prompt, const QString &caption, int icon,
