@@ -46,6 +46,17 @@ Policies parsed(const QString &text, const QString &before = QString())
     return policies;
 }
 
+// The flags in the order of their keys, as 0s and 1s.
+QString flagBits(const Policies &p)
+{
+    QString bits;
+    for (bool flag : {p.CanSendMessages, p.CanCreateRepeating, p.CanRequestNotification, p.UseDomainGroups,
+                      p.UseKorvanGroups, p.CanExitClient, p.CanModifyDisplayOptions, p.CanAdminister,
+                      p.CanLinkDocument, p.CanSendToAll, p.CanBroadcast})
+        bits += flag ? u'1' : u'0';
+    return bits;
+}
+
 } // namespace
 
 class TestRecords : public QObject
@@ -120,8 +131,14 @@ private Q_SLOTS:
     void policyFlags()
     {
         // Each key turns its own flag away from the default, and no other.
-        for (const QString &key : u"MSGS RPTG NOTE NTDG KVGG EXIT DSPO ADMN LINK SEND BRDC"_s.split(u' '))
-            QCOMPARE(parsed(key + u';').ToString(), key + u';');
+        const QStringList keys = u"MSGS RPTG NOTE NTDG KVGG EXIT DSPO ADMN LINK SEND BRDC"_s.split(u' ');
+        for (int i = 0; i < keys.size(); ++i) {
+            const Policies one = parsed(keys[i] + u';');
+            QCOMPARE(one.ToString(), keys[i] + u';');
+            QString expected = flagBits(Policies());
+            expected[i] = expected[i] == u'1' ? u'0' : u'1';
+            QCOMPARE(flagBits(one), expected);
+        }
         // Every field written back, in its order, over what came before.
         const QString all =
             u"MSGS;RPTG;NOTE;NTDG;KVGG;EXIT;DSPO;ADMN;LFTM=14;DEXT=pif;LINK;SEND;BRDC;RCON=-1;"_s;
