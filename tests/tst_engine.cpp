@@ -62,7 +62,7 @@ private Q_SLOTS:
         QCOMPARE(logText().count(u" -- Ending application: Unknown reason.\n"_s), 2);
     }
 
-    void menuFollowsConnectionAndLanguage()
+    void menuAndExit()
     {
         TempProfile profile;
         RecordingFrontend frontend;
@@ -73,6 +73,10 @@ private Q_SLOTS:
         QVERIFY(menu.entry(ClientMenu::mnuExit).enabled);
         QVERIFY(!menu.entry(ClientMenu::mnuSend).enabled);
         QVERIFY(!menu.entry(ClientMenu::mnuConfiguration).visible);
+        engine.MenuItemClicked(ClientMenu::mnuStatus);
+        QCOMPARE(frontend.questions.last().text, u"Connection status: Closed"_s);
+        engine.MenuItemClicked(ClientMenu::mnuLog);
+        QCOMPARE(frontend.events.last(), u"log "_s + LogFile::path());
 
         engine.connection()->ConnectedToServer = true;
         engine.SetMenu();
@@ -87,26 +91,14 @@ private Q_SLOTS:
         QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuExit).caption, StringTable::raw(10412));
         // Items without a resource keep their English caption.
         QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuLog).caption, u"Log"_s);
-    }
 
-    void exitIsAskedFirst()
-    {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        gProcess().AppDataPath = profile.dataHome();
-        KorvanClient engine;
-        QVERIFY(engine.Load());
+        // Exit is asked first.
+        gOptions().Language = 0;
         QSignalSpy quit(&engine, &KorvanClient::quitRequested);
         frontend.answerBox(ResultNo);
         engine.MenuItemClicked(ClientMenu::mnuExit);
         QCOMPARE(quit.size(), 0);
         QCOMPARE(frontend.questions.last().buttons, int(ButtonsYesNo));
-
-        engine.MenuItemClicked(ClientMenu::mnuStatus);
-        QCOMPARE(frontend.questions.last().text, u"Connection status: Closed"_s);
-        engine.MenuItemClicked(ClientMenu::mnuLog);
-        QCOMPARE(frontend.events.last(), u"log "_s + LogFile::path());
-
         frontend.answerBox(ResultYes);
         engine.MenuItemClicked(ClientMenu::mnuExit);
         QCOMPARE(quit.size(), 1);

@@ -1,19 +1,15 @@
 #include "core/AppPaths.h"
 #include "core/Globals.h"
-#include "core/Log.h"
 #include "core/Options.h"
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
 #include "engine/KorvanClient.h"
 #include "engine/ProcessGlobals.h"
 #include "engine/ProgramStart.h"
-#include "store/DBFunctions.h"
-#include "store/Database.h"
+#include "support/LogText.h"
 #include "support/RecordingFrontend.h"
-#include "support/TempProfile.h"
+#include "support/StoreFixture.h"
 
-#include <QFile>
-#include <QSqlQuery>
 #include <QTest>
 
 #include <grp.h>
@@ -30,12 +26,6 @@ private:
     static void presetUser(const TempProfile &profile, const QByteArray &name = "Jane Doe")
     {
         profile.writeFile(u"config/Korvane/Client.conf"_s, "[Options]\nUserName=" + name + "\n");
-    }
-
-    static QString logText()
-    {
-        QFile file(LogFile::path());
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
     }
 
 private Q_SLOTS:
@@ -57,11 +47,10 @@ private Q_SLOTS:
         // The login's own groups, its primary one included, count for targeting.
         const group *primary = getgrgid(getpwuid(geteuid())->pw_gid);
         QVERIFY(primary);
-        QSqlQuery *mine = TempDB().query(u"SELECT GroupType FROM GroupsIBelongTo WHERE GroupName = ?"_s,
-                                         {QString::fromLocal8Bit(primary->gr_name)});
-        QVERIFY(mine && mine->next());
-        QCOMPARE(mine->value(0).toString(), u"D"_s);
-        mine->finish();
+        QCOMPARE(
+            StoreFixture::column(TempDB(), u"SELECT GroupType FROM GroupsIBelongTo WHERE GroupName = '"_s +
+                                               QString::fromLocal8Bit(primary->gr_name) + u"'"_s),
+            QStringList{u"D"_s});
     }
 
     void traceQuestionComesBeforeTheLogIsRenewed()
@@ -86,7 +75,7 @@ private Q_SLOTS:
         }
     }
 
-    void nameIsAskedUntilGivenAndThenKept()
+    void nameIsAskedUntilGivenAndThenKeptAndTheLanguage()
     {
         TempProfile profile;
         RecordingFrontend frontend;
@@ -102,11 +91,8 @@ private Q_SLOTS:
         ProgramStart::FindUserName();
         QCOMPARE(frontend.questions.size(), 3);
         QCOMPARE(gUserInfos().UserName, u"Zoë O'Brien"_s);
-    }
 
-    void languageFromTheUserStoreElseTheSettings()
-    {
-        TempProfile profile;
+        // The language comes from the user store, else from the settings.
         gOptions().Language = 1;
         ProgramStart::SetLanguage();
         QCOMPARE(gUserInfos().Language, qint16(1));

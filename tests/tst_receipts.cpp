@@ -1,17 +1,10 @@
 // What leaves for the server on the user's behalf, and the receipts that come back.
-#include "core/Globals.h"
-#include "core/Log.h"
 #include "core/UserInfos.h"
 #include "delivery/Receipts.h"
-#include "store/DBFunctions.h"
-#include "store/Database.h"
-#include "store/DateText.h"
 #include "store/MessageCodes.h"
-#include "support/FakeClock.h"
 #include "support/RecordingFrontend.h"
-#include "support/TempProfile.h"
+#include "support/StoreFixture.h"
 
-#include <QSqlQuery>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -21,28 +14,13 @@ class TestReceipts : public QObject
     Q_OBJECT
 
 private:
-    struct Fixture
+    struct Fixture : StoreFixture
     {
-        TempProfile profile;
-        FakeClock clock{FakeClock::at(2026, 11, 23, 10, 0, 0)};
         RecordingFrontend frontend;
         QStringList sent;
-        Receipts receipts{[this](const QString &p) {
-            sent << p;
-            return true;
-        }};
+        Receipts receipts{[this](const QString &p) { return !(sent << p).isEmpty(); }};
 
-        Fixture()
-        {
-            gProcess().AppDataPath = profile.dataHome();
-            ReplaceUserInfos(UserInfos(u"jdoe"_s));
-            InitializeDB(profile.dataHome());
-        }
-        ~Fixture()
-        {
-            ClientDB().close();
-            TempDB().close();
-        }
+        Fixture() { ReplaceUserInfos(UserInfos(u"jdoe"_s)); }
     };
 
     static DVMessage mine(const QString &id)
@@ -50,9 +28,9 @@ private:
         DVMessage m;
         m.MsgID = id;
         m.Subject = u"Mine"_s;
+        m.ExpirationDate = FakeClock::at(2026, 12, 1);
         m.UserID = u"jdoe"_s;
         m.Status = StatusActive;
-        m.ExpirationDate = FakeClock::at(2026, 12, 1, 0, 0, 0);
         return m;
     }
 
@@ -79,12 +57,8 @@ private Q_SLOTS:
         // Only what was stored is confirmed, each id followed by the separator.
         QCOMPARE(f.sent, QStringList{u"CRC"_s + QChar(1) + u"R1"_s + QChar(2) + u"R3"_s + QChar(2) + u"R4"_s +
                                      QChar(2)});
-        QSqlQuery *rows = ClientDB().query(u"SELECT ReceiptID FROM Receipt ORDER BY ReceiptID"_s);
-        QStringList ids;
-        while (rows && rows->next())
-            ids << rows->value(0).toString();
-        rows->finish();
-        QCOMPARE(ids, (QStringList{u"R1"_s, u"R3"_s, u"R4"_s}));
+        QCOMPARE(StoreFixture::column(ClientDB(), u"SELECT ReceiptID FROM Receipt ORDER BY ReceiptID"_s),
+                 (QStringList{u"R1"_s, u"R3"_s, u"R4"_s}));
         // One popup gathers the readers, by name or else by id.
         QCOMPARE(f.frontend.popups.last(), u"Message read by:\nAnn Lee\ncy"_s);
 
@@ -101,7 +75,7 @@ private Q_SLOTS:
         // With the console's list loaded, the last one also goes to its copy.
         gSession().AllMessagesLoaded = true;
         f.receipts.GetReceipt(receipt(u"R6"_s, u"M1"_s, u"fi"_s, u"Fi"_s, false));
-        QVERIFY(TempDB().query(u"SELECT 1 FROM Receipt WHERE ReceiptID = 'R6'"_s)->next());
+        QCOMPARE(StoreFixture::count(TempDB(), u"SELECT count(*) FROM Receipt WHERE ReceiptID = 'R6'"_s), 1);
     }
 
     void outgoingRecords()
@@ -110,28 +84,28 @@ private Q_SLOTS:
         QVERIFY(ClientDB().exec(u"INSERT INTO MyGroupUsers VALUES ('team', 'a'), ('team', 'b')"_s));
         DVMessage msg = mine(u"N1"_s);
         msg.Target = u"team,c"_s;
+        // The last command's fields: message id, expiration, record, delivery flag.
+        const auto fields = [&f] { return f.sent.last().section(QChar(1), 1).split(QChar(2)); };
+        const auto record = [&fields] {
+            DVMessage sent;
+            sent.ToObject(fields()[2]);
+            return sent;
+        };
         f.receipts.MsgNew(msg);
-        const QStringList fields = f.sent.last().section(QChar(1), 1).split(QChar(2));
-        QCOMPARE(fields[0], u"N1"_s);
-        QCOMPARE(fields[3], u"0"_s);
-        DVMessage sent;
-        sent.ToObject(fields[2]);
-        QCOMPARE(sent.Target, u"a,b,c"_s);
+        QCOMPARE(fields()[0], u"N1"_s);
+        QCOMPARE(fields()[3], u"0"_s);
+        QCOMPARE(record().Target, u"a,b,c"_s);
 
         // A scheduled message lives on: "1".
         msg.MsgDelivery = DeliveryScheduled;
         f.frontend.answerBox(ResultYes);
         f.receipts.MsgEdit(msg);
-        const QStringList edited = f.sent.last().section(QChar(1), 1).split(QChar(2));
-        QCOMPARE(edited[3], u"1"_s);
-        sent.ToObject(edited[2]);
-        QCOMPARE(sent.Status, qint32(StatusResubmitted));
-
+        QCOMPARE(fields()[3], u"1"_s);
+        QCOMPARE(record().Status, qint32(StatusResubmitted));
         f.frontend.answerBox(ResultNo);
         f.receipts.PkgEdit(msg);
         QVERIFY(f.sent.last().startsWith(u"PKG"_s));
-        sent.ToObject(f.sent.last().section(QChar(1), 1).split(QChar(2))[2]);
-        QCOMPARE(sent.Status, qint32(StatusActive));
+        QCOMPARE(record().Status, qint32(StatusActive));
 
         // A reply is kept in Outbox before it leaves.
         DVMessage reply = mine(u"RE1"_s);

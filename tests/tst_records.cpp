@@ -30,8 +30,8 @@ DVMessage record(qint16 delivery, qint16 repeatValue)
     DVMessage m;
     m.MsgID = u"M7"_s;
     m.MsgDelivery = delivery;
-    m.RepeatValue = repeatValue;
     m.ExpirationDate = at(2024, 5, 18, 17, 30);
+    m.RepeatValue = repeatValue;
     m.UserID = u"author"_s;
     m.Target = u"bob,alice"_s;
     m.Notify = true;
@@ -46,25 +46,16 @@ Policies parsed(const QString &text, const QString &before = QString())
     return policies;
 }
 
-struct Flag
+// The flags in the order of their keys, as 0s and 1s.
+QString flagBits(const Policies &p)
 {
-    const char *key;
-    bool Policies::*field;
-};
-
-const Flag flags[] = {
-    {"MSGS", &Policies::CanSendMessages},
-    {"RPTG", &Policies::CanCreateRepeating},
-    {"NOTE", &Policies::CanRequestNotification},
-    {"NTDG", &Policies::UseDomainGroups},
-    {"KVGG", &Policies::UseKorvanGroups},
-    {"EXIT", &Policies::CanExitClient},
-    {"DSPO", &Policies::CanModifyDisplayOptions},
-    {"ADMN", &Policies::CanAdminister},
-    {"LINK", &Policies::CanLinkDocument},
-    {"SEND", &Policies::CanSendToAll},
-    {"BRDC", &Policies::CanBroadcast},
-};
+    QString bits;
+    for (bool flag : {p.CanSendMessages, p.CanCreateRepeating, p.CanRequestNotification, p.UseDomainGroups,
+                      p.UseKorvanGroups, p.CanExitClient, p.CanModifyDisplayOptions, p.CanAdminister,
+                      p.CanLinkDocument, p.CanSendToAll, p.CanBroadcast})
+        bits += flag ? u'1' : u'0';
+    return bits;
+}
 
 } // namespace
 
@@ -139,28 +130,26 @@ private Q_SLOTS:
 
     void policyFlags()
     {
-        // Each key turns exactly its own field away from the default, and reads back.
-        const Policies defaults;
-        Policies all;
-        for (const Flag &flag : flags) {
-            const Policies one = parsed(QString::fromLatin1(flag.key) + u';');
-            for (const Flag &other : flags)
-                QCOMPARE(one.*other.field,
-                         &other == &flag ? !(defaults.*other.field) : defaults.*other.field);
-            all.*flag.field = !(all.*flag.field);
+        // Each key turns its own flag away from the default, and no other.
+        const QStringList keys = u"MSGS RPTG NOTE NTDG KVGG EXIT DSPO ADMN LINK SEND BRDC"_s.split(u' ');
+        for (int i = 0; i < keys.size(); ++i) {
+            const Policies one = parsed(keys[i] + u';');
+            QCOMPARE(one.ToString(), keys[i] + u';');
+            QString expected = flagBits(Policies());
+            expected[i] = expected[i] == u'1' ? u'0' : u'1';
+            QCOMPARE(flagBits(one), expected);
         }
-        all.Lifetime = 14;
-        all.DeniedExtensions = u"pif"_s;
-        all.Reconnect = -1;
-        const QString text = all.ToString();
-        QCOMPARE(text, u"MSGS;RPTG;NOTE;NTDG;KVGG;EXIT;DSPO;ADMN;LFTM=14;DEXT=pif;LINK;SEND;BRDC;RCON=-1;"_s);
-        QCOMPARE(parsed(text, u"LFTM=2;RCON=3;DEXT=a;"_s).ToString(), text);
+        // Every field written back, in its order, over what came before.
+        const QString all =
+            u"MSGS;RPTG;NOTE;NTDG;KVGG;EXIT;DSPO;ADMN;LFTM=14;DEXT=pif;LINK;SEND;BRDC;RCON=-1;"_s;
+        Policies policies = parsed(all, u"LFTM=2;RCON=3;DEXT=a;"_s);
+        QCOMPARE(policies.ToString(), all);
 
         // Full rights grant sending to all; the timer and the personal flag stay.
-        all.PersonalPolicies = true;
-        all.SetFullRights();
-        QCOMPARE(all.ToString(), u"SEND;RCON=-1;"_s);
-        QVERIFY(all.PersonalPolicies);
+        policies.PersonalPolicies = true;
+        policies.SetFullRights();
+        QCOMPARE(policies.ToString(), u"SEND;RCON=-1;"_s);
+        QVERIFY(policies.PersonalPolicies);
     }
 
     void serverConfig()
@@ -185,27 +174,17 @@ private Q_SLOTS:
         QCOMPARE(reader.GenPort, 77);
     }
 
-    void roles_data()
-    {
-        QTest::addColumn<int>("authority");
-        QTest::addColumn<QString>("roles"); // user, postmaster, packager, administrator
-        QTest::newRow("user") << 0 << u"1000"_s;
-        QTest::newRow("postmaster") << 1 << u"0100"_s;
-        QTest::newRow("packager") << 2 << u"0110"_s;
-        QTest::newRow("administrator") << 3 << u"0111"_s;
-        QTest::newRow("above administrator") << 4 << u"0110"_s;
-        QTest::newRow("negative") << -1 << u"0000"_s;
-    }
-
     void roles()
     {
-        QFETCH(int, authority);
-        QFETCH(QString, roles);
-        UserInfos user(u"u"_s);
-        user.setMyAuthority(static_cast<qint16>(authority));
-        QCOMPARE(QString::number(user.IsUser()) + QString::number(user.IsPostmaster()) +
-                     QString::number(user.IsPackager()) + QString::number(user.IsAdministrator()),
-                 roles);
+        // User, postmaster, packager, administrator for the authorities -1 to 4.
+        const QStringList roles = {u"0000"_s, u"1000"_s, u"0100"_s, u"0110"_s, u"0111"_s, u"0110"_s};
+        for (int authority = -1; authority <= 4; ++authority) {
+            UserInfos user(u"u"_s);
+            user.setMyAuthority(static_cast<qint16>(authority));
+            QCOMPARE(QString::number(user.IsUser()) + QString::number(user.IsPostmaster()) +
+                         QString::number(user.IsPackager()) + QString::number(user.IsAdministrator()),
+                     roles[authority + 1]);
+        }
     }
 };
 

@@ -24,7 +24,8 @@ private:
         Options options;
         options.Server = u"left alone"_s;
         options.Font.Bold = true;
-        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
+        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s,
+                           profile.path() + u"/etc/KorvaneClient.ini"_s);
         options.ReadOptions();
         return options;
     }
@@ -112,11 +113,7 @@ private Q_SLOTS:
     {
         TempProfile profile;
         profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Options]\nHost=central\nClientPort=4000\n");
-        profile.writeFile(u"KorvaneClient.ini"_s, "[Options]\nClientPort=5000\n");
-        Options options;
-        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s,
-                           profile.path() + u"/etc/KorvaneClient.ini"_s);
-        options.ReadOptions();
+        const Options options = read(profile, "[Options]\nClientPort=5000\n");
         QCOMPARE(options.Server, u"central"_s);
         QCOMPARE(options.ClientPort, 5000);
     }

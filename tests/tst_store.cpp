@@ -22,18 +22,16 @@ DVMessage message(const QString &id, const QString &subject = u"Subject"_s)
     m.Subject = subject;
     m.Message = u"Body of "_s + id;
     m.MsgLevel = u"Warning"_s;
-    m.UserID = u"author"_s;
-    m.Status = StatusActive;
     m.ReceiptRequired = true;
     m.CreationDate = FakeClock::at(2026, 11, 23, 9, 0, 0);
-    m.ExpirationDate = FakeClock::at(2030, 1, 1, 0, 0, 0);
+    m.ExpirationDate = FakeClock::at(2030, 1, 1);
+    m.UserID = u"author"_s;
+    m.Status = StatusActive;
     return m;
 }
 
-int count(Database &database, const QString &sql)
-{
-    return StoreFixture::count(database, sql);
-}
+const auto count = StoreFixture::count;
+const auto column = StoreFixture::column;
 
 } // namespace
 
@@ -144,15 +142,13 @@ private Q_SLOTS:
             m.Status = StatusFinished;
             QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, false));
         }
+        const QString ids = u"SELECT MsgID FROM Inbox ORDER BY MsgID"_s;
         PurgeInboxExpired(u"Inbox"_s);
-        QVERIFY(!MessageExist(ClientDB(), u"Inbox"_s, u"before"_s));
-        QVERIFY(!MessageExist(ClientDB(), u"Inbox"_s, u"zero"_s));
-        QVERIFY(MessageExist(ClientDB(), u"Inbox"_s, u"this-minute"_s));
+        QCOMPARE(column(ClientDB(), ids), (QStringList{u"later"_s, u"this-minute"_s}));
         // The purge runs at every start, a minute later too.
         f.clock.advanceSeconds(60);
         QVERIFY(f.reopen());
-        QVERIFY(!MessageExist(ClientDB(), u"Inbox"_s, u"this-minute"_s));
-        QVERIFY(MessageExist(ClientDB(), u"Inbox"_s, u"later"_s));
+        QCOMPARE(column(ClientDB(), ids), QStringList{u"later"_s});
     }
 
     void saveAndReadRules()
@@ -235,13 +231,9 @@ private Q_SLOTS:
         StoreFixture f;
         QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, message(u"OLD"_s), false, false));
         // What a first-version file looks like: the tables without the scan indexes.
-        QSqlQuery *indexes = ClientDB().query(u"SELECT name FROM sqlite_master WHERE type = 'index' AND name "
-                                              "NOT LIKE 'sqlite_%'"_s);
-        QStringList names;
-        while (indexes && indexes->next())
-            names << indexes->value(0).toString();
-        indexes->finish();
-        for (const QString &index : names)
+        for (const QString &index :
+             column(ClientDB(),
+                    u"SELECT name FROM sqlite_master WHERE type = 'index' AND name NOT LIKE 'sqlite_%'"_s))
             QVERIFY(ClientDB().exec(u"DROP INDEX "_s + index));
         QVERIFY(ClientDB().setUserVersion(1));
 

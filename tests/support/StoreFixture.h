@@ -42,4 +42,15 @@ struct StoreFixture
             rows->finish();
         return result;
     }
+    // The first column of every row.
+    static QStringList column(Database &database, const QString &sql)
+    {
+        QStringList values;
+        QSqlQuery *rows = database.query(sql);
+        while (rows && rows->next())
+            values << rows->value(0).toString();
+        if (rows)
+            rows->finish();
+        return values;
+    }
 };
