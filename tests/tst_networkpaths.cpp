@@ -52,7 +52,6 @@ private Q_SLOTS:
         QTest::newRow("climbing out of the share")
             << u"\\\\srv\\media\\..\\..\\etc\\passwd"_s << true << QString();
         QTest::newRow("share not mounted") << u"\\\\other\\share\\f"_s << true << QString();
-        QTest::newRow("on a network mount") << u"/home/shared/doc.pdf"_s << true << u"/home/shared/doc.pdf"_s;
         QTest::newRow("local") << u"/home/me/doc.pdf"_s << false << QString();
         QTest::newRow("relative") << u"doc.pdf"_s << false << QString();
         QTest::newRow("server without share") << u"\\\\srv"_s << false << QString();
@@ -65,6 +64,23 @@ private Q_SLOTS:
         QFETCH(QString, local);
         QCOMPARE(NetworkPaths::IsNetworkPath(path, mounts()), network);
         QCOMPARE(NetworkPaths::LocalPathOf(path, mounts()), local);
+        QString unc = path;
+        QCOMPARE(NetworkPaths::PathToUNC(unc, mounts()), network);
+        QCOMPARE(unc, path);
+    }
+
+    // A path on a network mount becomes what other machines open.
+    void pathToUNC()
+    {
+        for (const auto &[path, unc] :
+             {std::pair{u"/home/shared/a/doc.pdf"_s, u"nas:/export/home/a/doc.pdf"_s},
+              {u"/mnt/deep/f.pdf"_s, u"//srv/docs/sub/f.pdf"_s},
+              {u"/mnt/media"_s, u"//SRV/Media"_s}}) {
+            QCOMPARE(NetworkPaths::LocalPathOf(path, mounts()), path);
+            QString rewritten = path;
+            QVERIFY(NetworkPaths::PathToUNC(rewritten, mounts()));
+            QCOMPARE(rewritten, unc);
+        }
     }
 };
 

@@ -288,7 +288,7 @@ bool MessageForm::VerifyFile(const QString &path)
         return true;
     QString network = path;
     // A file on a mount that has vanished since it was chosen is no longer there to share.
-    const bool gone = QFileInfo(path).isAbsolute() && !QFileInfo::exists(path);
+    const bool gone = !NetworkPaths::IsNetworkPath(path, {}) && !QFileInfo::exists(path);
     if (gone || !NetworkPaths::PathToUNC(network)) {
         m_ctx.frontend.MessageBoxShow(ResString(AuthoringTexts::WrongLocationText),
                                       ResString(AuthoringTexts::WrongLocationTitle), IconExclamation,
@@ -305,6 +305,20 @@ bool MessageForm::VerifyFile(const QString &path)
         return false;
     }
     return true;
+}
+
+void MessageForm::keepUnshown(DVMessage &msg) const
+{
+    if (!m_base)
+        return;
+    // What no control shows stays as stored, so that an edit that changed
+    // nothing compares equal and a real one loses nothing of the record.
+    msg.CreationDate = m_base->CreationDate;
+    msg.NextRunDate = m_base->NextRunDate;
+    msg.InitID = m_base->InitID;
+    msg.Status = m_base->Status;
+    msg.RefID = m_base->RefID;
+    msg.DeleteAtExpiration = m_base->DeleteAtExpiration;
 }
 
 MessageForm::Outcome MessageForm::OKButton()
@@ -340,15 +354,10 @@ MessageForm::Outcome MessageForm::OKButton()
         refresh(OutboxList, msg);
         break;
     case EditMessageAction:
+        keepUnshown(msg);
         if (m_base && msg.IsEqual(*m_base))
             break;
         msg.ModificationDate = now;
-        if (m_base) {
-            msg.CreationDate = m_base->CreationDate;
-            msg.NextRunDate = m_base->NextRunDate;
-            msg.InitID = m_base->InitID;
-            msg.Status = m_base->Status;
-        }
         m_ctx.senders.MsgEdit(msg);
         refresh(OutboxList, msg);
         break;
@@ -365,6 +374,7 @@ MessageForm::Outcome MessageForm::OKButton()
         refresh(PersonalTemplatesList, msg);
         break;
     case EditPersonalTemplate:
+        keepUnshown(msg);
         if (m_base && msg.IsEqual(*m_base))
             break;
         msg.ModificationDate = now;

@@ -154,6 +154,7 @@ public:
 
 private:
     void select(int kind);
+    void keepUnshown(DVMessage &msg) const;
 
     AuthoringContext m_ctx;
     int m_action = NewMessage;

@@ -1,0 +1,1 @@
+korvane_add_test(tst_authoring SOURCES tst_authoring.cpp LIBS authoring_logic)

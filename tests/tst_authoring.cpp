@@ -1,0 +1,477 @@
+// The composer, the reply form and the selection, driven without a screen, and
+// the engine's answers that open them.
+#include "authoring/MessageForm.h"
+#include "authoring/ReplyForm.h"
+#include "authoring/SelectionList.h"
+#include "core/Failure.h"
+#include "core/Options.h"
+#include "core/UserInfos.h"
+#include "delivery/Receipts.h"
+#include "engine/KorvanClient.h"
+#include "link/Policies.h"
+#include "netsvc/NetworkPaths.h"
+#include "store/LevelCollection.h"
+#include "store/MessageCodes.h"
+#include "support/LogText.h"
+#include "support/RecordingFrontend.h"
+#include "support/StoreFixture.h"
+
+#include <QDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// What the forms see: a store on real files, a clock that stands still, a user
+// with an agent, and every frame they send kept.
+struct Fixture : StoreFixture
+{
+    RecordingFrontend frontend;
+    UserInfos user{u"jdoe"_s};
+    Policies policies;
+    LevelCollection levels;
+    Session session;
+    ProcessState process;
+    QStringList sent;
+    std::function<bool(const QString &)> send = [this](const QString &p) {
+        sent << p;
+        return true;
+    };
+    Receipts senders{send};
+    AuthoringContext context{clock,   ClientDB(), TempDB(), user,     policies, levels,
+                             session, process,    senders,  frontend, send};
+    MessageForm form{context};
+
+    Fixture()
+    {
+        user.setMachineID(u"WS-7"_s);
+        user.UserName = u"Jane Doe"_s;
+        user.Agent = u"agent-1"_s;
+        for (const auto &[name, authority] : {std::pair{u"Message"_s, 0}, {u"Alarm"_s, 3}}) {
+            level row;
+            row.LevelName = name;
+            row.Authority = qint16(authority);
+            levels.add(row);
+        }
+        form.Load();
+    }
+    // The record of the last MSG, RPL, RPA or STP sent.
+    DVMessage lastRecord() const
+    {
+        DVMessage msg;
+        if (!sent.isEmpty())
+            msg.ToObject(sent.last().section(QChar(2), sent.last().startsWith(u"STP"_s) ? 1 : 2, 2));
+        return msg;
+    }
+};
+
+} // namespace
+
+class TestAuthoring : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void newMessageLeavesAsWritten()
+    {
+        Fixture f;
+        f.form.OpenNew(NewMessage, u"ID9"_s, u"bob"_s);
+        QCOMPARE(f.form.Caption(), u"New message ID9"_s);
+        QCOMPARE(f.form.Fields.cboLevel, u"Message"_s); // Alarm is above a user
+        QCOMPARE(f.form.Levels().size(), 1);
+        f.form.Fields.txtText = u"Fire drill at noon: use the \"east\" stairs, not the lifts"_s;
+        f.form.Fields.txtTarget = u"bob,\"ops\""_s;
+        f.form.Fields.chkBroadcast = false;
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        // Quotes become apostrophes in the fields too, and an empty subject is the text's start.
+        QCOMPARE(f.form.Fields.txtTarget, u"bob,'ops'"_s);
+        QCOMPARE(f.sent.size(), 1);
+        QVERIFY(f.sent[0].startsWith(u"MSG\x01ID9\x02"_s));
+        const DVMessage sent = f.lastRecord();
+        QCOMPARE(sent.Subject, u"Fire drill at noon: use the 'e"_s);
+        QCOMPARE(sent.Message, u"Fire drill at noon: use the 'east' stairs, not the lifts"_s);
+        QCOMPARE(sent.Status, qint32(StatusActive));
+        QCOMPARE(sent.InitID, u"ID9"_s);
+        QCOMPARE(sent.Agent, u"agent-1"_s);
+        QCOMPARE(sent.MachineID, u"ws-7"_s);
+        QCOMPARE(sent.ExpirationDate.date(), QDate(2026, 11, 30));
+        QCOMPARE(sent.CreationDate, f.clock.currentDateTime());
+    }
+
+    void editsAndTemplates()
+    {
+        Fixture f;
+        DVMessage stored;
+        stored.MsgID = u"M1"_s;
+        stored.InitID = u"M0"_s;
+        stored.Message = u"Text"_s;
+        stored.Target = u"bob"_s;
+        stored.MsgLevel = u"Alarm"_s;
+        stored.Subject = u"Subject"_s;
+        stored.UserID = u"jdoe"_s;
+        stored.UserName = u"Jane Doe"_s;
+        stored.MachineID = u"ws-7"_s;
+        stored.DeleteAtExpiration = true;
+        stored.Status = StatusActive;
+        stored.StartDate = FakeClock::at(2026, 11, 24, 8, 0);
+        stored.ExpirationDate = FakeClock::at(2026, 12, 1, 8, 0);
+        stored.CreationDate = FakeClock::at(2026, 11, 20);
+        stored.ModificationDate = FakeClock::at(2026, 11, 21);
+        // A level the user may not choose is kept as the record names it.
+        f.form.EditMessage(stored, EditMessageAction);
+        QCOMPARE(f.form.Fields.cboLevel, u"Alarm"_s);
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QCOMPARE(f.sent, QStringList()); // nothing changed: nothing sent
+        QCOMPARE(f.frontend.questions.size(), 0);
+
+        f.form.EditMessage(stored, EditMessageAction);
+        f.form.Fields.txtText = u"New text"_s;
+        f.frontend.answerBox(ResultYes);
+        f.form.OKButton();
+        QCOMPARE(f.frontend.questions.last().text, u"Do you wish to repost the mesage?"_s);
+        QCOMPARE(f.lastRecord().Status, qint32(StatusResubmitted));
+        QCOMPARE(f.lastRecord().InitID, u"M0"_s);
+        QCOMPARE(f.lastRecord().CreationDate, stored.CreationDate);
+
+        // A shared template keeps every date it had: none is set on the way out.
+        f.form.EditMessage(stored, EditSharedTemplate);
+        f.form.OKButton();
+        QVERIFY(f.sent.last().startsWith(u"STP\x01M1\x02"_s));
+        QCOMPARE(f.lastRecord().CreationDate, DateText::ZeroDate());
+        QCOMPARE(f.lastRecord().StartDate, stored.StartDate);
+
+        // A personal template is kept here, then changed in place.
+        f.form.OpenNew(NewPersonalTemplate, u"T1"_s, QString());
+        f.form.Fields.txtText = u"Template"_s;
+        f.form.OKButton();
+        QCOMPARE(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s).Message, u"Template"_s);
+        f.form.EditMessage(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s), EditPersonalTemplate);
+        f.form.Fields.txtText = u"Changed"_s;
+        f.form.OKButton();
+        QCOMPARE(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s).Message, u"Changed"_s);
+        QCOMPARE(f.sent.size(), 2);
+    }
+
+    void enableFields_data()
+    {
+        QTest::addColumn<int>("action");
+        QTest::addColumn<int>("delivery");
+        QTest::addColumn<int>("repeat");
+        QTest::addColumn<int>("step");
+        QTest::addColumn<bool>("rptg");
+        // numRepeat, cboRepeat, next run, expiration, as 1 or 0.
+        QTest::addColumn<QString>("enabled");
+        QTest::newRow("immediate once") << 0 << 0 << 0 << 2 << true << u"1000"_s;
+        QTest::newRow("immediate repeating") << 0 << 0 << 3 << 2 << true << u"1111"_s;
+        QTest::newRow("scheduled") << 0 << 3 << 0 << 2 << true << u"1011"_s;
+        QTest::newRow("certified") << 0 << 2 << 2 << 2 << true << u"1101"_s;
+        // The right alone decides numRepeat: a Logon repeat stays editable.
+        QTest::newRow("next logon, logon repeat") << 0 << 1 << 2 << 6 << true << u"1101"_s;
+        QTest::newRow("repeats refused") << 0 << 0 << 3 << 2 << false << u"0111"_s;
+        // Viewing leaves the policies out: the delivery and the step decide.
+        QTest::newRow("view, repeats refused") << 2 << 0 << 3 << 2 << false << u"0111"_s;
+        QTest::newRow("view, logon repeat") << 2 << 0 << 3 << 6 << true << u"0101"_s;
+    }
+
+    void enableFields()
+    {
+        QFETCH(int, action);
+        QFETCH(int, delivery);
+        QFETCH(int, repeat);
+        QFETCH(int, step);
+        QFETCH(bool, rptg);
+        Fixture f;
+        f.policies.CanCreateRepeating = rptg;
+        f.form.setAction(action);
+        f.form.Fields.cboDelivery = delivery;
+        f.form.Fields.numRepeat = repeat;
+        f.form.Fields.cboRepeat = step;
+        f.form.EnableFields();
+        const MessageEnabling &e = f.form.Enabling();
+        QString on;
+        for (bool control : {e.numRepeat, e.cboRepeat, e.nextRun, e.expiration})
+            on += control ? u'1' : u'0';
+        QFETCH(QString, enabled);
+        QCOMPARE(on, enabled);
+    }
+
+    void controlsFollowTheirRules()
+    {
+        Fixture f;
+        // Next logon shows the Logon step; Certified clears the repeat.
+        f.form.Fields.numRepeat = 4;
+        f.form.cboDelivery_Click(1);
+        QCOMPARE(f.form.Fields.cboRepeat, int(RepeatLogon));
+        f.form.cboDelivery_Click(2);
+        QCOMPARE(f.form.Fields.numRepeat, 0);
+        // Enabling ignores the receipt; the receipt's own click does not.
+        f.form.EnableFields();
+        QVERIFY(f.form.Enabling().chkNotify);
+        f.form.chkReceipt_Click(false);
+        QVERIFY(!f.form.Enabling().chkNotify);
+        // Without the right to send to all, OK wants a target too.
+        f.form.Fields.txtText = u"Hello"_s;
+        f.form.TextChanged();
+        QVERIFY(!f.form.Enabling().OKButton);
+        f.policies.CanSendToAll = true;
+        f.form.TextChanged();
+        QVERIFY(f.form.Enabling().OKButton);
+        // With domain groups and without shared ones, the domain button moves up.
+        f.policies.UseKorvanGroups = false;
+        f.form.EnableFields();
+        QVERIFY(f.form.Enabling().cmdDomainInKorvanPlace && !f.form.Enabling().cmdKorvanVisible);
+
+        // Variables go at the end of the text.
+        f.frontend.answerText(u"%LONGDATE%"_s);
+        f.form.cmdVariable_Click();
+        QCOMPARE(f.form.Fields.txtText, u"Hello%LONGDATE%"_s);
+        QCOMPARE(f.frontend.questions.last().caption, u"Variable selection"_s);
+
+        // A directory not yet here is asked for with the composer's letter; once here, it is shown.
+        QStringList asked;
+        f.form.getSelection = [&asked](int kind, const QString &target) {
+            asked << QStringLiteral("%1 %2").arg(kind).arg(target);
+            return QString(target + u",carol"_s);
+        };
+        f.form.Fields.txtTarget = u"bob"_s;
+        f.form.RecipientsButton(SelectUsers);
+        QCOMPARE(f.sent, QStringList{u"RUS\x01M"_s});
+        f.session.UsersLoaded = true;
+        f.form.RecipientsButton(SelectUsers);
+        f.form.RecipientsButton(SelectPersonalGroups);
+        QCOMPARE(asked, (QStringList{u"3 bob"_s, u"0 bob,carol"_s}));
+        QCOMPARE(f.form.Fields.txtTarget, u"bob,carol,carol"_s);
+    }
+
+    void verifyFile_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("refusal");
+        QTest::addColumn<QString>("link");
+        QTest::newRow("no attachment") << QString() << QString() << QString();
+        QTest::newRow("local") << u"<home>/report.pdf"_s << u"Wrong location"_s << QString();
+        QTest::newRow("on a share") << u"<share>/q4/report.pdf"_s << QString()
+                                    << u"//srv/docs/q4/report.pdf"_s;
+        QTest::newRow("capitals pass") << u"<share>/report.EXE"_s << QString() << u"//srv/docs/report.EXE"_s;
+        QTest::newRow("denied type") << u"<share>/report.exe"_s << u"Wrong file type"_s << QString();
+        QTest::newRow("vanished") << u"<share>/gone.pdf"_s << u"Wrong location"_s << QString();
+        QTest::newRow("unc text") << u"//srv/docs/a.pdf"_s << QString() << u"//srv/docs/a.pdf"_s;
+    }
+
+    void verifyFile()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, refusal);
+        QFETCH(QString, link);
+        Fixture f;
+        const QString share = f.profile.path() + u"/share"_s, home = f.profile.path() + u"/home"_s;
+        for (const QString &file :
+             {u"share/q4/report.pdf"_s, u"share/report.EXE"_s, u"share/report.exe"_s, u"home/report.pdf"_s})
+            f.profile.writeFile(file, "%PDF");
+        f.profile.writeFile(u"mountinfo"_s, "22 1 8:1 / / rw - ext4 /dev/sda1 rw\n40 22 0:50 / " +
+                                                share.toUtf8() + " rw - cifs //srv/docs rw\n");
+        NetworkPaths::UseMountTable(f.profile.path() + u"/mountinfo"_s);
+        path.replace(u"<share>"_s, share).replace(u"<home>"_s, home);
+        f.form.Fields.txtLink = path;
+        QCOMPARE(f.form.VerifyFile(path), refusal.isEmpty());
+        NetworkPaths::UseMountTable(QString());
+        QCOMPARE(f.frontend.questions.isEmpty() ? QString() : f.frontend.questions.last().caption, refusal);
+        if (refusal.isEmpty())
+            QCOMPARE(f.form.Fields.txtLink, link);
+        // A refused attachment keeps the form open with nothing sent.
+        f.form.Fields.txtText = u"x"_s;
+        if (!refusal.isEmpty())
+            QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(f.sent, QStringList());
+    }
+
+    void exactTimeQuestion_data()
+    {
+        QTest::addColumn<int>("minutesAgo");
+        QTest::addColumn<int>("repeat");
+        QTest::addColumn<bool>("asked");
+        QTest::newRow("a minute past, once") << 1 << 0 << true;
+        QTest::newRow("a minute past, repeating") << 1 << 1 << false;
+        QTest::newRow("this minute") << 0 << 0 << false;
+    }
+
+    void exactTimeQuestion()
+    {
+        QFETCH(int, minutesAgo);
+        QFETCH(int, repeat);
+        QFETCH(bool, asked);
+        Fixture f;
+        f.form.OpenNew(NewMessage, u"X"_s, u"bob"_s);
+        const QDateTime start = f.clock.currentDateTime().addSecs(-60 * minutesAgo);
+        f.form.Fields.dateNextRun = start.date();
+        f.form.Fields.timeNextRun = start.time();
+        f.form.Fields.chkExactTime = true;
+        f.form.Fields.numRepeat = repeat;
+        f.form.Fields.txtText = u"Drill"_s;
+        f.frontend.answerBox(ResultNo);
+        QCOMPARE(f.form.OKButton(), asked ? MessageForm::StayOpen : MessageForm::Close);
+        QCOMPARE(f.frontend.questions.size(), int(asked));
+        if (asked) {
+            QCOMPARE(f.frontend.questions[0].caption, u"Bad properties selection?"_s);
+            QVERIFY(f.frontend.questions[0].text.endsWith(
+                u"will not be displayed.\"\nDo you wish to send it anyway?"_s));
+        }
+        QCOMPARE(f.sent.size(), asked ? 0 : 1);
+    }
+
+    void duplicateStartsAfresh()
+    {
+        Fixture f;
+        DVMessage old;
+        old.MsgID = u"OLD"_s;
+        old.InitID = u"FIRST"_s;
+        old.Message = u"Copied text"_s;
+        old.Status = StatusFinished;
+        old.MsgAction = ActionDone;
+        old.UserID = u"alice"_s;
+        old.MachineID = u"pc1"_s;
+        old.StartDate = FakeClock::at(2026, 1, 2, 3, 4);
+        QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, old, false, true));
+        f.form.setAction(NewSharedTemplate);
+        QVERIFY(f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"OLD"_s, u"NEW"_s));
+        const DVMessage &base = *f.form.BaseRecord();
+        QCOMPARE(base.Status, qint32(StatusActive));
+        QCOMPARE(base.InitID, QString());
+        QCOMPARE(base.UserID, u"jdoe"_s);
+        QCOMPARE(base.MachineID, u"ws-7"_s);
+        QCOMPARE(base.ExpirationDate, f.clock.currentDateTime().addDays(7));
+        QCOMPARE(base.MsgAction, qint32(ActionWaiting));
+        // The copy's text, under the new ID; its dates are the form's own.
+        QCOMPARE(f.form.Caption(), u"New shared template NEW"_s);
+        QCOMPARE(f.form.Fields.txtText, u"Copied text"_s);
+        QCOMPARE(f.form.Fields.dateNextRun, f.clock.currentDateTime().date());
+        QVERIFY(!f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"NONE"_s, u"N2"_s));
+    }
+
+    void replies()
+    {
+        Fixture f;
+        ReplyForm reply(f.context);
+        DVMessage msg;
+        msg.MsgID = u"R1"_s;
+        msg.InitID = u"M0"_s;
+        msg.UserID = u"alice"_s;
+        msg.Subject = u"Lunch"_s;
+        msg.Message = u"Noon?"_s;
+        msg.Target = u"bob,alice"_s;
+        msg.StartDate = FakeClock::at(2026, 11, 23, 9, 0);
+        reply.Load();
+        reply.Original(msg, u"R2"_s);
+        QCOMPARE(reply.Caption(), u"Reply to alice"_s);
+        // The sender already among the recipients: the list as it is.
+        reply.ReplyToAll(msg.Target);
+        QCOMPARE(reply.Reply().Target, u"bob,alice"_s);
+        msg.UserID = u"carol"_s;
+        reply.Original(msg, u"R2"_s);
+        reply.ReplyToAll(QString());
+        QCOMPARE(reply.Reply().Target, u"carol"_s);
+        reply.ReplyToAll(msg.Target);
+        QCOMPARE(reply.Reply().Target, u"carol,bob,alice"_s);
+
+        // Five fields come from the person; the edited subject and start do not.
+        reply.Fields.txtText = u"Yes, \"at noon\""_s;
+        reply.Fields.txtSubject = u"Edited"_s;
+        reply.Fields.cboDelivery = 3;
+        reply.Fields.dateNextRun = QDate(2027, 1, 1);
+        reply.Fields.chkReceipt = true;
+        reply.OKButton();
+        QVERIFY(f.sent.last().startsWith(u"RPA\x01R2\x02"_s));
+        const DVMessage sent = f.lastRecord();
+        QCOMPARE(sent.Message, u"Yes, 'at noon'"_s);
+        QCOMPARE(sent.Subject, u"Lunch"_s);
+        QCOMPARE(sent.StartDate, msg.StartDate);
+        QCOMPARE(sent.MsgDelivery, qint16(3));
+        QCOMPARE(sent.MsgLevel, u"sysKVReply"_s);
+        QCOMPARE(sent.RefID, u"R1"_s);
+        QCOMPARE(sent.InitID, u"M0"_s);
+        QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
+
+        // A reply to that reply keeps the history and names the reply answered.
+        reply.Original(sent, u"R3"_s);
+        QCOMPARE(reply.Reply().InitID, u"M0"_s);
+        QCOMPARE(reply.Reply().RefID, u"R2"_s);
+        reply.Fields.txtText = u"ok"_s;
+        reply.OKButton();
+        QVERIFY(f.sent.last().startsWith(u"RPL\x01R3\x02"_s));
+    }
+
+    void selection()
+    {
+        Fixture f;
+        QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID, UserName) VALUES ('alice', 'Alice A'), "
+                              "('bob', 'Bob B'), ('carol', 'Carol C')"_s));
+        SelectionList list;
+        const QList<SelectionList::Row> rows = SelectionList::LoadRows(SelectUsers, ClientDB(), TempDB());
+        QCOMPARE(rows.size(), 3);
+        QCOMPARE(rows[1].Description, u"Bob B"_s);
+        list.Initialize(rows, u"bob,PC7"_s);
+        QVERIFY(list.isSelected(1) && !list.isSelected(0));
+        QCOMPARE(list.Unknown(), QStringList{u"PC7"_s});
+        list.setSelected(0, true);
+        QCOMPARE(list.SaveSelection(), u"alice,bob,PC7"_s);
+        list.Initialize(rows, u"Bob"_s);
+        QVERIFY(!list.CanUnselectAll());
+        QCOMPARE(list.SaveSelection(), u"Bob"_s);
+        list.SelectAll();
+        QCOMPARE(list.SaveSelection(), u"alice,bob,carol,Bob"_s);
+        list.UnselectAll();
+        list.Initialize(rows, QString());
+        QCOMPARE(list.SaveSelection(), QString());
+    }
+
+    void answersOpenTheForms_data()
+    {
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QString>("data");
+        QTest::addColumn<int>("list");
+        QTest::addColumn<QString>("opened");
+        QTest::newRow("MID") << u"MID"_s << u"N1"_s << 0 << u"compose 0 N1 bob,PC7"_s;
+        QTest::newRow("PTI") << u"PTI"_s << u"N1"_s << 0 << u"compose 6 N1 bob,PC7"_s;
+        QTest::newRow("STI") << u"STI"_s << u"N1"_s << 0 << u"compose 3 N1 bob,PC7"_s;
+        QTest::newRow("MDU inbox") << u"MDU"_s << u"O\x02N"_s << 1 << u"duplicate 0 client Inbox O N"_s;
+        QTest::newRow("MDU all messages") << u"MDU"_s << u"O\x02N"_s << 4 << u"duplicate 0 temp Outbox O N"_s;
+        QTest::newRow("MDU shared") << u"MDU"_s << u"O\x02N"_s << 5
+                                    << u"duplicate 3 temp SharedTemplates O N"_s;
+        QTest::newRow("MTP personal")
+            << u"MTP"_s << u"O\x02N"_s << 6 << u"duplicate 0 client MyTemplates O N"_s;
+        QTest::newRow("MTP from a message list") << u"MTP"_s << u"O\x02N"_s << 2 << QString();
+        QTest::newRow("PTP outbox") << u"PTP"_s << u"O\x02N"_s << 3 << u"duplicate 6 client Outbox O N"_s;
+        QTest::newRow("STP inbox") << u"STP"_s << u"O\x02N"_s << 1 << u"duplicate 3 client Inbox O N"_s;
+        QTest::newRow("MDU with one ID") << u"MDU"_s << u"O"_s << 1 << QString();
+        QTest::newRow("RID") << u"RID"_s << u"N1"_s << 0 << u"reply N1 0"_s;
+        QTest::newRow("RAL") << u"RAL"_s << u"N1"_s << 0 << u"reply N1 1"_s;
+    }
+
+    void answersOpenTheForms()
+    {
+        QFETCH(QString, code);
+        QFETCH(QString, data);
+        QFETCH(QString, opened);
+        QFETCH(int, list);
+        Fixture f;
+        gOptions().Trace = true;
+        gProcess().CurrentList = list;
+        gProcess().SavedSelection = u"bob,PC7"_s;
+        KorvanClient engine;
+        Failure failure;
+        if (code.startsWith(u'R'))
+            engine.OpenReply(data, code == u"RAL"_s);
+        else
+            engine.OpenComposer(code, data, failure);
+        QCOMPARE(f.frontend.events, opened.isEmpty() ? QStringList() : QStringList{opened});
+        if (code == u"PTP"_s)
+            QVERIFY(logText().contains(
+                u"Splitting PTP\nLoading frmMessage\nActionType\nDuplicating\nShowing\n"_s));
+        gProcess().CurrentList = 0;
+        gProcess().SavedSelection.clear();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestAuthoring)
+#include "tst_authoring.moc"
