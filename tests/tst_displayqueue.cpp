@@ -195,6 +195,10 @@ private Q_SLOTS:
                  qint32(ActionQueued));
         QCOMPARE(f.shownText(), QStringLiteral("Hello Jane Doe on ws-7,  %date% stays as is"));
         QCOMPARE(f.view.sounds.last(), QStringLiteral("beep"));
+        const QLocale locale = QLocale::system();
+        QCOMPARE(DisplayQueue::ConvertText(QStringLiteral("%LONGDATE% %LONGTIME%")),
+                 locale.toString(f.clock.currentDateTime().date(), QLocale::LongFormat) + u' ' +
+                     locale.toString(f.clock.currentDateTime(), locale.timeFormat(QLocale::LongFormat)));
         // The menu acknowledges at once, before the text has passed.
         QVERIFY(!f.view.acknowledgeEnabled);
         f.queue.mnuAcknowledge_Click();
@@ -209,26 +213,6 @@ private Q_SLOTS:
         QCOMPARE(f.queue.colDisplayMessages().size(), 2);
         f.queue.Looped();
         QCOMPARE(f.shownText(), QStringLiteral("Hello Jane Doe on ws-7,  %date% stays as is"));
-    }
-
-    void variablesTakeTheLocaleForms_data()
-    {
-        const QDateTime now = FakeClock::at(2026, 11, 23, 10, 0, 0);
-        const QLocale locale = QLocale::system();
-        QTest::addColumn<QString>("variable");
-        QTest::addColumn<QString>("value");
-        QTest::newRow("long date") << QStringLiteral("%LONGDATE%")
-                                   << locale.toString(now.date(), QLocale::LongFormat);
-        QTest::newRow("long time") << QStringLiteral("%LONGTIME%")
-                                   << locale.toString(now, locale.timeFormat(QLocale::LongFormat));
-    }
-
-    void variablesTakeTheLocaleForms()
-    {
-        QFETCH(QString, variable);
-        QFETCH(QString, value);
-        Fixture f;
-        QCOMPARE(DisplayQueue::ConvertText(variable), value);
     }
 
     void linksAndMandatoryDocuments()

@@ -152,23 +152,6 @@ private Q_SLOTS:
         QCOMPARE(scroll.ScrollX, 0);
     }
 
-    void roundsHalfToEven_data()
-    {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("rounded");
-        QTest::newRow("2.5") << 2.5 << 2;
-        QTest::newRow("-1.5") << -1.5 << -2;
-        QTest::newRow("too large") << 1e12 << std::numeric_limits<qint32>::max();
-        QTest::newRow("too small") << -1e12 << std::numeric_limits<qint32>::min();
-    }
-
-    void roundsHalfToEven()
-    {
-        QFETCH(double, value);
-        QFETCH(int, rounded);
-        QCOMPARE(ScrollArithmetic::Round(value), rounded);
-    }
-
     void conversionsRoundHalfToEven()
     {
         ScrollArithmetic scroll(10, 10);
@@ -177,7 +160,7 @@ private Q_SLOTS:
         scroll.WriteText(25, 45, 300, true);
         QCOMPARE(scroll.TextWidthPx, 2);
         QCOMPARE(scroll.LoopEnd, 7);
-        // A step of 25 twips is 2.5 pixels: from 0 it lands on 2, from 1 on 4.
+        // A step of 25 twips is 2.5 pixels: from 0 it lands on 2, from 1 on 4, half to even.
         scroll.PixelsPerSpeedTwips = 25;
         scroll.Tick();
         QCOMPARE(scroll.ScrollX, 2);
