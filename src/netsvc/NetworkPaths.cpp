@@ -157,7 +157,8 @@ bool NetworkPaths::PathToUNC(QString &path, const QList<Mount> &mounts)
         return false;
     const QString clean = QDir::cleanPath(path);
     const Mount *mount = mountOf(clean, mounts);
-    if (!mount || !isNetworkFileSystem(mount->fsType))
+    // A mount without a source gives nothing other machines could open.
+    if (!mount || !isNetworkFileSystem(mount->fsType) || mount->source.isEmpty())
         return false;
     const QString point = QDir::cleanPath(mount->mountPoint);
     const QString below = clean.mid(point == QStringLiteral("/") ? 1 : point.size() + 1);
