@@ -107,8 +107,8 @@ frmMessage::frmMessage(AuthoringContext context, QWidget *parent)
     });
     connect(ui.OKButton, &QPushButton::clicked, this, &frmMessage::pressOK);
     connect(ui.CancelButton, &QPushButton::clicked, this, &QWidget::close);
+    // The fields come with the record: every way of opening the form loads it.
     AssignLabels();
-    load();
 }
 
 void frmMessage::AssignLabels()
