@@ -2,15 +2,10 @@
 // development server between them: one user's message reaches the other's
 // banner, the receipt reaches the author's notification, and a UDP order
 // brings back at once a client that stopped retrying.
-#include "e2e/DesktopSession.h"
+#include "e2e/UserClients.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QTcpServer>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <unistd.h>
@@ -22,100 +17,7 @@ namespace {
 const QString Ann = u"korvane-ann"_s;
 const QString Bob = u"korvane-bob"_s;
 
-using DesktopSession::run;
-
-struct Server
-{
-    Server(const QString &stateFile, quint16 listenPort) : state(stateFile), port(listenPort) {}
-    QString state;
-    quint16 port;
-    QProcess process;
-
-    ~Server() { stop(); }
-    void start()
-    {
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(QStringLiteral(KORVANE_DEVSERVER),
-                      {u"--port"_s, QString::number(port), u"--state"_s, state});
-        process.waitForStarted(10000);
-    }
-    void stop()
-    {
-        process.kill();
-        process.waitForFinished(10000);
-    }
-    QString control(const QStringList &arguments) const
-    {
-        return run(QStringLiteral(KORVANE_DEVSERVER), QStringList{u"--state"_s, state} + arguments);
-    }
-    // Whether the user stands among the connected clients (the list goes on
-    // with the stored messages, which may name the user too).
-    bool connected(const QString &user) const
-    {
-        return control({u"list"_s})
-            .section(u"stored messages and packages"_s, 0, 0)
-            .contains(u"  "_s + user + u" machine"_s);
-    }
-};
-
-// One user's client in a home of the user's own, with a session bus and a
-// notification service of its own that writes what it shows to a file.
-struct UserClient
-{
-    QString user;
-    QTemporaryDir home;
-    QProcess process;
-
-    UserClient(const QString &name, quint16 port) : user(name)
-    {
-        const QString root = home.path();
-        QDir(root).mkpath(u"config/Korvane"_s);
-        QFile ini(root + u"/config/Korvane/KorvaneClient.ini"_s);
-        ini.open(QIODevice::WriteOnly);
-        ini.write("[Options]\nHost=127.0.0.1\nClientPort=" + QByteArray::number(port) +
-                  "\nSpeed=100\nRefresh Rate=4\n");
-        ini.close();
-        run(u"chown"_s, {u"-R"_s, user + u':' + user, root});
-        run(u"chmod"_s, {u"-R"_s, u"go-rwx"_s, root});
-        run(u"chmod"_s, {u"go+x"_s, root});
-    }
-    ~UserClient() { stop(); }
-    void start()
-    {
-        const QString root = home.path();
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(u"runuser"_s,
-                      {u"-u"_s, user, u"--"_s, u"env"_s, u"HOME="_s + root,
-                       u"DISPLAY="_s + qEnvironmentVariable("DISPLAY"),
-                       u"XDG_CONFIG_HOME="_s + root + u"/config"_s, u"XDG_DATA_HOME="_s + root + u"/data"_s,
-                       u"XDG_RUNTIME_DIR="_s + root + u"/runtime"_s, u"QT_QPA_PLATFORM=xcb"_s,
-                       QStringLiteral(KORVANE_USER_CLIENT), root + u"/notifications.log"_s,
-                       QStringLiteral(KORVANE_FAKE_NOTIFYD), QStringLiteral(KORVANE_CLIENT_BINARY)});
-        process.waitForStarted(10000);
-    }
-    void stop()
-    {
-        // Everything the user runs here: the client, its bus and its notification service.
-        run(u"pkill"_s, {u"-KILL"_s, u"-u"_s, user});
-        process.waitForFinished(10000);
-    }
-    QString file(const QString &relative) const { return run(u"cat"_s, {home.filePath(relative)}); }
-};
-
-void ensureUser(const QString &user, const QString &fullName)
-{
-    int status = 0;
-    run(u"id"_s, {user}, &status);
-    if (status != 0)
-        run(u"useradd"_s, {u"-M"_s, u"-s"_s, u"/bin/sh"_s, u"-c"_s, fullName, user});
-}
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(content);
-}
+using namespace UserClients;
 
 } // namespace
 
@@ -134,12 +36,9 @@ private Q_SLOTS:
         ensureUser(Bob, u"Bob Marsh"_s);
 
         QTemporaryDir work;
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost, 0);
-        Server server(work.filePath(u"devserver.json"_s), probe.serverPort());
-        probe.close();
+        Server server(work.filePath(u"devserver.json"_s), freePort());
         // Clients reconnect at once when the link drops.
-        writeFile(server.state, "{\"globalPolicies\": \"RCON=0;\"}");
+        QVERIFY(writeFile(server.state, "{\"globalPolicies\": \"RCON=0;\"}"));
         server.start();
         UserClient ann(Ann, server.port), bob(Bob, server.port);
         ann.start();
@@ -167,7 +66,7 @@ private Q_SLOTS:
         server.stop();
         QJsonObject root = QJsonDocument::fromJson(run(u"cat"_s, {server.state}).toUtf8()).object();
         root.insert(u"globalPolicies"_s, u"RCON=-1;"_s);
-        writeFile(server.state, QJsonDocument(root).toJson());
+        QVERIFY(writeFile(server.state, QJsonDocument(root).toJson()));
         server.start();
         QTRY_VERIFY_WITH_TIMEOUT(server.connected(Bob), 30000);
         server.stop();

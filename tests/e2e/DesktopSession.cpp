@@ -17,11 +17,16 @@ QString run(const QString &program, const QStringList &arguments, int *exitCode)
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-QString bannerWindow()
+QString visibleWindow(const QString &titlePattern)
 {
-    return run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"Korvane banner"_s})
+    return run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, titlePattern})
         .section(u'\n', 0, 0)
         .trimmed();
+}
+
+QString bannerWindow()
+{
+    return visibleWindow(u"Korvane banner"_s);
 }
 
 QRect geometryOf(const QString &window)
@@ -48,8 +53,35 @@ QImage screenshot(const QString &name)
 
 void clickAcknowledge(const QRect &banner)
 {
-    const QPoint at(banner.x() + banner.width() - banner.height() / 2, banner.y() + banner.height() / 2);
-    run(u"xdotool"_s, {u"mousemove"_s, QString::number(at.x()), QString::number(at.y()), u"click"_s, u"1"_s});
+    clickAt(QPoint(banner.x() + banner.width() - banner.height() / 2, banner.y() + banner.height() / 2));
+}
+
+void clickAt(const QPoint &at, int button)
+{
+    run(u"xdotool"_s, {u"mousemove"_s, QString::number(at.x()), QString::number(at.y()), u"click"_s,
+                       QString::number(button)});
+}
+
+void clickIn(const QString &window, const QPoint &at, int button)
+{
+    run(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, window, QString::number(at.x()),
+                       QString::number(at.y()), u"click"_s, QString::number(button)});
+}
+
+QString titleUnderPointer()
+{
+    const QString shell = run(u"xdotool"_s, {u"getmouselocation"_s, u"--shell"_s});
+    return titleOf(shell.section(u"WINDOW="_s, 1, 1).trimmed());
+}
+
+void keys(const QStringList &names)
+{
+    run(u"xdotool"_s, QStringList{u"key"_s, u"--delay"_s, u"60"_s} + names);
+}
+
+void type(const QString &text)
+{
+    run(u"xdotool"_s, {u"type"_s, u"--delay"_s, u"30"_s, text});
 }
 
 } // namespace DesktopSession

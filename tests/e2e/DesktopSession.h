@@ -11,6 +11,8 @@ namespace DesktopSession {
 
 // Runs a program to its end and gives what it wrote.
 QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr);
+// The first visible window whose title matches the pattern, or an empty string.
+QString visibleWindow(const QString &titlePattern);
 // The first visible banner window, or an empty string.
 QString bannerWindow();
 QRect geometryOf(const QString &window);
@@ -20,5 +22,13 @@ QString titleOf(const QString &window);
 QImage screenshot(const QString &name);
 // Clicks where the acknowledge button stands: the right end of the banner.
 void clickAcknowledge(const QRect &banner);
+// The pointer to a point of the screen, or of a window, and one click of the button there.
+void clickAt(const QPoint &at, int button = 1);
+void clickIn(const QString &window, const QPoint &at, int button = 1);
+// The title of the window under the pointer, as xprop prints it.
+QString titleUnderPointer();
+// Keys pressed on the keyboard, as xdotool names them ("Tab", "shift+Tab"), then text typed.
+void keys(const QStringList &names);
+void type(const QString &text);
 
 } // namespace DesktopSession
