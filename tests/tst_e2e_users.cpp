@@ -1,7 +1,10 @@
-// Two Unix users on one desktop, each with the real client, and the project's
-// development server between them: one user's message reaches the other's
-// banner, the receipt reaches the author's notification, and a UDP order
-// brings back at once a client that stopped retrying.
+// Two users at the keyboard and mouse of one desktop, each with the real
+// client, and the project's development server between them. Ann writes to Bob
+// with the composer she opens from her menu, picks him in the list of users
+// and chooses a level; Bob's banner shows it in that level's colours; Bob
+// replies from his banner, Ann's desktop says he read it and the reply scrolls
+// on her banner. Then a UDP order brings back at once a client that stopped
+// retrying.
 #include "e2e/UserClients.h"
 
 #include <QJsonDocument>
@@ -11,13 +14,24 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace UserClients;
+using DesktopSession::keys;
+using DesktopSession::visibleWindow;
 
 namespace {
 
 const QString Ann = u"korvane-ann"_s;
 const QString Bob = u"korvane-bob"_s;
 
-using namespace UserClients;
+// The colour of the strip's top left corner once a banner stands on the screen.
+QColor bannerColour(const QString &artifact)
+{
+    const QString window = DesktopSession::bannerWindow();
+    if (window.isEmpty())
+        return {};
+    return DesktopSession::screenshot(artifact).pixelColor(DesktopSession::geometryOf(window).topLeft() +
+                                                           QPoint(3, 3));
+}
 
 } // namespace
 
@@ -45,20 +59,58 @@ private Q_SLOTS:
         bob.start();
         QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
 
-        // Ann's message reaches Bob's banner.
-        server.control(
-            {u"send"_s, u"--to"_s, Bob, u"--from"_s, Ann, u"--level"_s, u"Alert"_s, u"Lunch at noon"_s});
-        QString window;
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = DesktopSession::bannerWindow()).isEmpty(), 20000);
-        const QRect banner = DesktopSession::geometryOf(window);
-        QVERIFY(banner.width() > 0);
-        DesktopSession::screenshot(QStringLiteral("two-users.png"));
+        // Ann's menu, opened by a second start where the pointer rests: "Show replies" is
+        // ticked, then "Send a message" opens the composer.
+        const auto menuItem = [&ann](int downs) {
+            DesktopSession::run(u"xdotool"_s, {u"mousemove"_s, u"640"_s, u"400"_s});
+            ann.openMenu();
+            QTRY_VERIFY_WITH_TIMEOUT(DesktopSession::titleUnderPointer().endsWith(u"\"korvane-client\""_s),
+                                     10000);
+            keys(QStringList(downs, u"Down"_s) << u"Return"_s);
+            QTRY_VERIFY(!DesktopSession::titleUnderPointer().endsWith(u"\"korvane-client\""_s));
+        };
+        menuItem(2);
+        menuItem(1);
+        QString composer;
+        QTRY_VERIFY_WITH_TIMEOUT(!(composer = visibleWindow(u"^New message "_s)).isEmpty(), 15000);
 
-        // Bob acknowledges once the text has passed; Ann's desktop says who read it.
+        // The text, the level by its initial, "May reply", a receipt and its notice, then Bob from
+        // the list of users. The points clicked are where the forms' layouts put their controls.
+        keys({u"Tab"_s});
+        DesktopSession::type(u"Lunch at noon"_s);
+        keys(QStringList(10, u"Tab"_s));
+        DesktopSession::type(u"W"_s);
+        keys({u"Tab"_s, u"Tab"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s});
+        DesktopSession::clickIn(composer, {503, 274});
+        QString users;
+        QTRY_VERIFY_WITH_TIMEOUT(!(users = visibleWindow(u"^Users$"_s)).isEmpty(), 15000);
+        DesktopSession::clickIn(users, {52, 50});
+        keys({u"Return"_s});
+        QTRY_VERIFY(visibleWindow(u"^Users$"_s).isEmpty());
+        DesktopSession::screenshot(u"composer.png"_s);
+        DesktopSession::clickIn(composer, {502, 617});
+        QTRY_VERIFY_WITH_TIMEOUT(visibleWindow(u"^New message "_s).isEmpty(), 10000);
+
+        // The server has it as written, and Bob's banner shows it in the yellow of Warning.
         QTRY_VERIFY_WITH_TIMEOUT(
-            (DesktopSession::clickAcknowledge(banner), DesktopSession::bannerWindow().isEmpty()), 30000);
+            server.control({u"list"_s}).contains(u"level Warning from korvane-ann to \"korvane-bob\""_s),
+            10000);
+        QVERIFY(DesktopSession::run(u"cat"_s, {server.state}).contains(u"Lunch at noon"_s));
+        QTRY_COMPARE_WITH_TIMEOUT(bannerColour(u"bob-banner.png"_s), QColor(255, 255, 0), 20000);
+
+        // Bob's reply button under the strip; his answer reaches Ann's banner in the reply's blue.
+        const QString banner = DesktopSession::bannerWindow();
+        DesktopSession::clickIn(banner, {24, DesktopSession::geometryOf(banner).height() - 10});
+        QString reply;
+        QTRY_VERIFY_WITH_TIMEOUT(!(reply = visibleWindow(u"^Reply to korvane-ann$"_s)).isEmpty(), 15000);
+        DesktopSession::clickIn(reply, {320, 220});
+        DesktopSession::type(u"See you there"_s);
+        DesktopSession::screenshot(u"reply.png"_s);
+        DesktopSession::clickIn(reply, {423, 497});
+        QTRY_VERIFY_WITH_TIMEOUT(visibleWindow(u"^Reply to "_s).isEmpty(), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(ann.file(u"notifications.log"_s).contains(u"Message read by:|Bob Marsh"_s),
                                  30000);
+        QTRY_COMPARE_WITH_TIMEOUT(bannerColour(u"ann-banner.png"_s), QColor(0, 0, 255), 20000);
 
         // From now on a dropped link waits: the policy says not to retry. Ann
         // leaves, so that Bob alone listens for orders on this machine.

@@ -18,7 +18,9 @@ ReplyForm::ReplyForm(AuthoringContext context) : m_ctx(std::move(context)) {}
 void ReplyForm::Load()
 {
     Fields = ReplyFields();
-    Fields.dateNextRun = m_ctx.clock.currentDateTime().date();
+    const QDateTime now = m_ctx.clock.currentDateTime();
+    Fields.dateNextRun = now.date();
+    Fields.timeNextRun = QTime(now.time().hour(), now.time().minute());
     m_enabling = ReplyEnabling();
     m_enabling.txtLinkVisible = m_ctx.policies.CanLinkDocument;
     m_enabling.chkNotify = m_ctx.policies.CanRequestNotification;

@@ -307,10 +307,10 @@ void frmMessage::applyEnabling()
     ui.cmdKorvan->setVisible(!e.viewOnly && e.cmdKorvanVisible);
     ui.cmdDomain->setVisible(!e.viewOnly && e.cmdDomainVisible);
     // Without shared groups the domain button takes their place: no gap shows.
-    const int korvan = ui.layoutRecipients->indexOf(ui.cmdKorvan);
-    const int domain = ui.layoutRecipients->indexOf(ui.cmdDomain);
-    if (e.cmdDomainInKorvanPlace != (domain < korvan)) {
+    if (e.cmdDomainInKorvanPlace !=
+        (ui.layoutRecipients->indexOf(ui.cmdDomain) < ui.layoutRecipients->indexOf(ui.cmdKorvan))) {
         ui.layoutRecipients->removeWidget(ui.cmdDomain);
+        const int korvan = ui.layoutRecipients->indexOf(ui.cmdKorvan);
         ui.layoutRecipients->insertWidget(e.cmdDomainInKorvanPlace ? korvan : korvan + 1, ui.cmdDomain);
     }
 }
@@ -376,7 +376,8 @@ void frmMessage::showHint(const QString &controlName, bool keep)
 {
     if (keep)
         m_currentHint = controlName;
-    ui.lblHint->setText(FormHints::Hint(controlName));
+    // A long hint scrolls in its pane rather than pushing the fields about.
+    ui.lblHint->setHtml(FormHints::Hint(controlName));
 }
 
 bool frmMessage::eventFilter(QObject *watched, QEvent *event)

@@ -141,7 +141,8 @@ void frmReply::showHint(const QString &controlName, bool keep)
 {
     if (keep)
         m_currentHint = controlName;
-    ui.lblHint->setText(FormHints::Hint(controlName));
+    // A long hint scrolls in its pane rather than pushing the fields about.
+    ui.lblHint->setHtml(FormHints::Hint(controlName));
 }
 
 bool frmReply::eventFilter(QObject *watched, QEvent *event)
