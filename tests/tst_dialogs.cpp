@@ -1,5 +1,14 @@
+#include "authoring/frmMessage.h"
 #include "core/ClientMenu.h"
+#include "core/Clock.h"
 #include "core/Frontend.h"
+#include "core/Globals.h"
+#include "core/UserInfos.h"
+#include "delivery/Receipts.h"
+#include "link/Policies.h"
+#include "store/DBFunctions.h"
+#include "store/Database.h"
+#include "store/LevelCollection.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 #include "ui/DialogButtonSet.h"
@@ -153,6 +162,38 @@ private Q_SLOTS:
         actions.last()->trigger();
         QCOMPARE(clicked.size(), 1);
         QCOMPARE(clicked[0][0].value<ClientMenu::Item>(), ClientMenu::mnuExit);
+    }
+
+    // The store keeps 2,048 characters of text and 1,024 of recipients: the fields stop
+    // there and say so, and the view mode leaves nothing to press but Cancel.
+    void composerLimitsAndViewMode()
+    {
+        TempProfile profile;
+        RecordingFrontend frontend;
+        UserInfos user(u"jdoe"_s);
+        Receipts senders([](const QString &) { return true; });
+        frmMessage form({Clock::current(), ClientDB(), TempDB(), user, gPolicies(), gLevels(), gSession(),
+                         gProcess(), senders, frontend, [](const QString &) { return true; }});
+        form.OpenNew(0, u"ID1"_s, QString(2000, u'b'));
+        QCOMPARE(form.windowTitle(), u"New message ID1"_s);
+        QCOMPARE(form.ui.txtTarget->text().size(), 1024);
+        QVERIFY(!form.ui.lblTextLimit->isVisibleTo(&form));
+        form.ui.txtText->setPlainText(QString(3000, u'a'));
+        QCOMPARE(form.ui.txtText->toPlainText().size(), 2048);
+        QCOMPARE(form.logic().Fields.txtText.size(), 2048);
+        QVERIFY(form.ui.lblTextLimit->isVisibleTo(&form));
+        QCOMPARE(form.ui.lblTextLimit->text(), u"2048 of 2048 characters"_s);
+
+        DVMessage msg;
+        msg.MsgID = u"ID2"_s;
+        msg.Message = u"Read only"_s;
+        form.ViewMessage(msg);
+        QCOMPARE(form.windowTitle(), u"View a message ID2"_s);
+        for (QWidget *hidden :
+             {static_cast<QWidget *>(form.ui.OKButton), static_cast<QWidget *>(form.ui.cmdUsers),
+              static_cast<QWidget *>(form.ui.cmdVariable)})
+            QVERIFY(!hidden->isVisibleTo(&form));
+        QVERIFY(form.ui.CancelButton->isVisibleTo(&form));
     }
 };
 
