@@ -59,7 +59,18 @@ if [ "$HEADLESS" = 1 ]; then
     # The welcome message scrolls within seconds.
     sleep 8
     import -window root "$DEMO/screenshot.png"
-    echo "run: screenshot in $DEMO/screenshot.png; client log in $DEMO/data/Korvane/client.log"
+    # A second start opens the client's menu where the pointer rests; its first item,
+    # "Send a message", brings the composer.
+    xdotool mousemove 640 400
+    QT_QPA_PLATFORM=xcb "$BUILD_DIR/src/korvane-client"
+    sleep 1
+    xdotool key Down Return
+    sleep 2
+    xdotool key Tab
+    xdotool type --delay 20 "Hello from the demo"
+    sleep 1
+    import -window root "$DEMO/composer.png"
+    echo "run: screenshots in $DEMO/screenshot.png and $DEMO/composer.png; client log in $DEMO/data/Korvane/client.log"
     exit 0
 fi
 

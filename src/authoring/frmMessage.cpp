@@ -53,6 +53,9 @@ frmMessage::frmMessage(AuthoringContext context, QWidget *parent)
     for (QWidget *control : hinted(ui))
         control->installEventFilter(this);
     installEventFilter(this);
+    // The sample follows the width of the form, never the other way round.
+    ui.lblSample->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    ui.lblSample->installEventFilter(this);
 
     connect(ui.txtText, &QPlainTextEdit::textChanged, this, [this] {
         updateLimit();
@@ -333,7 +336,7 @@ void frmMessage::updateLimit()
 void frmMessage::updateSample()
 {
     const QVariantList colors = ui.cboLevel->currentData(ColorRole).toList();
-    const QSize size(qMax(ui.lblSample->width(), 200), ui.lblSample->minimumHeight() + 8);
+    const QSize size(qMax(ui.lblSample->width(), 1), ui.lblSample->minimumHeight());
     QPixmap pixmap(size);
     pixmap.fill(palette().color(QPalette::Window));
     if (colors.size() == 4) {
@@ -382,6 +385,12 @@ void frmMessage::showHint(const QString &controlName, bool keep)
 
 bool frmMessage::eventFilter(QObject *watched, QEvent *event)
 {
+    // The sample spans the width the layout gives it.
+    if (watched == ui.lblSample) {
+        if (event->type() == QEvent::Resize)
+            updateSample();
+        return QWidget::eventFilter(watched, event);
+    }
     if (watched == this) {
         // The bare form brings back the hint of the control that has the focus.
         if (event->type() == QEvent::Enter || event->type() == QEvent::MouseMove)
