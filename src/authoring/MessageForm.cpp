@@ -240,16 +240,22 @@ void MessageForm::TextChanged()
                               : !Fields.txtText.isEmpty() && !Fields.txtTarget.isEmpty();
 }
 
+bool MessageForm::AppendVariable(Frontend &frontend, QString &text)
+{
+    const QString variable = frontend.InputChoice(ResString(AuthoringTexts::VariablePrompt),
+                                                  ResString(AuthoringTexts::VariableTitle), IconQuestion,
+                                                  VariableList(), QStringLiteral("%DATE%"));
+    // At the end of the text, whatever the hint says of the cursor.
+    if (variable.isEmpty() || text.size() + variable.size() > TextLimit)
+        return false;
+    text += variable;
+    return true;
+}
+
 void MessageForm::cmdVariable_Click()
 {
-    const QString variable = m_ctx.frontend.InputChoice(
-        ResString(AuthoringTexts::VariablePrompt), ResString(AuthoringTexts::VariableTitle), IconQuestion,
-        VariableList(), QStringLiteral("%DATE%"));
-    // At the end of the text, whatever the hint says of the cursor.
-    if (!variable.isEmpty() && Fields.txtText.size() + variable.size() <= TextLimit) {
-        Fields.txtText += variable;
+    if (AppendVariable(m_ctx.frontend, Fields.txtText))
         TextChanged();
-    }
 }
 
 void MessageForm::RecipientsButton(int kind)

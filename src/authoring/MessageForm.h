@@ -11,6 +11,8 @@
 #include <functional>
 #include <optional>
 
+class Frontend;
+
 // The modes of the composer; each writes its own title before the ID.
 enum MessageFormAction : int {
     NewMessage = 0,
@@ -151,6 +153,8 @@ public:
     static constexpr int TargetLimit = 1024;
     // The variables that cmdVariable offers, in its order.
     static QString VariableList();
+    // Asks for a variable and puts it at the end of a text; false when none was taken.
+    static bool AppendVariable(Frontend &frontend, QString &text);
 
 private:
     void select(int kind);

@@ -102,13 +102,8 @@ void ReplyForm::TextChanged()
 
 void ReplyForm::cmdVariable_Click()
 {
-    const QString variable = m_ctx.frontend.InputChoice(
-        ResString(AuthoringTexts::VariablePrompt), ResString(AuthoringTexts::VariableTitle), IconQuestion,
-        MessageForm::VariableList(), QStringLiteral("%DATE%"));
-    if (!variable.isEmpty() && Fields.txtText.size() + variable.size() <= MessageForm::TextLimit) {
-        Fields.txtText += variable;
+    if (MessageForm::AppendVariable(m_ctx.frontend, Fields.txtText))
         TextChanged();
-    }
 }
 
 void ReplyForm::OKButton()

@@ -1,7 +1,9 @@
 #include "authoring/frmMessage.h"
 
 #include "authoring/AuthoringTexts.h"
+#include "authoring/FormFields.h"
 #include "authoring/FormHints.h"
+#include "authoring/HintPane.h"
 #include "authoring/LevelDelegate.h"
 #include "authoring/Selection.h"
 #include "banner/DisplayQueue.h"
@@ -9,6 +11,7 @@
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
+#include "store/MessageCodes.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -50,9 +53,7 @@ frmMessage::frmMessage(AuthoringContext context, QWidget *parent)
     m_logic.getSelection = [this](int kind, const QString &target) {
         return Selection::GetSelection(kind, target, this);
     };
-    for (QWidget *control : hinted(ui))
-        control->installEventFilter(this);
-    installEventFilter(this);
+    m_hints = new HintPane(ui.lblHint, this, hinted(ui));
     // The sample follows the width of the form, never the other way round.
     ui.lblSample->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     ui.lblSample->installEventFilter(this);
@@ -134,16 +135,8 @@ void frmMessage::AssignLabels()
     ui.chkBroadcast->setText(ResString(CheckBroadcast));
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));
-    const int delivery = ui.cboDelivery->currentIndex();
-    ui.cboDelivery->clear();
-    for (int i = 0; i < 4; ++i)
-        ui.cboDelivery->addItem(ResString(DeliveryFirst + i));
-    ui.cboDelivery->setCurrentIndex(qMax(0, delivery));
-    const int repeat = ui.cboRepeat->currentIndex();
-    ui.cboRepeat->clear();
-    for (int i = 0; i < 7; ++i)
-        ui.cboRepeat->addItem(ResString(RepeatFirst + i));
-    ui.cboRepeat->setCurrentIndex(repeat < 0 ? 2 : repeat);
+    FormFields::FillList(ui.cboDelivery, DeliveryFirst, 4);
+    FormFields::FillList(ui.cboRepeat, RepeatFirst, 7, RepeatDays);
     m_levels->setHorizontalHeaderLabels({ResString(LevelColumnName), ResString(LevelColumnDescription)});
     // The buttons speak through their hint's title; the icons tell them apart.
     const QList<QPair<QToolButton *, QString>> buttons = {
@@ -156,7 +149,8 @@ void frmMessage::AssignLabels()
     }
     ui.cmdVariable->setText(QStringLiteral("%"));
     setWindowTitle(m_logic.Caption());
-    showHint(m_currentHint, false);
+    if (m_hints)
+        m_hints->refresh();
 }
 
 void frmMessage::changeEvent(QEvent *event)
@@ -320,14 +314,9 @@ void frmMessage::applyEnabling()
 
 void frmMessage::updateLimit()
 {
-    QString text = ui.txtText->toPlainText();
     // The store keeps 2048 characters: the field stops there and says so.
-    if (text.size() > MessageForm::TextLimit) {
-        const QSignalBlocker blocker(ui.txtText);
-        text.truncate(MessageForm::TextLimit);
-        ui.txtText->setPlainText(text);
-        ui.txtText->moveCursor(QTextCursor::End);
-    }
+    FormFields::Limit(ui.txtText, MessageForm::TextLimit);
+    const QString text = ui.txtText->toPlainText();
     ui.lblTextLimit->setText(
         ResString(AuthoringTexts::LimitReached).arg(text.size()).arg(MessageForm::TextLimit));
     ui.lblTextLimit->setVisible(text.size() >= MessageForm::TextLimit * 9 / 10);
@@ -375,33 +364,10 @@ void frmMessage::recipients(int kind)
     showFields();
 }
 
-void frmMessage::showHint(const QString &controlName, bool keep)
-{
-    if (keep)
-        m_currentHint = controlName;
-    // A long hint scrolls in its pane rather than pushing the fields about.
-    ui.lblHint->setHtml(FormHints::Hint(controlName));
-}
-
 bool frmMessage::eventFilter(QObject *watched, QEvent *event)
 {
     // The sample spans the width the layout gives it.
-    if (watched == ui.lblSample) {
-        if (event->type() == QEvent::Resize)
-            updateSample();
-        return QWidget::eventFilter(watched, event);
-    }
-    if (watched == this) {
-        // The bare form brings back the hint of the control that has the focus.
-        if (event->type() == QEvent::Enter || event->type() == QEvent::MouseMove)
-            showHint(m_currentHint, false);
-        return QWidget::eventFilter(watched, event);
-    }
-    if (event->type() == QEvent::FocusIn)
-        showHint(watched->objectName(), true);
-    else if (event->type() == QEvent::Enter)
-        showHint(watched->objectName(), false);
-    else if (event->type() == QEvent::Leave)
-        showHint(m_currentHint, false);
+    if (watched == ui.lblSample && event->type() == QEvent::Resize)
+        updateSample();
     return QWidget::eventFilter(watched, event);
 }

@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+class HintPane;
 class QStandardItemModel;
 
 // The composer of messages and templates. It shows the fields of its logic and
@@ -41,9 +42,8 @@ private:
     void updateLimit();
     void pressOK();
     void recipients(int kind);
-    void showHint(const QString &controlName, bool keep);
 
     MessageForm m_logic;
     QStandardItemModel *m_levels = nullptr;
-    QString m_currentHint;
+    HintPane *m_hints = nullptr;
 };

@@ -1,7 +1,8 @@
 #include "authoring/frmReply.h"
 
 #include "authoring/AuthoringTexts.h"
-#include "authoring/FormHints.h"
+#include "authoring/FormFields.h"
+#include "authoring/HintPane.h"
 #include "authoring/MessageForm.h"
 #include "core/StringTable.h"
 
@@ -10,20 +11,12 @@ frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent),
     ui.setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
     ui.txtLink->setMaxLength(MessageForm::TargetLimit);
-    for (QWidget *control : {static_cast<QWidget *>(ui.txtSubject), static_cast<QWidget *>(ui.txtText),
-                             static_cast<QWidget *>(ui.cmdVariable), static_cast<QWidget *>(ui.txtLink),
-                             static_cast<QWidget *>(ui.cboDelivery), static_cast<QWidget *>(ui.dateNextRun),
-                             static_cast<QWidget *>(ui.timeNextRun), static_cast<QWidget *>(ui.chkReceipt),
-                             static_cast<QWidget *>(ui.chkNotify), static_cast<QWidget *>(ui.OKButton),
-                             static_cast<QWidget *>(ui.CancelButton)})
-        control->installEventFilter(this);
+    m_hints =
+        new HintPane(ui.lblHint, this,
+                     {ui.txtSubject, ui.txtText, ui.cmdVariable, ui.txtLink, ui.cboDelivery, ui.dateNextRun,
+                      ui.timeNextRun, ui.chkReceipt, ui.chkNotify, ui.OKButton, ui.CancelButton});
     connect(ui.txtText, &QPlainTextEdit::textChanged, this, [this] {
-        QString text = ui.txtText->toPlainText();
-        if (text.size() > MessageForm::TextLimit) {
-            const QSignalBlocker blocker(ui.txtText);
-            ui.txtText->setPlainText(text.left(MessageForm::TextLimit));
-            ui.txtText->moveCursor(QTextCursor::End);
-        }
+        FormFields::Limit(ui.txtText, MessageForm::TextLimit);
         readFields();
         m_logic.TextChanged();
         applyEnabling();
@@ -68,13 +61,10 @@ void frmReply::AssignLabels()
     ui.chkNotify->setText(ResString(CheckNotify));
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));
-    const int delivery = ui.cboDelivery->currentIndex();
-    ui.cboDelivery->clear();
-    for (int i = 0; i < 4; ++i)
-        ui.cboDelivery->addItem(ResString(DeliveryFirst + i));
-    ui.cboDelivery->setCurrentIndex(qMax(0, delivery));
+    FormFields::FillList(ui.cboDelivery, DeliveryFirst, 4);
     setWindowTitle(m_logic.Caption());
-    showHint(m_currentHint, false);
+    if (m_hints)
+        m_hints->refresh();
 }
 
 void frmReply::changeEvent(QEvent *event)
@@ -135,23 +125,4 @@ void frmReply::applyEnabling()
     ui.lblLink->setVisible(e.txtLinkVisible);
     ui.chkNotify->setEnabled(e.chkNotify);
     ui.OKButton->setEnabled(e.OKButton);
-}
-
-void frmReply::showHint(const QString &controlName, bool keep)
-{
-    if (keep)
-        m_currentHint = controlName;
-    // A long hint scrolls in its pane rather than pushing the fields about.
-    ui.lblHint->setHtml(FormHints::Hint(controlName));
-}
-
-bool frmReply::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::FocusIn)
-        showHint(watched->objectName(), true);
-    else if (event->type() == QEvent::Enter)
-        showHint(watched->objectName(), false);
-    else if (event->type() == QEvent::Leave)
-        showHint(m_currentHint, false);
-    return QWidget::eventFilter(watched, event);
 }

@@ -5,6 +5,8 @@
 
 #include <QWidget>
 
+class HintPane;
+
 // The reply to a message read on the banner. It shows the fields of its logic
 // and passes the person's actions to it.
 class frmReply final : public QWidget
@@ -20,15 +22,13 @@ public:
     Ui::frmReply ui;
 
 protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:
     void showFields();
     void readFields();
     void applyEnabling();
-    void showHint(const QString &controlName, bool keep);
 
     ReplyForm m_logic;
-    QString m_currentHint;
+    HintPane *m_hints = nullptr;
 };

@@ -10,6 +10,8 @@ set(AUTHORING_LOGIC_SOURCES
 )
 # The widgets above it.
 list(APPEND UI_SOURCES
+    authoring/FormFields.cpp authoring/FormFields.h
+    authoring/HintPane.cpp authoring/HintPane.h
     authoring/LevelDelegate.cpp authoring/LevelDelegate.h
     authoring/Selection.cpp authoring/Selection.h
     authoring/frmMessage.cpp authoring/frmMessage.h authoring/frmMessage.ui
