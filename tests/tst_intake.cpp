@@ -221,24 +221,35 @@ private Q_SLOTS:
         QCOMPARE(logText(), log);
     }
 
-    void editsOfStoredMessages()
+    void storedMessagesFollowTheServer()
     {
         Fixture f;
-        f.intake.MessageReceived(record(u"M"_s), false);
+        // A group target counts once the server has said we belong to the group.
+        gProcess().CurrentList = 1;
+        f.intake.MessageReceived(record(u"G1"_s, u"ops"_s), false);
+        QCOMPARE(stored(u"Inbox"_s), QStringList());
+        f.replication.UserGroupsReceived(u"OPS"_s + QChar(2) + u"sales"_s);
+        f.intake.MessageReceived(record(u"G1"_s, u"ops"_s), false);
+        QCOMPARE(stored(u"Inbox"_s), QStringList{u"G1"_s});
+        QCOMPARE(f.frontend.events.filter(u"add 1 G"_s), QStringList{u"add 1 G1"_s});
+        // The target changes away from us: the stored copy goes, and the open list hears of it.
+        f.intake.MessageReceived(record(u"G1"_s, u"finance"_s), false);
+        QCOMPARE(stored(u"Inbox"_s), QStringList());
+        QCOMPARE(f.frontend.events.filter(u"del 1 G"_s), QStringList{u"del 1 G1"_s});
+
         // Only the expiration and modification dates differ: nothing changes.
+        f.intake.MessageReceived(record(u"M"_s), false);
         const QString later = record(u"M"_s).replace(DateText::DateToText(FakeClock::at(2026, 12, 1)),
                                                      DateText::DateToText(FakeClock::at(2027, 1, 1)));
         f.intake.MessageReceived(
             tagged(later, u"MOD"_s, DateText::DateToText(FakeClock::at(2026, 11, 23, 9, 30))), false);
         QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"M"_s).ExpirationDate, FakeClock::at(2026, 12, 1));
-
         // An edit while on display replaces it on the banner.
         const QString edited = record(u"M"_s).replace(u"Text of M"_s, u"New text"_s);
         f.intake.MessageReceived(edited, false);
         QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"M"_s).Message, u"New text"_s);
-        QCOMPARE(f.frontend.events.filter(u"undisplay"_s), QStringList{u"undisplay M"_s});
-        QCOMPARE(f.frontend.displayed.size(), 2);
-
+        QCOMPARE(f.frontend.events.filter(u"undisplay M"_s), QStringList{u"undisplay M"_s});
+        QCOMPARE(f.frontend.displayed.count(u"M"_s), 2);
         // Status 1 received for a finished row keeps it finished.
         ChangeMessageStatus(ClientDB(), u"M"_s, StatusFinished, u"Inbox"_s);
         f.intake.MessageReceived(edited, false);
@@ -246,38 +257,33 @@ private Q_SLOTS:
         // Cancelled by the author: withdrawn; resubmitted: shown again; deleted: gone.
         f.intake.MessageReceived(tagged(edited, u"STA"_s, u"0"_s), false);
         QCOMPARE(status(u"M"_s), qint32(StatusCancelled));
-        QCOMPARE(f.frontend.events.filter(u"undisplay"_s).size(), 2);
+        QCOMPARE(f.frontend.events.filter(u"undisplay M"_s).size(), 2);
         f.intake.MessageReceived(tagged(edited, u"STA"_s, u"5"_s), false);
-        QCOMPARE(f.frontend.displayed.size(), 3);
+        QCOMPARE(f.frontend.displayed.count(u"M"_s), 3);
         QCOMPARE(status(u"M"_s), qint32(StatusActive));
         f.intake.MessageReceived(tagged(edited, u"STA"_s, u"3"_s), false);
         QCOMPARE(stored(u"Inbox"_s), QStringList());
-    }
 
-    void groupsAndLeavingTheTarget()
-    {
-        Fixture f;
-        gProcess().CurrentList = 1;
-        f.intake.MessageReceived(record(u"G1"_s, u"ops"_s), false);
+        // Deletions and status changes replicated from the server.
+        f.intake.MessageReceived(QStringList{record(u"S"_s), record(u"T"_s), record(u"U"_s)}.join(QChar(2)),
+                                 false);
+        f.sent.clear();
+        Failure failure;
+        f.replication.MessageStatusChanged(u"3"_s + QChar(2) + u"S"_s, failure);
+        QVERIFY(!failure.isSet());
+        QCOMPARE(f.sent, QStringList{cms(u"S"_s)});
+        f.replication.MessagesDeleted(u"T,U"_s);
         QCOMPARE(stored(u"Inbox"_s), QStringList());
-        f.replication.UserGroupsReceived(u"OPS"_s + QChar(2) + u"sales"_s);
-        f.intake.MessageReceived(record(u"G1"_s, u"ops"_s), false);
-        QCOMPARE(stored(u"Inbox"_s), QStringList{u"G1"_s});
-        QCOMPARE(f.frontend.events.filter(u"add 1"_s), QStringList{u"add 1 G1"_s});
+        // After that the same id counts as new.
+        f.intake.MessageReceived(record(u"S"_s), false);
+        QCOMPARE(f.frontend.displayed.count(u"S"_s), 2);
+        f.replication.MessageStatusChanged(u"3"_s, failure);
+        QVERIFY(failure.isSet());
 
-        // The target changes away from us: the stored copy goes, and the open list hears of it.
-        f.intake.MessageReceived(record(u"G1"_s, u"finance"_s), false);
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
-        QCOMPARE(f.frontend.events.filter(u"del 1"_s), QStringList{u"del 1 G1"_s});
-    }
-
-    void consoleCopiesAndPackages()
-    {
-        Fixture f;
+        // Copies for the console, and packages for a postmaster.
         gSession().AdminsLoaded = true;
         f.intake.MessageReceived(record(u"X"_s, u"someone"_s), false);
         QVERIFY(MessageExist(TempDB(), u"Outbox"_s, u"X"_s));
-
         UserInfos postmaster(Me);
         postmaster.setMachineID(MyMachine);
         postmaster.setMyAuthority(UserInfos::RolePostmaster);
@@ -292,26 +298,29 @@ private Q_SLOTS:
         f.intake.PackageReceived(tagged(package, u"STA"_s, u"3"_s), false);
         QCOMPARE(stored(u"InPkg"_s), QStringList());
         QCOMPARE(GetMessage(ClientDB(), u"OutPkg"_s, u"P"_s).Status, qint32(StatusDeleted));
-    }
 
-    // Deletions and status changes replicated from the server.
-    void statusChanges()
-    {
-        Fixture f;
-        f.intake.MessageReceived(QStringList{record(u"S"_s), record(u"T"_s), record(u"U"_s)}.join(QChar(2)),
-                                 false);
-        f.sent.clear();
-        Failure failure;
-        f.replication.MessageStatusChanged(u"3"_s + QChar(2) + u"S"_s, failure);
-        QVERIFY(!failure.isSet());
-        QCOMPARE(f.sent, QStringList{cms(u"S"_s)});
-        f.replication.MessagesDeleted(u"T,U"_s);
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
-        // After that the same id counts as new.
-        f.intake.MessageReceived(record(u"S"_s), false);
-        QCOMPARE(f.frontend.displayed.size(), 4);
-        f.replication.MessageStatusChanged(u"3"_s, failure);
-        QVERIFY(failure.isSet());
+        // Levels: a sound is fetched only when it belongs on the network.
+        f.profile.writeFile(u"data/chime.wav"_s, "RIFF");
+        auto level = [](const QString &name, const QString &sound) {
+            return QStringList{name,      QString(), u"1"_s, u"2"_s,     u"3"_s,
+                               u"True"_s, u"2"_s,    sound,  u"False"_s, u"0"_s}
+                .join(QChar(3));
+        };
+        f.replication.LevelsReceived(QStringList{level(u"Chime"_s, u"\\\\srv\\media\\chime.wav"_s),
+                                                 level(u"Local"_s, u"/home/me/beep.wav"_s),
+                                                 level(u"Escape"_s, u"\\\\srv\\media\\.."_s)}
+                                         .join(QChar(2)));
+        QCOMPARE(gLevels().count(), 3);
+        // Already in the data folder: kept, not fetched again.
+        QCOMPARE(gLevels().find(u"Chime"_s)->SoundType, qint16(2));
+        // A local path is no use to other machines, and a name that would leave
+        // the data folder gives no file: silent both.
+        QCOMPARE(gLevels().find(u"Local"_s)->SoundType, qint16(0));
+        QVERIFY(logText().contains(u"StoreLevels - /home/me/beep.wav is not in network path"_s));
+        QCOMPARE(gLevels().find(u"Escape"_s)->SoundType, qint16(0));
+        // A second list replaces the first.
+        f.replication.LevelsReceived(level(u"Only"_s, QString()));
+        QCOMPARE(gLevels().count(), 1);
     }
 
     void targeting_data()
@@ -342,32 +351,6 @@ private Q_SLOTS:
         QFETCH(QString, address);
         Fixture f;
         QTEST(Targeting::MemberOfTarget(target, address), "member");
-    }
-
-    void levelsReceived()
-    {
-        Fixture f;
-        f.profile.writeFile(u"data/chime.wav"_s, "RIFF");
-        auto level = [](const QString &name, const QString &sound) {
-            return QStringList{name,      QString(), u"1"_s, u"2"_s,     u"3"_s,
-                               u"True"_s, u"2"_s,    sound,  u"False"_s, u"0"_s}
-                .join(QChar(3));
-        };
-        f.replication.LevelsReceived(QStringList{level(u"Chime"_s, u"\\\\srv\\media\\chime.wav"_s),
-                                                 level(u"Local"_s, u"/home/me/beep.wav"_s),
-                                                 level(u"Escape"_s, u"\\\\srv\\media\\.."_s)}
-                                         .join(QChar(2)));
-        QCOMPARE(gLevels().count(), 3);
-        // Already in the data folder: kept, not fetched again.
-        QCOMPARE(gLevels().find(u"Chime"_s)->SoundType, qint16(2));
-        // A local path is no use to other machines, and a name that would leave
-        // the data folder gives no file: silent both.
-        QCOMPARE(gLevels().find(u"Local"_s)->SoundType, qint16(0));
-        QVERIFY(logText().contains(u"StoreLevels - /home/me/beep.wav is not in network path"_s));
-        QCOMPARE(gLevels().find(u"Escape"_s)->SoundType, qint16(0));
-        // A second list replaces the first.
-        f.replication.LevelsReceived(level(u"Only"_s, QString()));
-        QCOMPARE(gLevels().count(), 1);
     }
 };
 

@@ -36,11 +36,7 @@ struct StoreFixture
     // The first column of the first row, -1 when there is none.
     static int count(Database &database, const QString &sql)
     {
-        QSqlQuery *rows = database.query(sql);
-        const int result = rows && rows->next() ? rows->value(0).toInt() : -1;
-        if (rows)
-            rows->finish();
-        return result;
+        return column(database, sql).value(0, QStringLiteral("-1")).toInt();
     }
     // The first column of every row.
     static QStringList column(Database &database, const QString &sql)
