@@ -102,10 +102,11 @@ frmMessage::frmMessage(AuthoringContext context, QWidget *parent)
     connect(ui.cmdUsers, &QToolButton::clicked, this, [this] { recipients(SelectUsers); });
     connect(ui.cmdMachines, &QToolButton::clicked, this, [this] { recipients(SelectMachines); });
     connect(ui.cmdLink, &QToolButton::clicked, this, [this] {
-        // The filter's words stay those of the sound files: it has always said so.
-        const QString path = QFileDialog::getOpenFileName(this, QString(), ui.txtLink->text(),
-                                                          ResString(AuthoringTexts::FileFilter), nullptr,
-                                                          QFileDialog::ReadOnly);
+        // The filter's words stay those of the sound files, as they always were; any
+        // document may be chosen, so "*.*" is every file here, named or not with a dot.
+        const QString filter =
+            ResString(AuthoringTexts::FileFilter).replace(QStringLiteral("*.*"), QStringLiteral("*"));
+        const QString path = QFileDialog::getOpenFileName(this, QString(), ui.txtLink->text(), filter);
         if (!path.isEmpty())
             ui.txtLink->setText(path);
     });
