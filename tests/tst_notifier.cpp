@@ -6,8 +6,6 @@
 #include <QTest>
 #include <QWidget>
 
-using namespace Qt::StringLiterals;
-
 // A notification service that holds every call unanswered until the test lets it go.
 class SlowService final : public QObject
 {
@@ -47,30 +45,30 @@ private Q_SLOTS:
         if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
             QSKIP("no session bus");
         QDBusConnection serviceBus =
-            QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"slow-service"_s);
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("slow-service"));
         SlowService service;
-        QVERIFY(serviceBus.registerObject(u"/org/freedesktop/Notifications"_s, &service,
+        QVERIFY(serviceBus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), &service,
                                           QDBusConnection::ExportAllSlots));
-        QVERIFY(serviceBus.registerService(u"org.freedesktop.Notifications"_s));
+        QVERIFY(serviceBus.registerService(QStringLiteral("org.freedesktop.Notifications")));
 
         DesktopNotifier notifier;
-        notifier.show(u"Read by\nann"_s);
+        notifier.show(QStringLiteral("Read by\nann"));
         QVERIFY(notifier.isShown());
         // The service, on this same thread, only gets the call if show() did not wait for it.
         QTRY_COMPARE(service.held.size(), 1);
         QCOMPARE(service.held.at(0).arguments().at(1).toUInt(), 0u);
-        notifier.show(u"Read by\nann, bob"_s);
+        notifier.show(QStringLiteral("Read by\nann, bob"));
         QVERIFY(!toastShown());
 
         serviceBus.send(service.held.at(0).createReply(QVariantList{7u}));
         QTRY_COMPARE(service.held.size(), 2);
         QCOMPARE(service.held.at(1).arguments().at(1).toUInt(), 7u);
-        QCOMPARE(service.held.at(1).arguments().at(4).toString(), u"ann, bob"_s);
+        QCOMPARE(service.held.at(1).arguments().at(4).toString(), QStringLiteral("ann, bob"));
 
         // A service that fails the call: our own toast says it instead.
-        serviceBus.send(service.held.at(1).createErrorReply(QDBusError::Failed, u"gone"_s));
+        serviceBus.send(service.held.at(1).createErrorReply(QDBusError::Failed, QStringLiteral("gone")));
         QTRY_VERIFY(toastShown());
-        serviceBus.unregisterService(u"org.freedesktop.Notifications"_s);
+        serviceBus.unregisterService(QStringLiteral("org.freedesktop.Notifications"));
     }
 };
 
