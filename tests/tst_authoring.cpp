@@ -56,6 +56,17 @@ struct Fixture : StoreFixture
         }
         form.Load();
     }
+    static DVMessage record(const QString &id, const QString &initId, const QString &userId,
+                            const QString &text, const QDateTime &start)
+    {
+        DVMessage msg;
+        msg.MsgID = id;
+        msg.InitID = initId;
+        msg.UserID = userId;
+        msg.Message = text;
+        msg.StartDate = start;
+        return msg;
+    }
     // The record of the last MSG, RPL, RPA or STP sent.
     DVMessage lastRecord() const
     {
@@ -73,7 +84,7 @@ class TestAuthoring : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void newMessageLeavesAsWritten()
+    void newMessagesEditsAndTemplates()
     {
         Fixture f;
         f.form.OpenNew(NewMessage, u"ID9"_s, u"bob"_s);
@@ -89,36 +100,27 @@ private Q_SLOTS:
         QCOMPARE(f.sent.size(), 1);
         QVERIFY(f.sent[0].startsWith(u"MSG\x01ID9\x02"_s));
         const DVMessage sent = f.lastRecord();
-        QCOMPARE(sent.Subject, u"Fire drill at noon: use the 'e"_s);
-        QCOMPARE(sent.Message, u"Fire drill at noon: use the 'east' stairs, not the lifts"_s);
-        QCOMPARE(sent.Status, qint32(StatusActive));
-        QCOMPARE(sent.InitID, u"ID9"_s);
-        QCOMPARE(sent.Agent, u"agent-1"_s);
-        QCOMPARE(sent.MachineID, u"ws-7"_s);
-        QCOMPARE(sent.ExpirationDate.date(), QDate(2026, 11, 30));
-        QCOMPARE(sent.CreationDate, f.clock.currentDateTime());
-    }
+        QCOMPARE((QVariantList{sent.Subject, sent.Message, sent.Status, sent.InitID, sent.Agent,
+                               sent.MachineID, sent.ExpirationDate.date(), sent.CreationDate}),
+                 (QVariantList{u"Fire drill at noon: use the 'e"_s,
+                               u"Fire drill at noon: use the 'east' stairs, not the lifts"_s, StatusActive,
+                               u"ID9"_s, u"agent-1"_s, u"ws-7"_s, QDate(2026, 11, 30),
+                               f.clock.currentDateTime()}));
 
-    void editsAndTemplates()
-    {
-        Fixture f;
-        DVMessage stored;
-        stored.MsgID = u"M1"_s;
-        stored.InitID = u"M0"_s;
-        stored.Message = u"Text"_s;
+        // A level the user may not choose is kept as the record names it.
+        f.sent.clear();
+        DVMessage stored =
+            Fixture::record(u"M1"_s, u"M0"_s, u"jdoe"_s, u"Text"_s, FakeClock::at(2026, 11, 24, 8, 0));
         stored.Target = u"bob"_s;
         stored.MsgLevel = u"Alarm"_s;
         stored.Subject = u"Subject"_s;
-        stored.UserID = u"jdoe"_s;
         stored.UserName = u"Jane Doe"_s;
         stored.MachineID = u"ws-7"_s;
         stored.DeleteAtExpiration = true;
         stored.Status = StatusActive;
-        stored.StartDate = FakeClock::at(2026, 11, 24, 8, 0);
         stored.ExpirationDate = FakeClock::at(2026, 12, 1, 8, 0);
         stored.CreationDate = FakeClock::at(2026, 11, 20);
         stored.ModificationDate = FakeClock::at(2026, 11, 21);
-        // A level the user may not choose is kept as the record names it.
         f.form.EditMessage(stored, EditMessageAction);
         QCOMPARE(f.form.Fields.cboLevel, u"Alarm"_s);
         QCOMPARE(f.form.OKButton(), MessageForm::Close);
@@ -151,6 +153,25 @@ private Q_SLOTS:
         f.form.OKButton();
         QCOMPARE(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s).Message, u"Changed"_s);
         QCOMPARE(f.sent.size(), 2);
+
+        // A duplicate starts afresh as this user's: the copy's text under the new ID, the form's dates.
+        DVMessage old = Fixture::record(u"OLD"_s, u"FIRST"_s, u"alice"_s, u"Copied text"_s,
+                                        FakeClock::at(2026, 1, 2, 3, 4));
+        old.Status = StatusFinished;
+        old.MsgAction = ActionDone;
+        old.MachineID = u"pc1"_s;
+        QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, old, false, true));
+        f.form.setAction(NewSharedTemplate);
+        QVERIFY(f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"OLD"_s, u"NEW"_s));
+        const DVMessage &base = *f.form.BaseRecord();
+        QCOMPARE((QVariantList{base.Status, base.InitID, base.UserID, base.MachineID, base.ExpirationDate,
+                               base.MsgAction}),
+                 (QVariantList{StatusActive, QString(), u"jdoe"_s, u"ws-7"_s,
+                               f.clock.currentDateTime().addDays(7), ActionWaiting}));
+        QCOMPARE(f.form.Caption(), u"New shared template NEW"_s);
+        QCOMPARE(f.form.Fields.txtText, u"Copied text"_s);
+        QCOMPARE(f.form.Fields.dateNextRun, f.clock.currentDateTime().date());
+        QVERIFY(!f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"NONE"_s, u"N2"_s));
     }
 
     void enableFields_data()
@@ -320,47 +341,14 @@ private Q_SLOTS:
         QCOMPARE(f.sent.size(), asked ? 0 : 1);
     }
 
-    void duplicateStartsAfresh()
-    {
-        Fixture f;
-        DVMessage old;
-        old.MsgID = u"OLD"_s;
-        old.InitID = u"FIRST"_s;
-        old.Message = u"Copied text"_s;
-        old.Status = StatusFinished;
-        old.MsgAction = ActionDone;
-        old.UserID = u"alice"_s;
-        old.MachineID = u"pc1"_s;
-        old.StartDate = FakeClock::at(2026, 1, 2, 3, 4);
-        QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, old, false, true));
-        f.form.setAction(NewSharedTemplate);
-        QVERIFY(f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"OLD"_s, u"NEW"_s));
-        const DVMessage &base = *f.form.BaseRecord();
-        QCOMPARE(base.Status, qint32(StatusActive));
-        QCOMPARE(base.InitID, QString());
-        QCOMPARE(base.UserID, u"jdoe"_s);
-        QCOMPARE(base.MachineID, u"ws-7"_s);
-        QCOMPARE(base.ExpirationDate, f.clock.currentDateTime().addDays(7));
-        QCOMPARE(base.MsgAction, qint32(ActionWaiting));
-        // The copy's text, under the new ID; its dates are the form's own.
-        QCOMPARE(f.form.Caption(), u"New shared template NEW"_s);
-        QCOMPARE(f.form.Fields.txtText, u"Copied text"_s);
-        QCOMPARE(f.form.Fields.dateNextRun, f.clock.currentDateTime().date());
-        QVERIFY(!f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"NONE"_s, u"N2"_s));
-    }
-
     void replies()
     {
         Fixture f;
         ReplyForm reply(f.context);
-        DVMessage msg;
-        msg.MsgID = u"R1"_s;
-        msg.InitID = u"M0"_s;
-        msg.UserID = u"alice"_s;
+        DVMessage msg =
+            Fixture::record(u"R1"_s, u"M0"_s, u"alice"_s, u"Noon?"_s, FakeClock::at(2026, 11, 23, 9, 0));
         msg.Subject = u"Lunch"_s;
-        msg.Message = u"Noon?"_s;
         msg.Target = u"bob,alice"_s;
-        msg.StartDate = FakeClock::at(2026, 11, 23, 9, 0);
         reply.Load();
         reply.Original(msg, u"R2"_s);
         QCOMPARE(reply.Caption(), u"Reply to alice"_s);
@@ -383,13 +371,10 @@ private Q_SLOTS:
         reply.OKButton();
         QVERIFY(f.sent.last().startsWith(u"RPA\x01R2\x02"_s));
         const DVMessage sent = f.lastRecord();
-        QCOMPARE(sent.Message, u"Yes, 'at noon'"_s);
-        QCOMPARE(sent.Subject, u"Lunch"_s);
-        QCOMPARE(sent.StartDate, msg.StartDate);
-        QCOMPARE(sent.MsgDelivery, qint16(3));
-        QCOMPARE(sent.MsgLevel, u"sysKVReply"_s);
-        QCOMPARE(sent.RefID, u"R1"_s);
-        QCOMPARE(sent.InitID, u"M0"_s);
+        QCOMPARE((QVariantList{sent.Message, sent.Subject, sent.StartDate, sent.MsgDelivery, sent.MsgLevel,
+                               sent.RefID, sent.InitID}),
+                 (QVariantList{u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s,
+                               u"R1"_s, u"M0"_s}));
         QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
 
         // A reply to that reply keeps the history and names the reply answered.
@@ -399,11 +384,8 @@ private Q_SLOTS:
         reply.Fields.txtText = u"ok"_s;
         reply.OKButton();
         QVERIFY(f.sent.last().startsWith(u"RPL\x01R3\x02"_s));
-    }
 
-    void selection()
-    {
-        Fixture f;
+        // The selection keeps the names it does not know, after the ones it shows.
         QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID, UserName) VALUES ('alice', 'Alice A'), "
                               "('bob', 'Bob B'), ('carol', 'Carol C')"_s));
         SelectionList list;
@@ -468,8 +450,6 @@ private Q_SLOTS:
         if (code == u"PTP"_s)
             QVERIFY(logText().contains(
                 u"Splitting PTP\nLoading frmMessage\nActionType\nDuplicating\nShowing\n"_s));
-        gProcess().CurrentList = 0;
-        gProcess().SavedSelection.clear();
     }
 };
 

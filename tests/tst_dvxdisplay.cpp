@@ -2,11 +2,8 @@
 #include "banner/SystemColor.h"
 #include "banner/dvxDisplay.h"
 #include "banner/frmBanner.h"
-#include "core/Globals.h"
 #include "core/Options.h"
-#include "store/DBFunctions.h"
-#include "store/Database.h"
-#include "support/TempProfile.h"
+#include "support/StoreFixture.h"
 
 #include <QAction>
 #include <QApplication>
@@ -22,6 +19,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr quint32 White = 0x00FFFFFF;
@@ -31,7 +30,7 @@ constexpr quint32 Blue = 0x00FF0000;
 // Without antialiasing every pixel is exactly one of the colours drawn.
 QFont sharpFont(int pointSize = 14)
 {
-    QFont font(QStringLiteral("DejaVu Sans"), pointSize);
+    QFont font(u"DejaVu Sans"_s, pointSize);
     font.setStyleStrategy(QFont::NoAntialias);
     return font;
 }
@@ -94,21 +93,18 @@ private:
         display.Timer1->stop();
     }
 
-    // A banner as the client makes it, its first message of the run on show.
-    static std::unique_ptr<frmBanner> firstBanner(const TempProfile &profile, int horizontal, int vertical,
-                                                  int pointSize)
+    // A banner as the client makes it on the fixture's store, its first message of the run on show.
+    static std::unique_ptr<frmBanner> firstBanner(int horizontal, int vertical, int pointSize)
     {
-        gProcess().AppDataPath = profile.dataHome();
-        InitializeDB(profile.dataHome());
-        ClientDB().exec(QStringLiteral("INSERT INTO Levels (LevelName, SoundType) VALUES ('Urgent', 0)"));
+        ClientDB().exec(u"INSERT INTO Levels (LevelName, SoundType) VALUES ('Urgent', 0)"_s);
         gOptions().HorizontalPosition = horizontal;
         gOptions().VerticalPosition = vertical;
         gOptions().Font.Size = pointSize;
         auto banner = std::make_unique<frmBanner>(DisplayQueue::Hooks{});
         DVMessage message;
-        message.MsgID = QStringLiteral("A");
-        message.MsgLevel = QStringLiteral("Urgent");
-        message.Message = QStringLiteral("Fire drill at noon in the east wing");
+        message.MsgID = u"A"_s;
+        message.MsgLevel = u"Urgent"_s;
+        message.Message = u"Fire drill at noon in the east wing"_s;
         banner->queue().AddMessageToDisplay(message);
         return banner;
     }
@@ -131,8 +127,8 @@ private Q_SLOTS:
         QFETCH(int, horizontal);
         QFETCH(int, vertical);
         QFETCH(int, pointSize);
-        TempProfile profile;
-        auto banner = firstBanner(profile, horizontal, vertical, pointSize);
+        StoreFixture store;
+        auto banner = firstBanner(horizontal, vertical, pointSize);
         QVERIFY(QTest::qWaitForWindowExposed(banner.get()));
         const QRect screen = banner->screen()->geometry();
         const QRect shown = banner->frameGeometry();
@@ -145,15 +141,12 @@ private Q_SLOTS:
         // The button waits for the text to pass; the menu acknowledges at once.
         QVERIFY(!banner->acknowledgeButton()->isEnabled());
         QVERIFY(banner->acknowledgeAction()->isEnabled());
-        banner.reset();
-        ClientDB().close();
-        TempDB().close();
     }
 
     void tipsShowOnTheInactiveBanner()
     {
-        TempProfile profile;
-        auto banner = firstBanner(profile, 0, 0, 12);
+        StoreFixture store;
+        auto banner = firstBanner(0, 0, 12);
         // The reader works in another window: the banner never takes the keyboard from it.
         QWidget elsewhere;
         elsewhere.move(0, 400);
@@ -163,43 +156,34 @@ private Q_SLOTS:
         QVERIFY(!banner->isActiveWindow());
         dvxDisplay *display = banner->display();
         QTest::mouseMove(display->Picture1, QPoint(10, 5));
-        QTRY_COMPARE(QToolTip::text(), QStringLiteral("Fire drill at noon in the east wing"));
+        QTRY_COMPARE(QToolTip::text(), u"Fire drill at noon in the east wing"_s);
         QTest::mouseMove(display->cmdDetails, QPoint(3, 3));
         QTRY_COMPARE(QToolTip::text(), display->cmdDetails->toolTip());
-        banner.reset();
-        ClientDB().close();
-        TempDB().close();
     }
 
     void writeTextDrawsTextAndShadowOnce()
     {
         dvxDisplay display;
-        writeStill(display, QStringLiteral("AB"), false);
+        writeStill(display, u"AB"_s, false);
         const QImage plain = rgb(display.Picture2());
-        writeStill(display, QStringLiteral("AB"), true);
+        writeStill(display, u"AB"_s, true);
         QCOMPARE(shadowMismatches(plain, rgb(display.Picture2()), rgbOf(Red), rgbOf(Blue), rgbOf(White)), 0);
         // The text starts one control width in, so that it enters from the right edge.
         const QRect letters = boundsOf(plain, rgbOf(Red));
         QVERIFY(letters.left() >= 300 && letters.left() <= 302);
 
         // An ampersand is measured but drawn as an underline below the same letters.
-        writeStill(display, QStringLiteral("A&B"), false);
+        writeStill(display, u"A&B"_s, false);
         const QImage mnemonic = rgb(display.Picture2());
-        QCOMPARE(display.Scroll().TextWidthPx,
-                 QFontMetrics(sharpFont()).horizontalAdvance(QStringLiteral("A&B")));
+        QCOMPARE(display.Scroll().TextWidthPx, QFontMetrics(sharpFont()).horizontalAdvance(u"A&B"_s));
         const QRect aboveUnderline(0, 0, plain.width(), letters.bottom() + 1);
         QCOMPARE(mnemonic.copy(aboveUnderline), plain.copy(aboveUnderline));
         QVERIFY(boundsOf(mnemonic, rgbOf(Red)).bottom() > letters.bottom());
-        QCOMPARE(display.ToolTipText(), QStringLiteral("A&B"));
-    }
+        QCOMPARE(display.ToolTipText(), u"A&B"_s);
 
-    void tickCopiesTheBlockAtScrollX()
-    {
-        dvxDisplay display;
-        writeStill(display, QStringLiteral("Hello world"));
+        // A tick copies the block at ScrollX to the strip, which is cleared until the first one.
+        writeStill(display, u"Hello world"_s);
         const QRect strip = display.Picture1->geometry();
-
-        // Cleared until the first tick.
         QImage shown = rgb(display.grab(strip));
         QCOMPARE(boundsOf(shown, rgbOf(White)), QRect(QPoint(0, 0), strip.size()));
 
@@ -215,22 +199,21 @@ private Q_SLOTS:
     void ticksRaiseDisplayedThenLooped()
     {
         dvxDisplay display;
-        writeStill(display, QStringLiteral("Hello"));
-        QSignalSpy displayed(&display, &dvxDisplay::Displayed);
+        writeStill(display, u"Hello"_s);
         QSignalSpy looped(&display, &dvxDisplay::Looped);
         QSignalSpy changed(&display, &dvxDisplay::Change);
         QStringList order;
-        connect(&display, &dvxDisplay::Displayed, &display, [&] { order << QStringLiteral("Displayed"); });
+        connect(&display, &dvxDisplay::Displayed, &display, [&] { order << u"Displayed"_s; });
         // The banner answers Looped with the next text, from inside the tick.
         connect(&display, &dvxDisplay::Looped, &display, [&] {
-            order << QStringLiteral("Looped");
-            display.SetText(QStringLiteral("Next"));
+            order << u"Looped"_s;
+            display.SetText(u"Next"_s);
             display.WriteText(true);
         });
 
         for (int ticks = 0; looped.isEmpty() && ticks < 10000; ++ticks)
             display.Timer1_Timer();
-        QCOMPARE(order, (QStringList{QStringLiteral("Displayed"), QStringLiteral("Looped")}));
+        QCOMPARE(order, (QStringList{u"Displayed"_s, u"Looped"_s}));
         QCOMPARE(changed.size(), 1);
         QCOMPARE(display.Scroll().ScrollX, 0);
         QVERIFY(display.Timer1->isActive());
@@ -250,18 +233,18 @@ private Q_SLOTS:
         // button must not wake.
         order.clear();
         // Loading skips the writers' range checks.
-        display.ReadProperties({{QStringLiteral("PixelsPerSpeed"), 30000}, {QStringLiteral("Speed"), 500}});
+        display.ReadProperties({{u"PixelsPerSpeed"_s, 30000}, {u"Speed"_s, 500}});
         QCOMPARE(display.Timer1->interval(), 2);
         display.WriteText(true);
         display.Timer1_Timer();
-        QCOMPARE(order, (QStringList{QStringLiteral("Displayed"), QStringLiteral("Looped")}));
+        QCOMPARE(order, (QStringList{u"Displayed"_s, u"Looped"_s}));
     }
 
     void buttonsAndDoubleClick()
     {
         dvxDisplay display;
         display.resize(300, 10);
-        display.SetFromInfo(QStringLiteral("Urgent from Ann Lee"));
+        display.SetFromInfo(u"Urgent from Ann Lee"_s);
         display.show();
         QVERIFY(QTest::qWaitForWindowExposed(&display));
         display.Timer1->stop();
@@ -316,22 +299,20 @@ private Q_SLOTS:
         QVERIFY(heightWith(24, 1) > heightWith(24, 0));
     }
 
-    void resolvesStoredColours()
+    void coloursAndLevelSample()
     {
         // Stored colours are blue-green-red; the high bit picks a colour of the desktop's palette.
         QCOMPARE(ResolveColor(0x00123456), QColor(0x56, 0x34, 0x12));
         QCOMPARE(ResolveColor(0x80000005), QApplication::palette().color(QPalette::Base));
         QCOMPARE(ResolveColor(0x800000F0), QColor(Qt::black));
-    }
 
-    void levelSample()
-    {
+        // The level sample: the fill inside the rectangle only, the text centred on it.
         QImage image(200, 100, QImage::Format_RGB32);
         const auto glyphIn = [&image](const QRect &rect, bool shadow) {
             image.fill(Qt::black);
             QPainter painter(&image);
             painter.setFont(sharpFont());
-            DrawLevelSample(painter, rect, QStringLiteral("A&B"), 0x80000005, Red, Blue, shadow);
+            DrawLevelSample(painter, rect, u"A&B"_s, 0x80000005, Red, Blue, shadow);
             painter.end();
             return boundsOf(image, rgbOf(Red));
         };
@@ -340,7 +321,7 @@ private Q_SLOTS:
         QCOMPARE(image.pixel(10, 10), rgbOf(0x80000005));
         QCOMPARE(image.pixel(9, 9), qRgb(0, 0, 0));
         // The ampersand drawn as it stands: wider than the two letters alone.
-        QVERIFY(small.width() > QFontMetrics(sharpFont()).boundingRect(QStringLiteral("AB")).width());
+        QVERIFY(small.width() > QFontMetrics(sharpFont()).boundingRect(u"AB"_s).width());
         // Twenty pixels more each way move the centred text by ten, the shadow drawn under it.
         const QRect large = glyphIn(QRect(10, 10, 120, 60), true);
         QCOMPARE(large.size(), small.size());

@@ -19,7 +19,7 @@ private:
     static QStringList lines() { return logText().split(u'\n', Qt::SkipEmptyParts); }
 
 private Q_SLOTS:
-    void formatsAndTraceSwitch()
+    void formatsTraceRenewAndUnwritable()
     {
         TempProfile profile;
         FakeClock clock(FakeClock::at(2026, 3, 4, 5, 6, 7));
@@ -43,20 +43,14 @@ private Q_SLOTS:
         WriteLog(u"clean"_s);
         QVERIFY(lines()[2].endsWith(u" -- unrelated ** Error number 6 = Overflow"_s));
         QVERIFY(lines()[3].endsWith(u" -- clean"_s));
-    }
 
-    void renewAndUnwritableLog()
-    {
-        TempProfile profile;
-        gProcess().AppDataPath = profile.dataHome();
-        WriteLog(u"previous run"_s);
+        // A new run starts a new log.
         LogFile::renew();
         QVERIFY(!QFile::exists(LogFile::path()));
 
         // A log that cannot be opened loses the line and nothing else.
         QDir(profile.dataHome()).mkpath(u"client.log"_s);
         WriteLog(u"lost"_s);
-        gOptions().Trace = true;
         TraceLog(u"lost too"_s);
         QVERIFY(QFileInfo(LogFile::path()).isDir());
         gProcess().AppDataPath = profile.path() + u"/does/not/exist"_s;

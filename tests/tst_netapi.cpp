@@ -1,12 +1,9 @@
 // The name service as the directory. Run as root, the test makes its own
 // accounts and groups and removes them at the end; otherwise it is skipped.
-#include "core/Globals.h"
 #include "core/UserInfos.h"
 #include "delivery/Targeting.h"
 #include "netsvc/NetApi.h"
-#include "store/DBFunctions.h"
-#include "store/Database.h"
-#include "support/TempProfile.h"
+#include "support/StoreFixture.h"
 
 #include <QProcess>
 #include <QTest>
@@ -67,22 +64,16 @@ private Q_SLOTS:
             QProcess::execute(u"groupdel"_s, {group});
     }
 
-    void ownGroupsReachTheTarget()
+    void groupsAndDirectory()
     {
-        TempProfile profile;
-        gProcess().AppDataPath = profile.dataHome();
-        InitializeDB(profile.dataHome());
+        // The user's own groups, his primary one included, reach the target.
+        StoreFixture store;
         ReplaceUserInfos(UserInfos(Primary));
         QVERIFY(EnumGroupsFromUser(Primary));
         QVERIFY(Targeting::MemberOfTarget(u"someone,"_s + Ops, QString()));
         QVERIFY(Targeting::MemberOfTarget(Other, QString()));
         QVERIFY(!Targeting::MemberOfTarget(u"root"_s, QString()));
-        ClientDB().close();
-        TempDB().close();
-    }
 
-    void directoryLists()
-    {
         QStringList members = EnumUsersFromGroup(Ops);
         members.sort();
         QCOMPARE(members, (QStringList{Member, Primary}));

@@ -4,6 +4,8 @@
 
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 class TestScrolling : public QObject
 {
     Q_OBJECT
@@ -25,9 +27,9 @@ private:
         for (int tick = 1; tick <= 10000; ++tick) {
             const ScrollArithmetic::TickResult result = scroll.Tick();
             if (result.Displayed)
-                events << QStringLiteral("D%1").arg(tick);
+                events << u"D%1"_s.arg(tick);
             if (result.Looped)
-                return events << QStringLiteral("L%1").arg(tick);
+                return events << u"L%1"_s.arg(tick);
         }
         return events;
     }
@@ -39,11 +41,10 @@ private Q_SLOTS:
         QTest::addColumn<bool>("badStep");
         QTest::addColumn<QStringList>("events");
         // Two pixels a tick: an empty text is displayed at once.
-        QTest::newRow("empty text") << 0 << false << QStringList{QStringLiteral("D1"), QStringLiteral("L10")};
-        QTest::newRow("short text") << 10 << false
-                                    << QStringList{QStringLiteral("D5"), QStringLiteral("L15")};
+        QTest::newRow("empty text") << 0 << false << QStringList{u"D1"_s, u"L10"_s};
+        QTest::newRow("short text") << 10 << false << QStringList{u"D5"_s, u"L15"_s};
         // A bad step value turns 2 pixels into 30: both events in one tick, in order.
-        QTest::newRow("large step") << 10 << true << QStringList{QStringLiteral("D1"), QStringLiteral("L1")};
+        QTest::newRow("large step") << 10 << true << QStringList{u"D1"_s, u"L1"_s};
     }
 
     void passes()
@@ -138,7 +139,7 @@ private Q_SLOTS:
         QCOMPARE(layout.TextRect.topLeft(), QPoint(300, 0));
     }
 
-    void writeTextWithoutRestartKeepsTheScroll()
+    void writeTextAndRounding()
     {
         ScrollArithmetic scroll = strip(2000, 400);
         for (int i = 0; i < 250; ++i)
@@ -150,13 +151,11 @@ private Q_SLOTS:
         const ScrollArithmetic::TickResult result = scroll.Tick();
         QVERIFY(result.Displayed && result.Looped);
         QCOMPARE(scroll.ScrollX, 0);
-    }
 
-    void conversionsRoundHalfToEven()
-    {
-        ScrollArithmetic scroll(10, 10);
+        // Half to even: at 10 twips a pixel, 25 twips of text and 45 of control are 2 and 4 pixels, 7
+        // together.
+        scroll = ScrollArithmetic(10, 10);
         scroll.ScreenWidthPx = 800;
-        // 25 twips of text and 45 of control are 2.5 and 4.5 pixels, but 7 together.
         scroll.WriteText(25, 45, 300, true);
         QCOMPARE(scroll.TextWidthPx, 2);
         QCOMPARE(scroll.LoopEnd, 7);

@@ -2,8 +2,8 @@
 #include "banner/SoundCodes.h"
 #include "banner/SoundPlayer.h"
 #include "core/Globals.h"
-#include "core/Log.h"
 #include "core/Options.h"
+#include "support/LogText.h"
 #include "support/TempProfile.h"
 
 #include <QAudioDevice>
@@ -16,6 +16,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 class TestSound : public QObject
 {
     Q_OBJECT
@@ -26,16 +28,6 @@ private:
     static QString mediaDir() { return QStringLiteral(KORVANE_MEDIA_DIR); }
     static QString programDir() { return QFileInfo(mediaDir()).absolutePath(); }
     static QString canonical(const QString &path) { return QFileInfo(path).canonicalFilePath(); }
-    static QString log()
-    {
-        QFile file(LogFile::path());
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    }
-    static QByteArray readAll(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
 
 private Q_SLOTS:
     void init()
@@ -47,16 +39,42 @@ private Q_SLOTS:
 
     void cleanup() { m_profile.reset(); }
 
-    void everyBuiltInCodeHasItsFile()
+    void builtInFilesAndLooping()
     {
         SoundPlayer player;
         player.setProgramDirectory(programDir());
         for (qint16 code = SoundCodes::FirstBuiltIn; code <= SoundCodes::LastBuiltIn; ++code)
             QVERIFY2(QFileInfo(player.ResolveFile(code, QString())).isFile(),
                      qPrintable(QString::number(code)));
-        const QString own = QStringLiteral("/srv/Alarm.wav");
+        const QString own = u"/srv/Alarm.wav"_s;
         QCOMPARE(player.ResolveFile(2, own), own);
         QCOMPARE(player.ResolveFile(SoundCodes::LastBuiltIn + 1, own), own);
+
+        // Looping runs until stopped.
+        QSignalSpy done(&player, &SoundPlayer::SoundDone);
+        // Nothing open and nothing playing: stopping does no harm.
+        player.Stop();
+        QVERIFY(player.Open(mediaDir() + u"/Buzzer.wav"_s));
+        player.PlayLooping();
+        if (!QMediaDevices::defaultAudioOutput().isNull()) {
+            QTRY_VERIFY(player.isPlaying());
+            player.Stop();
+            QTRY_VERIFY(!player.isPlaying());
+        } else {
+            // Silent without a device, said once however often it is asked.
+            player.PlayLooping();
+            player.Initialise();
+            QVERIFY(!player.isPlaying());
+            QCOMPARE(logText().count(u"No audio output device; sounds are silent"_s), 1);
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(done.count(), 0);
+
+        // A lost file takes the place of the last one, so nothing old is played.
+        QVERIFY(!player.Open(mediaDir() + u"/Missing.wav"_s));
+        player.PlayOnce();
+        QVERIFY(!player.isPlaying());
+        QCOMPARE(player.loadedFile(), QString());
     }
 
     void missingFileIsLoggedAndSilent_data()
@@ -64,12 +82,11 @@ private Q_SLOTS:
         QTest::addColumn<qint16>("code");
         QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("logged");
-        QTest::newRow("lost file of one's own") << qint16(2) << QStringLiteral("/nonexistent/Lost.wav")
-                                                << QStringLiteral("/nonexistent/Lost.wav");
-        QTest::newRow("folder, not a file")
-            << qint16(2) << QStringLiteral("<dir>") << QStringLiteral("<dir>");
+        QTest::newRow("lost file of one's own")
+            << qint16(2) << u"/nonexistent/Lost.wav"_s << u"/nonexistent/Lost.wav"_s;
+        QTest::newRow("folder, not a file") << qint16(2) << u"<dir>"_s << u"<dir>"_s;
         QTest::newRow("built-in missing beside the program")
-            << qint16(5) << QString() << QStringLiteral("<dir>/Media/Choir.wav");
+            << qint16(5) << QString() << u"<dir>/Media/Choir.wav"_s;
     }
 
     void missingFileIsLoggedAndSilent()
@@ -77,16 +94,15 @@ private Q_SLOTS:
         QFETCH(qint16, code);
         QFETCH(QString, file);
         QFETCH(QString, logged);
-        file.replace(QStringLiteral("<dir>"), m_profile->path());
-        logged.replace(QStringLiteral("<dir>"), m_profile->path());
+        file.replace(u"<dir>"_s, m_profile->path());
+        logged.replace(u"<dir>"_s, m_profile->path());
         SoundPlayer player;
         player.setProgramDirectory(m_profile->path());
         QSignalSpy done(&player, &SoundPlayer::SoundDone);
         player.PlayFile(code, file, true);
         QCoreApplication::processEvents();
-        QVERIFY2(log().contains(QStringLiteral("frmBanner:PlayFile - Sound File ") + logged +
-                                QStringLiteral(" does not exists")),
-                 qPrintable(log()));
+        QVERIFY2(logText().contains(u"frmBanner:PlayFile - Sound File "_s + logged + u" does not exists"_s),
+                 qPrintable(logText()));
         QCOMPARE(player.loadedFile(), QString());
         QVERIFY(!player.isPlaying());
         QCOMPARE(done.count(), 0);
@@ -99,7 +115,7 @@ private Q_SLOTS:
         QTest::newRow("own file") << qint16(2) << QString();
         QTest::newRow("built-in") << qint16(11) << QString();
         QTest::newRow("bell of the sound theme")
-            << qint16(1) << QStringLiteral("share/sounds/freedesktop/stereo/bell.oga");
+            << qint16(1) << u"share/sounds/freedesktop/stereo/bell.oga"_s;
         QTest::newRow("bell with no sound theme") << qint16(1) << QString();
     }
 
@@ -109,14 +125,16 @@ private Q_SLOTS:
         QFETCH(QString, theme);
         const QByteArray savedDirs = qgetenv("XDG_DATA_DIRS");
         qputenv("XDG_DATA_DIRS", m_profile->path().toUtf8() + "/share");
-        const QString own = m_profile->path() + QStringLiteral("/My Sounds/ding dong.wav");
-        m_profile->writeFile(QStringLiteral("My Sounds/ding dong.wav"),
-                             readAll(mediaDir() + QStringLiteral("/Update.wav")));
+        QFile wav(mediaDir() + u"/Update.wav"_s);
+        QVERIFY(wav.open(QIODevice::ReadOnly));
+        const QByteArray sound = wav.readAll();
+        const QString own = m_profile->path() + u"/My Sounds/ding dong.wav"_s;
+        m_profile->writeFile(u"My Sounds/ding dong.wav"_s, sound);
         if (!theme.isEmpty())
-            m_profile->writeFile(theme, readAll(mediaDir() + QStringLiteral("/Update.wav")));
-        QString expected = code == 2 ? own : QString(mediaDir() + QStringLiteral("/Update.wav"));
+            m_profile->writeFile(theme, sound);
+        QString expected = code == 2 ? own : QString(mediaDir() + u"/Update.wav"_s);
         if (code == 1)
-            expected = theme.isEmpty() ? QString(mediaDir() + QStringLiteral("/Bell.wav"))
+            expected = theme.isEmpty() ? QString(mediaDir() + u"/Bell.wav"_s)
                                        : QString(m_profile->path() + u'/' + theme);
 
         SoundPlayer player;
@@ -130,40 +148,10 @@ private Q_SLOTS:
         qputenv("XDG_DATA_DIRS", savedDirs);
         // Played where it lies, no copy made, and to its end whether or not a device is there to hear it.
         QCOMPARE(canonical(player.loadedFile()), canonical(expected));
-        QCOMPARE(QDir(m_profile->dataHome()).entryList({QStringLiteral("*.wav")}, QDir::Files),
-                 QStringList());
+        QCOMPARE(QDir(m_profile->dataHome()).entryList({u"*.wav"_s}, QDir::Files), QStringList());
         QVERIFY(done.wait(15000));
         QTRY_VERIFY(!player.isPlaying());
-        QVERIFY(!log().contains(QStringLiteral("does not exists")));
-    }
-
-    void loopingRunsUntilStop()
-    {
-        SoundPlayer player;
-        QSignalSpy done(&player, &SoundPlayer::SoundDone);
-        // Nothing open and nothing playing: stopping does no harm.
-        player.Stop();
-        QVERIFY(player.Open(mediaDir() + QStringLiteral("/Buzzer.wav")));
-        player.PlayLooping();
-        if (!QMediaDevices::defaultAudioOutput().isNull()) {
-            QTRY_VERIFY(player.isPlaying());
-            player.Stop();
-            QTRY_VERIFY(!player.isPlaying());
-        } else {
-            // Silent without a device, said once however often it is asked.
-            player.PlayLooping();
-            player.Initialise();
-            QVERIFY(!player.isPlaying());
-            QCOMPARE(log().count(QStringLiteral("No audio output device; sounds are silent")), 1);
-        }
-        QCoreApplication::processEvents();
-        QCOMPARE(done.count(), 0);
-
-        // A lost file takes the place of the last one, so nothing old is played.
-        QVERIFY(!player.Open(mediaDir() + QStringLiteral("/Missing.wav")));
-        player.PlayOnce();
-        QVERIFY(!player.isPlaying());
-        QCOMPARE(player.loadedFile(), QString());
+        QVERIFY(!logText().contains(u"does not exists"_s));
     }
 
     void audioForgetsFilesAndLoops_data()
@@ -180,7 +168,7 @@ private Q_SLOTS:
         QFETCH(qint32, type);
         QFETCH(bool, keepsFile);
         Audio audio;
-        const QString file = m_profile->path() + QStringLiteral("/gone.wav");
+        const QString file = m_profile->path() + u"/gone.wav"_s;
         audio.setWaveFile(file);
         audio.setSoundType(type);
         QCOMPARE(audio.WaveFile(), keepsFile ? file : QString());
