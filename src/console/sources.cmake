@@ -1,0 +1,5 @@
+# The logic of the console: no widgets, compiled under the engine's rules.
+set(CONSOLE_LOGIC_SOURCES
+    console/GridLayout.cpp console/GridLayout.h
+    console/GridState.cpp console/GridState.h
+)
