@@ -1,1 +1,1 @@
-korvane_add_test(tst_gridlayout SOURCES tst_gridlayout.cpp LIBS console_logic)
+korvane_add_test(tst_console SOURCES tst_console.cpp LIBS console_logic)

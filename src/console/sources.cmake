@@ -1,5 +1,6 @@
 # The logic of the console: no widgets, compiled under the engine's rules.
 set(CONSOLE_LOGIC_SOURCES
+    console/ConsoleFrame.cpp console/ConsoleFrame.h
     console/GridLayout.cpp console/GridLayout.h
     console/GridState.cpp console/GridState.h
 )

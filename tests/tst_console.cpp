@@ -1,0 +1,196 @@
+// The console's frame (the side bar by role and policy, what a click shows or
+// asks for, the window's place) and its lists' column layouts.
+#include "console/ConsoleFrame.h"
+#include "console/GridLayout.h"
+#include "console/GridState.h"
+#include "core/Globals.h"
+#include "core/Options.h"
+#include "core/UserInfos.h"
+#include "core/UserStore.h"
+#include "link/Policies.h"
+#include "support/LogText.h"
+#include "support/TempProfile.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class TestConsole : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sideBarByRoleAndPolicy_data()
+    {
+        QTest::addColumn<int>("authority");
+        QTest::addColumn<bool>("groups");
+        QTest::addColumn<QList<int>>("lists");
+        QTest::addColumn<QString>("trace");
+        QTest::newRow("user") << 0 << true << QList<int>{1, 2, 3, 5, 6, 7, 10, 11, 12, 13, 14}
+                              << u"Load - User authority - No administration group"_s;
+        QTest::newRow("postmaster")
+            << 1 << true << QList<int>{1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13, 14}
+            << u"Load - Postmaster authority - No Administrators item nor Packages item"_s;
+        QTest::newRow("packager") << 2 << true << QList<int>{1, 2, 3, 4, 5, 6, 7, 9, 10, 11, 12, 13, 14}
+                                  << u"Load - Postmaster authority - No Administrators item"_s;
+        QTest::newRow("administrator, no groups")
+            << 3 << false << QList<int>{1, 2, 3, 4, 5, 6, 7, 9, 12, 13, 14, 15} << u"RemoveNoKorvanItems"_s;
+    }
+
+    void sideBarByRoleAndPolicy()
+    {
+        QFETCH(int, authority);
+        QFETCH(bool, groups);
+        QFETCH(QString, trace);
+        TempProfile profile;
+        gProcess().AppDataPath = profile.dataHome();
+        gOptions().Trace = true;
+        UserInfos user(u"jdoe"_s);
+        user.setMyAuthority(qint16(authority));
+        Policies policies;
+        policies.UseDomainGroups = policies.UseKorvanGroups = groups;
+        ProcessState process;
+        Session session;
+        QStringList sent;
+        ConsoleFrame frame(process, session, user, policies, [&sent](const QString &p) {
+            sent << p;
+            return true;
+        });
+        QList<int> lists;
+        for (const ConsoleFrame::Item &item : frame.Load())
+            lists << item.list;
+        QTEST(lists, "lists");
+        QVERIFY(logText().contains(u"frmAdmin:"_s + trace + u'\n'));
+        // It opens on the Outbox and asks for the receipts once.
+        QCOMPARE(process.CurrentList, 2);
+        QCOMPARE(sent, QStringList{u"RRC"_s});
+    }
+
+    void clicksShowOrAsk()
+    {
+        TempProfile profile;
+        UserInfos user(u"jdoe"_s);
+        Policies policies;
+        ProcessState process;
+        Session session;
+        session.ReceiptsLoaded = session.UsersLoaded = true;
+        QStringList sent;
+        ConsoleFrame frame(process, session, user, policies, [&sent](const QString &p) {
+            sent << p;
+            return true;
+        });
+        QCOMPARE(frame.OnClickItemLink(u"btnInbox"_s).show, 1);
+        QCOMPARE(frame.OnClickItemLink(u"btnUsers"_s).show, 13);
+        // Not yet here: the busy window and the request, again at each click while it is out.
+        for (int click = 0; click < 2; ++click) {
+            const ConsoleFrame::Step step = frame.OnClickItemLink(u"btnMachines"_s);
+            QVERIFY(step.progress && step.show == 0);
+        }
+        QCOMPARE(sent, (QStringList{u"RMA\u0001A"_s, u"RMA\u0001A"_s}));
+        // The person moves on: the machines' late answer shows nothing, the groups' always shows.
+        frame.OnClickItemLink(u"btnInbox"_s);
+        QVERIFY(!frame.MayDisplay(14) && frame.MayDisplay(11));
+        // My groups leave the choice as it was; btnInstalled does nothing at all.
+        QCOMPARE(frame.OnClickItemLink(u"btnMyGroups"_s).show, 12);
+        QCOMPARE(process.CurrentList, 1);
+        QCOMPARE(frame.OnClickItemLink(u"btnInstalled"_s).show, 0);
+        frame.QueryUnload();
+        QCOMPARE(process.CurrentList, 0);
+
+        // The place in twips; a value of text counts as missing.
+        const UserStore store(profile.path() + u"/Client.conf"_s);
+        QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(0, 0, 800, 600));
+        ConsoleFrame::WriteGeometry(store, QRect(10, 20, 1000, 700));
+        QCOMPARE(store.read(u"Setup"_s, u"AdminWidth"_s, QString()), u"15000"_s);
+        QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(10, 20, 1000, 700));
+        store.write(u"Setup"_s, u"AdminHeight"_s, u"tall"_s);
+        QCOMPARE(ConsoleFrame::ReadGeometry(store).height(), 600);
+    }
+
+    void whichFileAndWhenToSave()
+    {
+        TempProfile profile;
+        GridLayout inbox(u"Inbox"_s, u"/opt/k"_s, profile.dataHome());
+        QCOMPARE(inbox.LayoutKey(), u"InboxLayout"_s);
+        QCOMPARE(GridLayout(u"Ptemplates"_s, u"/opt/k"_s, QString()).LayoutKey(), u"MyTemplatesLayout"_s);
+        QCOMPARE(GridLayout(u"Users"_s, u"/opt/k"_s, QString()).MinFile(), u"/opt/k/Layouts/Users.xgl"_s);
+        // First start: no key, the full layout, loaded once at the first activation.
+        inbox.Load(QString());
+        QVERIFY(inbox.Activate() && !inbox.Activate());
+        QCOMPARE(inbox.LoadLayout(), u"/opt/k/Layouts/InboxMax.xgl"_s);
+        inbox.Load(u"7"_s);
+        QCOMPARE(inbox.number(), int(GridLayout::Full));
+
+        // Custom without the person's file: the full columns, the chooser opens on them,
+        // and what the person changes is kept at the end.
+        GridLayout::Change change = inbox.Choose(GridLayout::Custom);
+        QVERIFY(change.reload && change.openChooser && !change.saveCustom);
+        QCOMPARE(inbox.LoadLayout(), u"/opt/k/Layouts/InboxMax.xgl"_s);
+        inbox.ColumnsChanged();
+        QVERIFY(inbox.SaveOnUnload());
+        // Full with changed columns keeps them first, so that Custom finds them later.
+        change = inbox.Choose(GridLayout::Full);
+        QVERIFY(change.saveCustom && change.reload);
+        QCOMPARE(inbox.LoadLayout(), u"/opt/k/Layouts/InboxMax.xgl"_s);
+        QVERIFY(!inbox.dirty());
+        QVERIFY(!inbox.Choose(GridLayout::Full).reload);
+        profile.writeFile(u"data/InboxCust.xgl"_s, "korvane-grid 1\n");
+        inbox.Choose(GridLayout::Custom);
+        inbox.ColumnsChanged();
+        QCOMPARE(inbox.LoadLayout(), inbox.CustomFile());
+        QVERIFY(inbox.dirty());
+        inbox.Choose(GridLayout::Simple);
+        QCOMPARE(inbox.LoadLayout(), u"/opt/k/Layouts/InboxMin.xgl"_s);
+        QCOMPARE(inbox.StoredNumber(), u"1"_s);
+
+        const GridLayout::Menu menu = inbox.LayoutMenu(1);
+        QVERIFY(menu.resetVisible && menu.fullEnabled && !menu.simpleEnabled);
+        QVERIFY(!inbox.LayoutMenu(0).resetVisible);
+    }
+
+    void layoutFiles_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("written") << QByteArray(
+                                        "korvane-grid 1\ncolumn colSubject 220 1\ncolumn colLevel 80 0\n"
+                                        "group colLevel\nsort colSubject desc\n")
+                                 << QString();
+        QTest::newRow("later version, unknown lines")
+            << QByteArray("korvane-grid 2\r\nfreeze colSubject\r\n") << QString();
+        QTest::newRow("garbage") << QByteArray("\x00\xff garbage", 10) << u"not a grid layout at line 1"_s;
+        QTest::newRow("width of text")
+            << QByteArray("korvane-grid 1\ncolumn colA wide 1\n") << u"bad column at line 2"_s;
+        QTest::newRow("negative width")
+            << QByteArray("korvane-grid 1\ncolumn colA -5 1\n") << u"bad column at line 2"_s;
+        QTest::newRow("column twice") << QByteArray("korvane-grid 1\ncolumn colA 5 1\ncolumn colA 6 1\n")
+                                      << u"column twice at line 3"_s;
+        QTest::newRow("bad sort") << QByteArray("korvane-grid 1\nsort colA up\n") << u"bad sort at line 2"_s;
+        QTest::newRow("too large") << QByteArray("korvane-grid 1\n") + QByteArray(70000, '#')
+                                   << u"file too large at line 0"_s;
+    }
+
+    void layoutFiles()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(QString, error);
+        GridState state, before;
+        before.sortColumn = u"kept"_s;
+        state = before;
+        QString reason;
+        QCOMPARE(GridState::Read(file, state, &reason), error.isEmpty());
+        QCOMPARE(reason, error);
+        if (!error.isEmpty()) {
+            QCOMPARE(state.sortColumn, u"kept"_s); // a refused file changes nothing
+            return;
+        }
+        GridState again;
+        QVERIFY(GridState::Read(state.Write(), again));
+        QCOMPARE(again.Write(), state.Write());
+        if (qstrcmp(QTest::currentDataTag(), "written") == 0)
+            QCOMPARE(state.Write(), file);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestConsole)
+#include "tst_console.moc"
