@@ -3,12 +3,16 @@
 #include "console/ConsoleFrame.h"
 #include "console/GridLayout.h"
 #include "console/GridState.h"
+#include "console/MessageList.h"
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
 #include "link/Policies.h"
+#include "store/MessageCodes.h"
 #include "support/LogText.h"
+#include "support/RecordingFrontend.h"
+#include "support/StoreFixture.h"
 #include "support/TempProfile.h"
 
 #include <QTest>
@@ -105,6 +109,119 @@ private Q_SLOTS:
         QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(10, 20, 1000, 700));
         store.write(u"Setup"_s, u"AdminHeight"_s, u"tall"_s);
         QCOMPARE(ConsoleFrame::ReadGeometry(store).height(), 600);
+    }
+
+    void listMenus_data()
+    {
+        QTest::addColumn<int>("kind");
+        // The enabled items (by their order in MessageList::Item) for 0, 1 and 3 selected rows.
+        QTest::addColumn<QStringList>("enabled");
+        QTest::newRow("inbox") << int(MessageList::Inbox)
+                               << QStringList{u"0 9"_s, u"0 4 5 6 7 9"_s, u"0 4 9"_s};
+        QTest::newRow("outbox") << int(MessageList::Outbox)
+                                << QStringList{u"0 8"_s, u"0 1 2 3 4 5 6 7 8"_s, u"0 4 8"_s};
+        QTest::newRow("deleted") << int(MessageList::DeletedMsg)
+                                 << QStringList{u"0"_s, u"0 4 5 6 7 10"_s, u"0 4"_s};
+        QTest::newRow("all packages")
+            << int(MessageList::AllPkgs) << QStringList{u"0 11"_s, u"0 1 2 3 4 5 11"_s, u"0 4 11"_s};
+        QTest::newRow("received") << int(MessageList::Received)
+                                  << QStringList{QString(), QString(), QString()};
+    }
+
+    void listMenus()
+    {
+        QFETCH(int, kind);
+        StoreFixture f;
+        RecordingFrontend frontend;
+        ProcessState process;
+        Session session;
+        const MessageList list(MessageList::Kind(kind), {ClientDB(), TempDB(), f.clock, frontend, process,
+                                                         session, [](const QString &) { return true; }});
+        QStringList enabled;
+        for (int selected : {0, 1, 3}) {
+            QStringList items;
+            for (MessageList::Item item : list.Items())
+                if (list.Enabled(item, selected))
+                    items << QString::number(int(item));
+            std::sort(items.begin(), items.end(),
+                      [](const QString &a, const QString &b) { return a.toInt() < b.toInt(); });
+            enabled << items.join(u' ');
+        }
+        QTEST(enabled, "enabled");
+    }
+
+    void listCommands()
+    {
+        StoreFixture f;
+        RecordingFrontend frontend;
+        ProcessState process;
+        Session session;
+        QStringList sent;
+        const MessageList::Context context{
+            ClientDB(), TempDB(), f.clock, frontend, process, session, [&sent](const QString &p) {
+                sent << p.section(QChar(1), 0, 0) + u' ' + p.section(QChar(1), 1).section(QChar(2), 0, 0);
+                return true;
+            }};
+        QStringList ids;
+        for (int n = 1; n <= 6; ++n) {
+            DVMessage m;
+            m.MsgID = u"M"_s + QString::number(n);
+            m.Status = StatusActive;
+            m.MsgLevel = n == 6 ? u"sysKVReply"_s : u"Message"_s;
+            m.ExpirationDate = f.clock.currentDateTime().addDays(1);
+            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
+            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, true));
+            ids << m.MsgID;
+        }
+        MessageList outbox(MessageList::Outbox, context);
+        // Replies stay hidden until asked for.
+        outbox.ViewMyReplies = false;
+        QCOMPARE(outbox.LoadData().size(), 5);
+        outbox.ViewMyReplies = true;
+        QCOMPARE(outbox.LoadData().size(), 6);
+        QCOMPARE(outbox.LoadData(u"M3"_s).size(), 1);
+
+        // Cancel, then a resubmit makes it active again; an active, unexpired one changes nothing here.
+        QCOMPARE(outbox.Cancel(u"M1"_s), std::optional<qint32>(StatusCancelled));
+        QCOMPARE(outbox.Resubmit(u"M1"_s), std::optional<qint32>(StatusActive));
+        QCOMPARE(outbox.Resubmit(u"M2"_s), std::nullopt);
+        QCOMPARE(GetMessage(ClientDB(), u"Outbox"_s, u"M1"_s).Status, qint32(StatusActive));
+        QCOMPARE(sent, (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s}));
+
+        // Five rows deleted: an update for each and one list of deletions.
+        sent.clear();
+        QCOMPARE(outbox.Delete(u"M1"_s, ids.mid(0, 5)), ids.mid(0, 5));
+        QCOMPARE(sent, (QStringList{u"MUP M1"_s, u"MUP M2"_s, u"MUP M3"_s, u"MUP M4"_s, u"MUP M5"_s,
+                                    u"MDE M1,M2,M3,M4,M5"_s}));
+        QCOMPARE(MessageList(MessageList::DeletedMsg, context).LoadData().size(), 5);
+        // An undelete is local; the Inbox deletes only its focused row.
+        sent.clear();
+        QVERIFY(MessageList(MessageList::DeletedMsg, context).Undelete(u"M2"_s));
+        MessageList inbox(MessageList::Inbox, context);
+        QCOMPARE(inbox.Delete(u"M3"_s, ids), QStringList{u"M3"_s});
+        QCOMPARE(inbox.LoadData().size(), 5);
+        QCOMPARE(sent, QStringList());
+        inbox.Repost(u"M4"_s);
+        QCOMPARE(frontend.displayed, QStringList{u"M4"_s});
+
+        // A package's cancel marks "Outbox", where no package stands: its cell stays.
+        DVMessage package;
+        package.MsgID = u"P1"_s;
+        QVERIFY(SaveMessage(ClientDB(), u"OutPkg"_s, package, false, true));
+        QCOMPARE(MessageList(MessageList::AllPkgs, context).Cancel(u"P1"_s), std::nullopt);
+        QCOMPARE(sent.last(), u"PCA P1"_s);
+
+        // All messages: an expired one is extended and goes out twice.
+        DVMessage expired;
+        expired.MsgID = u"A1"_s;
+        expired.Status = StatusActive;
+        expired.ExpirationDate = f.clock.currentDateTime().addDays(-1);
+        QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, expired, false, true));
+        sent.clear();
+        MessageList(MessageList::AllMsgs, context).Resubmit(u"A1"_s);
+        QCOMPARE(sent, (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
+        QCOMPARE(GetMessage(TempDB(), u"Outbox"_s, u"A1"_s).ExpirationDate,
+                 DateText::TruncateToMinute(f.clock.currentDateTime()).addDays(1));
     }
 
     void whichFileAndWhenToSave()
