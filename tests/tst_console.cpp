@@ -4,6 +4,7 @@
 #include "console/GridLayout.h"
 #include "console/GridState.h"
 #include "console/MessageList.h"
+#include "console/TemplateList.h"
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "core/UserInfos.h"
@@ -222,6 +223,46 @@ private Q_SLOTS:
         QCOMPARE(sent, (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
         QCOMPARE(GetMessage(TempDB(), u"Outbox"_s, u"A1"_s).ExpirationDate,
                  DateText::TruncateToMinute(f.clock.currentDateTime()).addDays(1));
+    }
+
+    void templates()
+    {
+        StoreFixture f;
+        UserInfos user(u"jdoe"_s);
+        ProcessState process;
+        Session session;
+        QStringList sent;
+        const TemplateList::Context context{
+            ClientDB(), TempDB(), user, process, session, [&sent](const QString &p) {
+                sent << p;
+                return true;
+            }};
+        // A user may use a shared template and copy it, not change it.
+        TemplateList shared(TemplateList::Shared, context);
+        QString offered;
+        for (TemplateList::Item item : shared.Items())
+            offered += shared.Enabled(item, 1) ? u'1' : u'0';
+        QCOMPARE(offered, u"01001001"_s);
+        user.setMyAuthority(UserInfos::RolePostmaster);
+        QVERIFY(shared.Enabled(TemplateList::mnuEdit, 1) && !shared.Enabled(TemplateList::mnuDelete, 0));
+        QCOMPARE(shared.EditAction(), 4);
+
+        DVMessage t;
+        for (const QString &id : {u"S1"_s, u"S2"_s}) {
+            t.MsgID = id;
+            QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, t, false, true));
+            QVERIFY(SaveMessage(ClientDB(), u"MyTemplates"_s, t, false, true));
+        }
+        QCOMPARE(shared.Delete(u"S1"_s, {u"S1"_s, u"S2"_s}), (QStringList{u"S1"_s, u"S2"_s}));
+        QCOMPARE(sent, QStringList{u"TDE\u0001S1,S2"_s});
+        QVERIFY(shared.LoadData().isEmpty());
+        // A personal one goes at once, the focused row alone, and the server is not told.
+        TemplateList personal(TemplateList::Personal, context);
+        QCOMPARE(personal.Delete(u"S2"_s, {u"S1"_s, u"S2"_s}), QStringList{u"S2"_s});
+        QCOMPARE(personal.LoadData().size(), 1);
+        personal.CreateFromTemplate(u"S1"_s);
+        shared.Refresh();
+        QCOMPARE(sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
     }
 
     void whichFileAndWhenToSave()
