@@ -4,6 +4,7 @@
 #include "console/GridLayout.h"
 #include "console/GridState.h"
 #include "console/MessageList.h"
+#include "console/RecordModel.h"
 #include "console/TemplateList.h"
 #include "core/Globals.h"
 #include "core/Options.h"
@@ -263,6 +264,44 @@ private Q_SLOTS:
         personal.CreateFromTemplate(u"S1"_s);
         shared.Refresh();
         QCOMPARE(sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
+    }
+
+    void rowsFoundByKeyFilteredAndSorted()
+    {
+        RecordModel model;
+        QList<DVMessage> rows;
+        for (const char *id : {"C", "A", "B"}) {
+            DVMessage m;
+            m.MsgID = QLatin1String(id);
+            m.Subject = u"About "_s + m.MsgID;
+            m.Target = id == QByteArrayView("B") ? u"ops"_s : u"bob"_s;
+            rows << m;
+        }
+        model.setRecords(rows);
+        // Insert or update by key; a delete keeps the rows behind it findable.
+        rows[1].Subject = u"Changed"_s;
+        model.AddRecord(rows[1]);
+        QCOMPARE(model.rowCount(), 3);
+        QCOMPARE(model.index(1, 3).data().toString(), u"Changed"_s);
+        model.DelRecord(u"C"_s);
+        model.DelRecord(u"missing"_s);
+        QCOMPARE(model.Locate(u"B"_s), 1);
+        DVMessage d;
+        d.MsgID = u"D"_s;
+        model.AddRecord(d);
+        QCOMPARE(model.Locate(u"D"_s), 2);
+
+        // The quick filter looks at the shown columns only; sorting by any column.
+        RecordFilter filter;
+        filter.setSourceModel(&model);
+        filter.setShownColumns({0, 3});
+        filter.setQuickFilter(u"ops"_s);
+        QCOMPARE(filter.rowCount(), 0);
+        filter.setShownColumns({0, 20});
+        QCOMPARE(filter.rowCount(), 1);
+        filter.setQuickFilter(QString());
+        filter.sort(0, Qt::DescendingOrder);
+        QCOMPARE(filter.index(0, 0).data().toString(), u"D"_s);
     }
 
     void whichFileAndWhenToSave()
