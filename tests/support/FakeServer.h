@@ -1,6 +1,10 @@
 #pragma once
 
+#include "engine/KorvanClient.h"
+#include "link/ConnectionManager.h"
 #include "link/Encryption.h"
+#include "support/RecordingFrontend.h"
+#include "support/TempProfile.h"
 
 #include <QList>
 #include <QObject>
@@ -72,4 +76,18 @@ private:
     };
     QTcpServer m_server;
     std::vector<Peer> m_peers;
+};
+
+// The engine loaded in a fresh profile, its trace on and its ticker driven by
+// hand, pointed at the server or at the port given.
+struct EngineOnFakeServer
+{
+    TempProfile profile;
+    RecordingFrontend frontend;
+    FakeServer server;
+    KorvanClient engine;
+
+    explicit EngineOnFakeServer(int reconnectDelay = 0, quint16 port = 0);
+    ConnectionManager &link() const { return *engine.connection(); }
+    bool connected() const { return link().SocketState() == ConnectionManager::sckConnected; }
 };
