@@ -1,8 +1,5 @@
 // The engine against a scripted server on loopback: the connect exchange and
 // what each of the link's own commands does.
-#include "core/Globals.h"
-#include "core/Log.h"
-#include "core/Options.h"
 #include "core/UserInfos.h"
 #include "link/LinkCommands.h"
 #include "link/Policies.h"
@@ -19,14 +16,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString cmd(const QString &code, const QString &data = QString())
-{
-    return FakeServer::command(code, data);
-}
-
-} // namespace
+const auto cmd = &FakeServer::command;
 
 class TestLink : public QObject
 {
@@ -84,32 +74,6 @@ private Q_SLOTS:
         QVERIFY(f.frontend.lastMenu.entry(ClientMenu::mnuConfiguration).enabled);
     }
 
-    void framesFlowWhileABoxStands()
-    {
-        EngineOnFakeServer f;
-        QTRY_VERIFY(f.server.hasClient());
-        // The first notice's box pumps events as a modal box does, until the CON
-        // sent meanwhile has been answered.
-        QStringList answeredInBox;
-        f.frontend.whileBoxStands = [&f, &answeredInBox] {
-            f.server.send(cmd(u"CON"_s, u"a"_s));
-            QEventLoop pump;
-            connect(&f.server, &FakeServer::payloadReceived, &pump, [&f, &pump] {
-                if (f.server.received.size() == 2)
-                    pump.quit();
-            });
-            QTimer::singleShot(5000, &pump, &QEventLoop::quit);
-            pump.exec();
-            answeredInBox = f.server.receivedCodes();
-        };
-        f.server.sendJoined({cmd(u"IUS"_s, u"one"_s), cmd(u"IUS"_s, u"two"_s)});
-        QTRY_COMPARE(f.frontend.questions.size(), 2);
-        QCOMPARE(answeredInBox, (QStringList{u"USR"_s, u"ALL"_s}));
-        // Each frame ran once: the pass inside the box took them off the queue.
-        QCOMPARE(f.frontend.questions[1].text, u"two"_s);
-        QCOMPARE(f.server.receivedCodes(), answeredInBox);
-    }
-
     void badFramesLoseOnlyThemselvesThenNoticesAndEndMarkers()
     {
         EngineOnFakeServer f;
@@ -158,7 +122,7 @@ private Q_SLOTS:
                              cmd(u"IUS"_s, u"for everyone"_s), cmd(u"GPL"_s, u"SEND;"_s),
                              cmd(u"UPR"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s),
                              cmd(u"SCR"_s, u"PORT=1;UDPP=2;TRCE;"_s), cmd(u"RU_"_s, u"G"_s),
-                             cmd(u"RM_"_s, u"L"_s), cmd(u"RU_"_s, u"L"_s), cmd(u"RR_"_s),
+                             cmd(u"RM_"_s, u"L"_s), cmd(u"RU_"_s, u"L"_s), cmd(u"RR_"_s, {}),
                              cmd(u"XYZ"_s, u"ignored"_s), cmd(u"CUL"_s, u"/srv/updates"_s)});
         QTRY_VERIFY(gSession().ReceiptsLoaded);
         // Only the notice for every user reaches a plain user.
@@ -173,21 +137,44 @@ private Q_SLOTS:
         QVERIFY(gSession().UsersLoaded && gSession().MachinesLoaded);
     }
 
-    void configurationGoesBackAndPortChangeClosesBothSockets()
+    void framesFlowWhileABoxStandsConfigurationGoesBackPortChangeClosesBoth()
     {
         EngineOnFakeServer f;
         QTRY_VERIFY(f.server.hasClient());
+        // The first notice's box pumps events as a modal box does, until the CON
+        // sent meanwhile has been answered.
+        QStringList answeredInBox;
+        f.frontend.whileBoxStands = [&f, &answeredInBox] {
+            f.server.send(cmd(u"CON"_s, u"a"_s));
+            QEventLoop pump;
+            connect(&f.server, &FakeServer::payloadReceived, &pump, [&f, &pump] {
+                if (f.server.received.size() == 2)
+                    pump.quit();
+            });
+            QTimer::singleShot(5000, &pump, &QEventLoop::quit);
+            pump.exec();
+            answeredInBox = f.server.receivedCodes();
+        };
+        f.server.sendJoined({cmd(u"IUS"_s, u"one"_s), cmd(u"IUS"_s, u"two"_s)});
+        QTRY_COMPARE(f.frontend.questions.size(), 2);
+        QCOMPARE(answeredInBox, (QStringList{u"USR"_s, u"ALL"_s}));
+        // Each frame ran once: the pass inside the box took them off the queue.
+        QCOMPARE(f.frontend.questions[1].text, u"two"_s);
+        QCOMPARE(f.server.receivedCodes(), answeredInBox);
+
+        // Policies and server configuration go back to the server.
         f.engine.NewPoliciesToSend(QString(), u"SEND;"_s);
         f.engine.NewPoliciesToSend(u"jdoe"_s, u"LINK;"_s);
         ServerConfig config;
         config.Trace = true;
         f.engine.UpdateServerConfiguration(config);
         const QString tail = QChar(0) + gUserInfos().UserID();
-        QTRY_COMPARE(f.server.received,
+        QTRY_COMPARE(f.server.received.mid(2),
                      (QStringList{cmd(u"GPU"_s, u"SEND;"_s) + tail,
                                   cmd(u"UPU"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s) + tail,
                                   cmd(u"SCU"_s, u"PORT=58502;UDPP=58502;TRCE;"_s) + tail}));
 
+        // A port change closes both sockets.
         f.link().tmrUdpStarter_Timer();
         QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
         f.server.send(cmd(u"PCL"_s, QString::number(f.server.port())));

@@ -1,7 +1,4 @@
 // The reconnection, monitor, watchdog and UDP rules, stepped tick by tick.
-#include "core/Globals.h"
-#include "core/Log.h"
-#include "core/Options.h"
 #include "link/Policies.h"
 #include "support/FakeServer.h"
 #include "support/LogText.h"
@@ -180,32 +177,25 @@ private Q_SLOTS:
 
     void noServerKnownAsksForOne()
     {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        gProcess().AppDataPath = profile.dataHome();
-        gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s);
-        FakeServer server;
-        KorvanClient engine;
-
         // Nothing given: the client stays unconnected and starts no timer.
-        engine.Load();
-        QCOMPARE(frontend.questions.size(), 1);
-        QCOMPARE(frontend.questions[0].caption, u"Korvane Server not defined"_s);
-        QVERIFY(!engine.connection()->tmrReconnect.isEnabled());
+        EngineOnFakeServer f(0, -1);
+        QCOMPARE(f.frontend.questions.size(), 1);
+        QCOMPARE(f.frontend.questions[0].caption, u"Korvane Server not defined"_s);
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
 
         // A host and a port: the attempt is made, and only a server that answered
         // reaches the settings file.
-        frontend.answerText(u"127.0.0.1"_s);
-        frontend.answerText(QString::number(server.port()));
-        engine.connection()->ConnectToServer();
+        f.frontend.answerText(u"127.0.0.1"_s);
+        f.frontend.answerText(QString::number(f.server.port()));
+        f.link().ConnectToServer();
         QVERIFY(!QFile::exists(gOptions().iniPath()));
-        QTRY_VERIFY(server.hasClient());
+        QTRY_VERIFY(f.server.hasClient());
         QTRY_VERIFY(QFile::exists(gOptions().iniPath()));
         Options reread;
         reread.setIniPath(gOptions().iniPath());
         reread.ReadOptions();
         QCOMPARE(reread.Server, u"127.0.0.1"_s);
-        QCOMPARE(reread.ClientPort, int(server.port()));
+        QCOMPARE(reread.ClientPort, int(f.server.port()));
     }
 };
 

@@ -1,7 +1,5 @@
 #include "support/FakeServer.h"
 
-#include "core/Globals.h"
-#include "core/Options.h"
 #include "core/Ticker.h"
 #include "store/DVMessage.h"
 #include "store/MessageCodes.h"
@@ -109,13 +107,15 @@ QString FakeServer::record(const QString &id, const QString &subject, const QStr
     return m.ToString();
 }
 
-EngineOnFakeServer::EngineOnFakeServer(int reconnectDelay, quint16 port)
+EngineOnFakeServer::EngineOnFakeServer(int reconnectDelay, int port)
 {
     Ticker::setManual(true);
     gProcess().AppDataPath = profile.dataHome();
     gOptions().setIniPath(profile.configHome() + QStringLiteral("/KorvaneClient.ini"));
-    gOptions().Server = QStringLiteral("127.0.0.1");
-    gOptions().ClientPort = port ? port : server.port();
+    if (port >= 0) {
+        gOptions().Server = QStringLiteral("127.0.0.1");
+        gOptions().ClientPort = port ? port : server.port();
+    }
     gOptions().ReconnectDelay = reconnectDelay;
     gOptions().Trace = true;
     engine.Load();

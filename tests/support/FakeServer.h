@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Globals.h"
+#include "core/Options.h"
 #include "engine/KorvanClient.h"
 #include "link/ConnectionManager.h"
 #include "link/Encryption.h"
@@ -79,7 +81,7 @@ private:
 };
 
 // The engine loaded in a fresh profile, its trace on and its ticker driven by
-// hand, pointed at the server or at the port given.
+// hand, pointed at the server, at the port given, or (port -1) at nothing.
 struct EngineOnFakeServer
 {
     TempProfile profile;
@@ -87,7 +89,7 @@ struct EngineOnFakeServer
     FakeServer server;
     KorvanClient engine;
 
-    explicit EngineOnFakeServer(int reconnectDelay = 0, quint16 port = 0);
+    explicit EngineOnFakeServer(int reconnectDelay = 0, int port = 0);
     ConnectionManager &link() const { return *engine.connection(); }
     bool connected() const { return link().SocketState() == ConnectionManager::sckConnected; }
 };
