@@ -78,57 +78,7 @@ private Q_SLOTS:
         QVERIFY(!f.link().tmrReconnect.isEnabled());
     }
 
-    void udpOrdersAndTheCloseByThePeer()
-    {
-        EngineOnFakeServer f(15);
-        QTRY_VERIFY(f.server.hasClient());
-        f.link().tmrUdpStarter_Timer();
-        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::BoundState);
-        QVERIFY(logText().contains(u"Binding UDP winsock to port "_s + QString::number(f.server.port())));
-
-        // Near misses are ignored without a trace; CON while connected only logs.
-        for (const QByteArray &datagram : {QByteArray("con"), QByteArray("CONNECT"), QByteArray("CON")})
-            f.server.sendUdp(datagram, f.server.port());
-        QTRY_VERIFY(logText().contains(u"Server sent a CONNECT command\t"_s));
-        QCOMPARE(logText().count(u"Server sent a"_s), 1);
-        QCOMPARE(f.server.connections(), 1);
-
-        // REC while connected: the link drops, no close event, the timer stays off.
-        QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
-        f.server.sendUdp("REC", f.server.port());
-        QVERIFY(gone.wait(5000));
-        QVERIFY(!f.link().tmrReconnect.isEnabled());
-        QCOMPARE(gProcess().ReconnectTicks, 14);
-
-        // REC while not connected: the close handler runs, and the next tick connects.
-        f.server.sendUdp("REC", f.server.port());
-        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
-        QCOMPARE(gProcess().ReconnectTicks, 14);
-        f.link().tmrReconnect_Timer();
-        QTRY_COMPARE(f.server.connections(), 2);
-
-        // DEC: the socket simply stops.
-        QTRY_VERIFY(f.server.hasClient());
-        QSignalSpy stopped(f.server.client(), &QTcpSocket::disconnected);
-        f.server.sendUdp("DEC", f.server.port());
-        QVERIFY(stopped.wait(5000));
-        QVERIFY(!f.link().tmrReconnect.isEnabled());
-
-        // CON while not connected connects.
-        f.server.sendUdp("CON", f.server.port());
-        QTRY_COMPARE(f.server.connections(), 3);
-
-        // A close by the peer runs the timer whatever the policy.
-        gPolicies().Reconnect = -1;
-        const qsizetype closes = logText().count(u" -- Connection closed by remote.\n"_s);
-        QTRY_VERIFY(f.server.hasClient());
-        f.server.closeClient();
-        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
-        QCOMPARE(logText().count(u" -- Connection closed by remote.\n"_s), closes + 1);
-        QCOMPARE(f.link().SocketState(), int(ConnectionManager::sckClosed));
-    }
-
-    void monitorAsksAndGivesUpAdminWatchdogSpeaksAfterSilence()
+    void monitorAdminWatchdogAndUdpOrders()
     {
         EngineOnFakeServer f(15);
         gOptions().WatchdogDelay = 3;
@@ -173,6 +123,53 @@ private Q_SLOTS:
         QVERIFY(
             logText().contains(u"Winsock error #999: Korvane Server did not respond to the SEND command"_s));
         QTRY_COMPARE(f.server.connections(), 2);
+
+        // UDP orders on the new link.
+        QTRY_VERIFY(f.server.hasClient());
+        f.link().tmrUdpStarter_Timer();
+        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::BoundState);
+        QVERIFY(logText().contains(u"Binding UDP winsock to port "_s + QString::number(f.server.port())));
+
+        // Near misses are ignored without a trace; CON while connected only logs.
+        for (const QByteArray &datagram : {QByteArray("con"), QByteArray("CONNECT"), QByteArray("CON")})
+            f.server.sendUdp(datagram, f.server.port());
+        QTRY_VERIFY(logText().contains(u"Server sent a CONNECT command\t"_s));
+        QCOMPARE(logText().count(u"Server sent a"_s), 1);
+        QCOMPARE(f.server.connections(), 2);
+
+        // REC while connected: the link drops, no close event, the timer stays off.
+        QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
+        f.server.sendUdp("REC", f.server.port());
+        QVERIFY(gone.wait(5000));
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+        QCOMPARE(gProcess().ReconnectTicks, 14);
+
+        // REC while not connected: the close handler runs, and the next tick connects.
+        f.server.sendUdp("REC", f.server.port());
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(gProcess().ReconnectTicks, 14);
+        f.link().tmrReconnect_Timer();
+        QTRY_COMPARE(f.server.connections(), 3);
+
+        // DEC: the socket simply stops.
+        QTRY_VERIFY(f.server.hasClient());
+        QSignalSpy stopped(f.server.client(), &QTcpSocket::disconnected);
+        f.server.sendUdp("DEC", f.server.port());
+        QVERIFY(stopped.wait(5000));
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+
+        // CON while not connected connects.
+        f.server.sendUdp("CON", f.server.port());
+        QTRY_COMPARE(f.server.connections(), 4);
+
+        // A close by the peer runs the timer whatever the policy.
+        gPolicies().Reconnect = -1;
+        const qsizetype closes = logText().count(u" -- Connection closed by remote.\n"_s);
+        QTRY_VERIFY(f.server.hasClient());
+        f.server.closeClient();
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(logText().count(u" -- Connection closed by remote.\n"_s), closes + 1);
+        QCOMPARE(f.link().SocketState(), int(ConnectionManager::sckClosed));
     }
 
     void noServerKnownAsksForOne()
