@@ -129,7 +129,7 @@ private Q_SLOTS:
     void initTestCase() { qInstallMessageHandler(catchWarnings); }
     void init() { warnings.clear(); }
 
-    void heldMessagesUntilConfirmedPerMachine()
+    void heldMessagesReceiptsRolesAndBadInput()
     {
         Fixture f;
         const QString certified = f.store(2), logon = f.store(1), scheduled = f.store(3);
@@ -137,6 +137,7 @@ private Q_SLOTS:
         f.store(2, false, 1, -1); // expired
         f.store(2, false, 0);     // cancelled
         const QString package = f.store(2, true);
+        f.state.users[u"alice"_s].role = 3;
         f.state.groups.insert(u"Team"_s, {QString(), Clock::now(), u"carol"_s, {u"ALICE"_s}});
 
         TestClient alice(f.server.port(), u"alice"_s);
@@ -158,18 +159,27 @@ private Q_SLOTS:
             QTRY_VERIFY(again.has(u"MSL"_s));
             QCOMPARE(again.last(u"MSL"_s).contains(certified), machine == u"m2"_s);
         }
-    }
 
-    // Messages between clients, and what only an administrator may do refused
-    // to others, and logged.
-    void messagesAndRolesBetweenClients()
-    {
-        Fixture f;
-        f.state.users[u"alice"_s].role = 3;
-        TestClient alice(f.server.port(), u"alice"_s), bob(f.server.port(), u"bob"_s);
-        alice.logOn(u"m1"_s);
+        // A receipt is offered to its author at each log-on until confirmed.
+        TestClient bob(f.server.port(), u"bob"_s);
         bob.logOn(u"m2"_s);
-        QTRY_VERIFY(alice.has(u"UGR"_s) && bob.has(u"UGR"_s));
+        bob.send(u"RCP"_s, QStringList{u"ID1"_s, u"bob"_s, u"Bob B"_s, u"m2"_s, u"01/02/2026 10:00:00"_s,
+                                       u"alice"_s, u"True"_s}
+                               .join(F));
+        QVERIFY(bob.sync());
+        for (int logOn = 0; logOn < 3; ++logOn) {
+            TestClient author(f.server.port(), u"alice"_s);
+            author.logOn(u"m1"_s);
+            QVERIFY(author.sync());
+            QCOMPARE(author.has(u"RCP"_s), logOn < 2);
+            if (logOn == 1) {
+                author.send(u"CRC"_s, author.last(u"RCP"_s).section(F, 0, 0) % F);
+                QTRY_VERIFY(f.state.receipts.value(0).confirmed);
+            }
+        }
+
+        // Messages between clients; what only an administrator may do is refused
+        // to others, and logged.
         alice.send(u"MSG"_s, u"ID1"_s % F % u"x"_s % F % f.recordText(u"ID1"_s, u"bob"_s) % F % u"0"_s);
         QTRY_VERIFY(bob.has(u"MSG"_s));
         bob.send(u"CMS"_s, u"ID1"_s % F % u"m2"_s);
@@ -205,36 +215,12 @@ private Q_SLOTS:
         bob.send(u"KVG"_s,
                  QStringList{u"ops"_s, u"Operations"_s, QString(), u"bob"_s, u"Alice, bob"_s}.join(F));
         bob.send(u"RPI"_s, u"M"_s);
-        QTRY_COMPARE(bob.last(u"RPU"_s), u"ops"_s % F % u"alice"_s % R % u"ops"_s % F % u"bob"_s);
+        QTRY_COMPARE(bob.last(u"RPU"_s), u"Team"_s % F % u"ALICE"_s % R % u"ops"_s % F % u"alice"_s % R %
+                                             u"ops"_s % F % u"bob"_s);
         bob.send(u"KVG"_s, u"ops"_s % F % F % F % F);
         QTRY_VERIFY(!f.state.groups.contains(u"ops"_s));
-    }
 
-    void receiptsOfferedAgainUntilConfirmed()
-    {
-        Fixture f;
-        TestClient bob(f.server.port(), u"bob"_s);
-        bob.logOn(u"m2"_s);
-        bob.send(u"RCP"_s, QStringList{u"ID1"_s, u"bob"_s, u"Bob B"_s, u"m2"_s, u"01/02/2026 10:00:00"_s,
-                                       u"alice"_s, u"True"_s}
-                               .join(F));
-        QVERIFY(bob.sync());
-        // Offered at each log-on until the author confirms it.
-        for (int logOn = 0; logOn < 3; ++logOn) {
-            TestClient alice(f.server.port(), u"alice"_s);
-            alice.logOn(u"m1"_s);
-            QVERIFY(alice.sync());
-            QCOMPARE(alice.has(u"RCP"_s), logOn < 2);
-            if (logOn == 1) {
-                alice.send(u"CRC"_s, alice.last(u"RCP"_s).section(F, 0, 0) % F);
-                QTRY_VERIFY(f.state.receipts.value(0).confirmed);
-            }
-        }
-    }
-
-    void badInputIsLoggedAndSurvived()
-    {
-        Fixture f;
+        // Bad input is logged and survived.
         TestClient client(f.server.port(), u"alice"_s);
         QTRY_VERIFY(client.has(u"CON"_s));
         client.socket.write("this is no frame");
@@ -251,16 +237,17 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         const QStringList state{u"--state"_s, dir.filePath(u"state.json"_s)};
+        const QStringList serve{u"--port"_s, u"0"_s};
         QString out;
-        const auto run = [&state, &out](QProcess &process, const QStringList &args) {
+        // A server runs until its log says where it listens (-1), a command to its end.
+        const auto run = [&state, &serve, &out](QProcess &process, const QStringList &args) {
             process.setProcessChannelMode(QProcess::MergedChannels);
             process.start(QStringLiteral(KORVANE_DEVSERVER_BINARY), state + args);
             out.clear();
-            // A server runs until its log says where it listens (-1).
             (void)QTest::qWaitFor(
                 [&] {
                     out += QString::fromUtf8(process.readAll());
-                    return out.contains(u"listening on 127.0.0.1 port"_s) ||
+                    return (args == serve && out.contains(u"listening on 127.0.0.1 port"_s)) ||
                            process.state() == QProcess::NotRunning;
                 },
                 20000);
@@ -269,15 +256,10 @@ private Q_SLOTS:
                 return -1;
             return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
         };
-        const auto command = [&state, &out](const QStringList &args) {
+        const auto command = [&run](const QStringList &args) {
             QProcess cli;
-            cli.setProcessChannelMode(QProcess::MergedChannels);
-            cli.start(QStringLiteral(KORVANE_DEVSERVER_BINARY), state + args);
-            cli.waitForFinished(20000);
-            out = QString::fromUtf8(cli.readAll());
-            return cli.exitStatus() == QProcess::NormalExit ? cli.exitCode() : -2;
+            return run(cli, args);
         };
-        const QStringList serve{u"--port"_s, u"0"_s};
 
         QVERIFY(command({u"list"_s}) != 0);
         QVERIFY(out.contains(u"no korvane-devserver runs"_s));

@@ -1,19 +1,11 @@
 // The engine against a scripted server on loopback: the connect exchange and
 // what each of the link's own commands does.
-#include "core/Globals.h"
-#include "core/Log.h"
-#include "core/Options.h"
-#include "core/Ticker.h"
 #include "core/UserInfos.h"
-#include "engine/KorvanClient.h"
-#include "link/ConnectionManager.h"
 #include "link/LinkCommands.h"
 #include "link/Policies.h"
 #include "link/ServerConfig.h"
 #include "support/FakeServer.h"
 #include "support/LogText.h"
-#include "support/RecordingFrontend.h"
-#include "support/TempProfile.h"
 
 #include <QEventLoop>
 #include <QHostInfo>
@@ -24,47 +16,16 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString cmd(const QString &code, const QString &data = QString())
-{
-    return FakeServer::command(code, data);
-}
-
-} // namespace
+const auto cmd = &FakeServer::command;
 
 class TestLink : public QObject
 {
     Q_OBJECT
 
-private:
-    // A loaded engine whose socket stands connected to the server, before CON.
-    struct Fixture
-    {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        FakeServer server;
-        KorvanClient engine;
-
-        Fixture()
-        {
-            gProcess().AppDataPath = profile.dataHome();
-            gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s);
-            gOptions().Server = u"127.0.0.1"_s;
-            gOptions().ClientPort = server.port();
-            gOptions().Trace = true;
-            engine.Load();
-        }
-        bool connected() const { return link().SocketState() == ConnectionManager::sckConnected; }
-        ConnectionManager &link() const { return *engine.connection(); }
-    };
-
 private Q_SLOTS:
-    void initTestCase() { Ticker::setManual(true); }
-
-    void connectExchange()
+    void connectExchangeAndRole()
     {
-        Fixture f;
+        EngineOnFakeServer f;
         QTRY_VERIFY(f.server.hasClient() && f.connected());
         QVERIFY(!f.engine.ConnectedToServer());
         // The server speaks first: after a round trip the client has sent nothing.
@@ -77,13 +38,12 @@ private Q_SLOTS:
         user.UserName = u"\u0141ukasz \U0001F600"_s;
         const auto nameBack = qScopeGuard([&user] { user.UserName.clear(); });
         f.server.send(cmd(u"CON"_s, u"agent-7"_s));
-        QTRY_COMPARE(f.server.received.size(), 2);
         const QString tail = QChar(0) + user.UserID();
-        QCOMPARE(f.server.received[0], u"USR"_s + QChar(1) + u"UID="_s + user.UserID() + u"|MID="_s +
-                                           QHostInfo::localHostName().toLower() +
-                                           u"|USN=?ukasz ?|MIP=127.0.0.1|AGN=agent-7|LNG=0"_s + QChar(2) +
-                                           LinkCommands::Version() + tail);
-        QCOMPARE(f.server.received[1], u"ALL"_s + tail);
+        QTRY_COMPARE(f.server.received, (QStringList{u"USR"_s + QChar(1) + u"UID="_s + user.UserID() +
+                                                         u"|MID="_s + QHostInfo::localHostName().toLower() +
+                                                         u"|USN=?ukasz ?|MIP=127.0.0.1|AGN=agent-7|LNG=0"_s +
+                                                         QChar(2) + LinkCommands::Version() + tail,
+                                                     u"ALL"_s + tail}));
         QVERIFY(f.engine.ConnectedToServer());
         QCOMPARE(f.frontend.trayImage, 1);
         QVERIFY(f.frontend.lastMenu.entry(ClientMenu::mnuSend).enabled);
@@ -99,13 +59,7 @@ private Q_SLOTS:
         QVERIFY(f.connected());
         f.server.send(cmd(u"CON"_s, u"agent-7"_s));
         QTRY_COMPARE(f.frontend.trayImage, 1);
-    }
 
-    void roleAndPolicies()
-    {
-        Fixture f;
-        QTRY_VERIFY(f.server.hasClient());
-        f.server.send(cmd(u"CON"_s, u"a"_s));
         // A user takes the policies; RCON reaches the reconnection delay.
         f.server.sendJoined({cmd(u"AUT"_s, u"0"_s), cmd(u"POL"_s, u"EXIT;RCON=-1;"_s)});
         QTRY_COMPARE(gPolicies().Reconnect, qint16(-1));
@@ -120,58 +74,9 @@ private Q_SLOTS:
         QVERIFY(f.frontend.lastMenu.entry(ClientMenu::mnuConfiguration).enabled);
     }
 
-    void noticesAnswersAndEndMarkers()
+    void badFramesLoseOnlyThemselvesThenNoticesAndEndMarkers()
     {
-        Fixture f;
-        QTRY_VERIFY(f.server.hasClient());
-        f.server.sendJoined({cmd(u"IAD"_s, u"for admins"_s), cmd(u"IPO"_s, u"for postmasters"_s),
-                             cmd(u"IUS"_s, u"for everyone"_s), cmd(u"GPL"_s, u"SEND;"_s),
-                             cmd(u"UPR"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s),
-                             cmd(u"SCR"_s, u"PORT=1;UDPP=2;TRCE;"_s), cmd(u"RU_"_s, u"G"_s),
-                             cmd(u"RM_"_s, u"L"_s), cmd(u"RU_"_s, u"L"_s), cmd(u"RR_"_s),
-                             cmd(u"XYZ"_s, u"ignored"_s), cmd(u"CUL"_s, u"/srv/updates"_s)});
-        QTRY_VERIFY(gSession().ReceiptsLoaded);
-        // Only the notice for every user reaches a plain user.
-        QCOMPARE(f.frontend.questions.size(), 1);
-        QCOMPARE(f.frontend.questions[0].text, u"for everyone"_s);
-        QCOMPARE(f.frontend.events.filter(u"policies"_s),
-                 (QStringList{u"policies  SEND;"_s, u"policies jdoe LINK;"_s}));
-        QCOMPARE(f.frontend.events.filter(u"server config"_s),
-                 QStringList{u"server config PORT=1;UDPP=2;TRCE;"_s});
-        // The letter routes the display; machines know no "L".
-        QCOMPARE(f.frontend.events.filter(u"display"_s), (QStringList{u"display 0 G"_s, u"display 0 L"_s}));
-        QVERIFY(gSession().UsersLoaded && gSession().MachinesLoaded);
-    }
-
-    void framesFlowWhileABoxStands()
-    {
-        Fixture f;
-        QTRY_VERIFY(f.server.hasClient());
-        // The first notice's box pumps events as a modal box does, until the CON
-        // sent meanwhile has been answered.
-        QStringList answeredInBox;
-        f.frontend.whileBoxStands = [&f, &answeredInBox] {
-            f.server.send(cmd(u"CON"_s, u"a"_s));
-            QEventLoop pump;
-            connect(&f.server, &FakeServer::payloadReceived, &pump, [&f, &pump] {
-                if (f.server.received.size() == 2)
-                    pump.quit();
-            });
-            QTimer::singleShot(5000, &pump, &QEventLoop::quit);
-            pump.exec();
-            answeredInBox = f.server.receivedCodes();
-        };
-        f.server.sendJoined({cmd(u"IUS"_s, u"one"_s), cmd(u"IUS"_s, u"two"_s)});
-        QTRY_COMPARE(f.frontend.questions.size(), 2);
-        QCOMPARE(answeredInBox, (QStringList{u"USR"_s, u"ALL"_s}));
-        // Each frame ran once: the pass inside the box took them off the queue.
-        QCOMPARE(f.frontend.questions[1].text, u"two"_s);
-        QCOMPARE(f.server.receivedCodes(), answeredInBox);
-    }
-
-    void badFramesLoseOnlyThemselves()
-    {
-        Fixture f;
+        EngineOnFakeServer f;
         QTRY_VERIFY(f.server.hasClient());
         // CON without its data, then a good one: the first is logged and lost.
         f.server.sendJoined({u"CON"_s, cmd(u"CON"_s, u"a"_s)});
@@ -211,28 +116,65 @@ private Q_SLOTS:
         QTRY_VERIFY(f.server.connections() == 2 && f.server.hasClient());
         f.server.sendBytes(con.mid(7));
         QTRY_COMPARE(f.server.receivedCodes().count(u"USR"_s), 2);
+
+        // Notices, answers and end markers on the new link.
+        f.server.sendJoined({cmd(u"IAD"_s, u"for admins"_s), cmd(u"IPO"_s, u"for postmasters"_s),
+                             cmd(u"IUS"_s, u"for everyone"_s), cmd(u"GPL"_s, u"SEND;"_s),
+                             cmd(u"UPR"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s),
+                             cmd(u"SCR"_s, u"PORT=1;UDPP=2;TRCE;"_s), cmd(u"RU_"_s, u"G"_s),
+                             cmd(u"RM_"_s, u"L"_s), cmd(u"RU_"_s, u"L"_s), cmd(u"RR_"_s, {}),
+                             cmd(u"XYZ"_s, u"ignored"_s), cmd(u"CUL"_s, u"/srv/updates"_s)});
+        QTRY_VERIFY(gSession().ReceiptsLoaded);
+        // Only the notice for every user reaches a plain user.
+        QCOMPARE(f.frontend.questions.size(), 5);
+        QCOMPARE(f.frontend.questions[4].text, u"for everyone"_s);
+        QCOMPARE(f.frontend.events.filter(u"policies"_s),
+                 (QStringList{u"policies  SEND;"_s, u"policies jdoe LINK;"_s}));
+        QCOMPARE(f.frontend.events.filter(u"server config"_s),
+                 QStringList{u"server config PORT=1;UDPP=2;TRCE;"_s});
+        // The letter routes the display; machines know no "L".
+        QCOMPARE(f.frontend.events.filter(u"display"_s), (QStringList{u"display 0 G"_s, u"display 0 L"_s}));
+        QVERIFY(gSession().UsersLoaded && gSession().MachinesLoaded);
     }
 
-    void configurationGoesBack()
+    void framesFlowWhileABoxStandsConfigurationGoesBackPortChangeClosesBoth()
     {
-        Fixture f;
+        EngineOnFakeServer f;
         QTRY_VERIFY(f.server.hasClient());
+        // The first notice's box pumps events as a modal box does, until the CON
+        // sent meanwhile has been answered.
+        QStringList answeredInBox;
+        f.frontend.whileBoxStands = [&f, &answeredInBox] {
+            f.server.send(cmd(u"CON"_s, u"a"_s));
+            QEventLoop pump;
+            connect(&f.server, &FakeServer::payloadReceived, &pump, [&f, &pump] {
+                if (f.server.received.size() == 2)
+                    pump.quit();
+            });
+            QTimer::singleShot(5000, &pump, &QEventLoop::quit);
+            pump.exec();
+            answeredInBox = f.server.receivedCodes();
+        };
+        f.server.sendJoined({cmd(u"IUS"_s, u"one"_s), cmd(u"IUS"_s, u"two"_s)});
+        QTRY_COMPARE(f.frontend.questions.size(), 2);
+        QCOMPARE(answeredInBox, (QStringList{u"USR"_s, u"ALL"_s}));
+        // Each frame ran once: the pass inside the box took them off the queue.
+        QCOMPARE(f.frontend.questions[1].text, u"two"_s);
+        QCOMPARE(f.server.receivedCodes(), answeredInBox);
+
+        // Policies and server configuration go back to the server.
         f.engine.NewPoliciesToSend(QString(), u"SEND;"_s);
         f.engine.NewPoliciesToSend(u"jdoe"_s, u"LINK;"_s);
         ServerConfig config;
         config.Trace = true;
         f.engine.UpdateServerConfiguration(config);
-        QTRY_COMPARE(f.server.received.size(), 3);
         const QString tail = QChar(0) + gUserInfos().UserID();
-        QCOMPARE(f.server.received[0], cmd(u"GPU"_s, u"SEND;"_s) + tail);
-        QCOMPARE(f.server.received[1], cmd(u"UPU"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s) + tail);
-        QCOMPARE(f.server.received[2], cmd(u"SCU"_s, u"PORT=58502;UDPP=58502;TRCE;"_s) + tail);
-    }
+        QTRY_COMPARE(f.server.received.mid(2),
+                     (QStringList{cmd(u"GPU"_s, u"SEND;"_s) + tail,
+                                  cmd(u"UPU"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s) + tail,
+                                  cmd(u"SCU"_s, u"PORT=58502;UDPP=58502;TRCE;"_s) + tail}));
 
-    void portChangeClosesBothSockets()
-    {
-        Fixture f;
-        QTRY_VERIFY(f.server.hasClient());
+        // A port change closes both sockets.
         f.link().tmrUdpStarter_Timer();
         QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
         f.server.send(cmd(u"PCL"_s, QString::number(f.server.port())));

@@ -92,9 +92,8 @@ private Q_SLOTS:
             return sent;
         };
         f.receipts.MsgNew(msg);
-        QCOMPARE(fields()[0], u"N1"_s);
-        QCOMPARE(fields()[3], u"0"_s);
-        QCOMPARE(record().Target, u"a,b,c"_s);
+        QCOMPARE((QStringList{fields()[0], fields()[3], record().Target}),
+                 (QStringList{u"N1"_s, u"0"_s, u"a,b,c"_s}));
 
         // A scheduled message lives on: "1".
         msg.MsgDelivery = DeliveryScheduled;

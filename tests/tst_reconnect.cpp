@@ -1,16 +1,7 @@
 // The reconnection, monitor, watchdog and UDP rules, stepped tick by tick.
-#include "core/Globals.h"
-#include "core/Log.h"
-#include "core/Options.h"
-#include "core/Ticker.h"
-#include "core/UserInfos.h"
-#include "engine/KorvanClient.h"
-#include "link/ConnectionManager.h"
 #include "link/Policies.h"
 #include "support/FakeServer.h"
 #include "support/LogText.h"
-#include "support/RecordingFrontend.h"
-#include "support/TempProfile.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -38,31 +29,7 @@ class TestReconnect : public QObject
 {
     Q_OBJECT
 
-private:
-    struct Fixture
-    {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        KorvanClient engine;
-
-        explicit Fixture(quint16 port, int reconnectDelay = 15, qint16 policy = 60)
-        {
-            gProcess().AppDataPath = profile.dataHome();
-            gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s);
-            gOptions().Server = u"127.0.0.1"_s;
-            gOptions().ClientPort = port;
-            gOptions().ReconnectDelay = reconnectDelay;
-            gOptions().Trace = true;
-            engine.Load();
-            gPolicies().Reconnect = policy;
-        }
-
-        ConnectionManager &link() const { return *engine.connection(); }
-    };
-
 private Q_SLOTS:
-    void initTestCase() { Ticker::setManual(true); }
-
     void reconnectTicks_data()
     {
         QTest::addColumn<int>("delay");
@@ -81,7 +48,8 @@ private Q_SLOTS:
         QFETCH(int, delay);
         QFETCH(int, ticksBefore);
         QFETCH(bool, retries);
-        Fixture f(refusingPort(), delay, 1);
+        EngineOnFakeServer f(delay, refusingPort());
+        gPolicies().Reconnect = 1;
         for (int round = 1; round <= 3; ++round) {
             QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
             QCOMPARE(attempts(), round);
@@ -100,7 +68,8 @@ private Q_SLOTS:
 
     void policyZeroRetriesAtOnceAndLogsTheErrorOnce()
     {
-        Fixture f(refusingPort(), 15, 0);
+        EngineOnFakeServer f(15, refusingPort());
+        gPolicies().Reconnect = 0;
         QTRY_VERIFY(attempts() >= 5);
         gPolicies().Reconnect = -1;
         QTRY_VERIFY(f.link().SocketState() == ConnectionManager::sckError);
@@ -109,66 +78,12 @@ private Q_SLOTS:
         QVERIFY(!f.link().tmrReconnect.isEnabled());
     }
 
-    void policyMinusOneAfterAClose()
+    void monitorAdminWatchdogAndUdpOrders()
     {
-        FakeServer server;
-        Fixture f(server.port(), 15, -1);
-        QTRY_VERIFY(server.hasClient());
-        server.closeClient();
-        // A close by the peer runs the timer whatever the policy.
-        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
-        QVERIFY(logText().contains(u" -- Connection closed by remote.\n"_s));
-        QCOMPARE(f.link().SocketState(), int(ConnectionManager::sckClosed));
-    }
-
-    void udpOrders()
-    {
-        FakeServer server;
-        Fixture f(server.port());
-        QTRY_VERIFY(server.hasClient());
-        f.link().tmrUdpStarter_Timer();
-        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::BoundState);
-        QVERIFY(logText().contains(u"Binding UDP winsock to port "_s + QString::number(server.port())));
-
-        // Near misses are ignored without a trace; CON while connected only logs.
-        for (const QByteArray &datagram : {QByteArray("con"), QByteArray("CONNECT"), QByteArray("CON")})
-            server.sendUdp(datagram, server.port());
-        QTRY_VERIFY(logText().contains(u"Server sent a CONNECT command\t"_s));
-        QCOMPARE(logText().count(u"Server sent a"_s), 1);
-        QCOMPARE(server.connections(), 1);
-
-        // REC while connected: the link drops, no close event, the timer stays off.
-        QSignalSpy gone(server.client(), &QTcpSocket::disconnected);
-        server.sendUdp("REC", server.port());
-        QVERIFY(gone.wait(5000));
-        QVERIFY(!f.link().tmrReconnect.isEnabled());
-        QCOMPARE(gProcess().ReconnectTicks, 14);
-
-        // REC while not connected: the close handler runs, and the next tick connects.
-        server.sendUdp("REC", server.port());
-        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
-        QCOMPARE(gProcess().ReconnectTicks, 14);
-        f.link().tmrReconnect_Timer();
-        QTRY_COMPARE(server.connections(), 2);
-
-        // DEC: the socket simply stops.
-        QTRY_VERIFY(server.hasClient());
-        QSignalSpy stopped(server.client(), &QTcpSocket::disconnected);
-        server.sendUdp("DEC", server.port());
-        QVERIFY(stopped.wait(5000));
-        QVERIFY(!f.link().tmrReconnect.isEnabled());
-
-        // CON while not connected connects.
-        server.sendUdp("CON", server.port());
-        QTRY_COMPARE(server.connections(), 3);
-    }
-
-    void monitorAsksAndGivesUp()
-    {
-        FakeServer server;
-        Fixture f(server.port());
+        EngineOnFakeServer f(15);
         gOptions().WatchdogDelay = 3;
-        QTRY_VERIFY(server.hasClient());
+        gOptions().WatchdogFrequency = 2;
+        QTRY_VERIFY(f.server.hasClient());
         QVERIFY(f.engine.SendData(u"WDG"_s, true));
         QVERIFY(f.link().tmrMonitor.isEnabled());
 
@@ -182,8 +97,22 @@ private Q_SLOTS:
         QCOMPARE(f.link().MonitorTicks, qint16(0));
 
         // Any bytes from the server stop the wait.
-        server.send(u"XYZ"_s);
+        f.server.send(u"XYZ"_s);
         QTRY_VERIFY(!f.link().tmrMonitor.isEnabled());
+
+        // The administrator's watchdog speaks on the tick after its frequency, and
+        // waits for the answer.
+        f.link().tmrAdminWatchdog_Timer();
+        f.link().tmrAdminWatchdog_Timer();
+        QCOMPARE(f.server.received.size(), 1);
+        f.link().tmrAdminWatchdog_Timer();
+        QTRY_COMPARE(f.server.receivedCodes(), (QStringList{u"WDG"_s, u"WDG"_s}));
+        QVERIFY(f.link().tmrMonitor.isEnabled());
+        QCOMPARE(f.link().WatchdogTicks, qint16(0));
+        gOptions().WatchdogFrequency = 0;
+        f.link().tmrAdminWatchdog_Timer();
+        f.link().tmrAdminWatchdog_Timer();
+        QTRY_COMPARE(f.server.received.size(), 4);
 
         QVERIFY(f.engine.SendData(u"WDG"_s, true));
         for (int tick = 0; tick < 3; ++tick)
@@ -193,57 +122,77 @@ private Q_SLOTS:
         QVERIFY(!f.link().tmrMonitor.isEnabled());
         QVERIFY(
             logText().contains(u"Winsock error #999: Korvane Server did not respond to the SEND command"_s));
-        QTRY_COMPARE(server.connections(), 2);
-    }
+        QTRY_COMPARE(f.server.connections(), 2);
 
-    void adminWatchdogSpeaksAfterSilence()
-    {
-        FakeServer server;
-        Fixture f(server.port());
-        gOptions().WatchdogFrequency = 2;
-        QTRY_VERIFY(server.hasClient());
-        f.link().tmrAdminWatchdog_Timer();
-        f.link().tmrAdminWatchdog_Timer();
-        QCOMPARE(server.received.size(), 0);
-        f.link().tmrAdminWatchdog_Timer();
-        QTRY_COMPARE(server.receivedCodes(), QStringList{u"WDG"_s});
-        QVERIFY(f.link().tmrMonitor.isEnabled());
-        QCOMPARE(f.link().WatchdogTicks, qint16(0));
+        // UDP orders on the new link.
+        QTRY_VERIFY(f.server.hasClient());
+        f.link().tmrUdpStarter_Timer();
+        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::BoundState);
+        QVERIFY(logText().contains(u"Binding UDP winsock to port "_s + QString::number(f.server.port())));
 
-        gOptions().WatchdogFrequency = 0;
-        f.link().tmrAdminWatchdog_Timer();
-        f.link().tmrAdminWatchdog_Timer();
-        QTRY_COMPARE(server.received.size(), 3);
+        // Near misses are ignored without a trace; CON while connected only logs.
+        for (const QByteArray &datagram : {QByteArray("con"), QByteArray("CONNECT"), QByteArray("CON")})
+            f.server.sendUdp(datagram, f.server.port());
+        QTRY_VERIFY(logText().contains(u"Server sent a CONNECT command\t"_s));
+        QCOMPARE(logText().count(u"Server sent a"_s), 1);
+        QCOMPARE(f.server.connections(), 2);
+
+        // REC while connected: the link drops, no close event, the timer stays off.
+        QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
+        f.server.sendUdp("REC", f.server.port());
+        QVERIFY(gone.wait(5000));
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+        QCOMPARE(gProcess().ReconnectTicks, 14);
+
+        // REC while not connected: the close handler runs, and the next tick connects.
+        f.server.sendUdp("REC", f.server.port());
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(gProcess().ReconnectTicks, 14);
+        f.link().tmrReconnect_Timer();
+        QTRY_COMPARE(f.server.connections(), 3);
+
+        // DEC: the socket simply stops.
+        QTRY_VERIFY(f.server.hasClient());
+        QSignalSpy stopped(f.server.client(), &QTcpSocket::disconnected);
+        f.server.sendUdp("DEC", f.server.port());
+        QVERIFY(stopped.wait(5000));
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+
+        // CON while not connected connects.
+        f.server.sendUdp("CON", f.server.port());
+        QTRY_COMPARE(f.server.connections(), 4);
+
+        // A close by the peer runs the timer whatever the policy.
+        gPolicies().Reconnect = -1;
+        const qsizetype closes = logText().count(u" -- Connection closed by remote.\n"_s);
+        QTRY_VERIFY(f.server.hasClient());
+        f.server.closeClient();
+        QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
+        QCOMPARE(logText().count(u" -- Connection closed by remote.\n"_s), closes + 1);
+        QCOMPARE(f.link().SocketState(), int(ConnectionManager::sckClosed));
     }
 
     void noServerKnownAsksForOne()
     {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        gProcess().AppDataPath = profile.dataHome();
-        gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s);
-        FakeServer server;
-        KorvanClient engine;
-
         // Nothing given: the client stays unconnected and starts no timer.
-        engine.Load();
-        QCOMPARE(frontend.questions.size(), 1);
-        QCOMPARE(frontend.questions[0].caption, u"Korvane Server not defined"_s);
-        QVERIFY(!engine.connection()->tmrReconnect.isEnabled());
+        EngineOnFakeServer f(0, -1);
+        QCOMPARE(f.frontend.questions.size(), 1);
+        QCOMPARE(f.frontend.questions[0].caption, u"Korvane Server not defined"_s);
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
 
         // A host and a port: the attempt is made, and only a server that answered
         // reaches the settings file.
-        frontend.answerText(u"127.0.0.1"_s);
-        frontend.answerText(QString::number(server.port()));
-        engine.connection()->ConnectToServer();
+        f.frontend.answerText(u"127.0.0.1"_s);
+        f.frontend.answerText(QString::number(f.server.port()));
+        f.link().ConnectToServer();
         QVERIFY(!QFile::exists(gOptions().iniPath()));
-        QTRY_VERIFY(server.hasClient());
+        QTRY_VERIFY(f.server.hasClient());
         QTRY_VERIFY(QFile::exists(gOptions().iniPath()));
         Options reread;
         reread.setIniPath(gOptions().iniPath());
         reread.ReadOptions();
         QCOMPARE(reread.Server, u"127.0.0.1"_s);
-        QCOMPARE(reread.ClientPort, int(server.port()));
+        QCOMPARE(reread.ClientPort, int(f.server.port()));
     }
 };
 

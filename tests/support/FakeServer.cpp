@@ -1,5 +1,6 @@
 #include "support/FakeServer.h"
 
+#include "core/Ticker.h"
 #include "store/DVMessage.h"
 #include "store/MessageCodes.h"
 
@@ -104,4 +105,18 @@ QString FakeServer::record(const QString &id, const QString &subject, const QStr
     m.CreationDate = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC);
     m.ExpirationDate = QDateTime(QDate(2099, 1, 1), QTime(0, 0), Qt::UTC);
     return m.ToString();
+}
+
+EngineOnFakeServer::EngineOnFakeServer(int reconnectDelay, int port)
+{
+    Ticker::setManual(true);
+    gProcess().AppDataPath = profile.dataHome();
+    gOptions().setIniPath(profile.configHome() + QStringLiteral("/KorvaneClient.ini"));
+    if (port >= 0) {
+        gOptions().Server = QStringLiteral("127.0.0.1");
+        gOptions().ClientPort = port ? port : server.port();
+    }
+    gOptions().ReconnectDelay = reconnectDelay;
+    gOptions().Trace = true;
+    engine.Load();
 }

@@ -1,6 +1,12 @@
 #pragma once
 
+#include "core/Globals.h"
+#include "core/Options.h"
+#include "engine/KorvanClient.h"
+#include "link/ConnectionManager.h"
 #include "link/Encryption.h"
+#include "support/RecordingFrontend.h"
+#include "support/TempProfile.h"
 
 #include <QList>
 #include <QObject>
@@ -72,4 +78,18 @@ private:
     };
     QTcpServer m_server;
     std::vector<Peer> m_peers;
+};
+
+// The engine loaded in a fresh profile, its trace on and its ticker driven by
+// hand, pointed at the server, at the port given, or (port -1) at nothing.
+struct EngineOnFakeServer
+{
+    TempProfile profile;
+    RecordingFrontend frontend;
+    FakeServer server;
+    KorvanClient engine;
+
+    explicit EngineOnFakeServer(int reconnectDelay = 0, int port = 0);
+    ConnectionManager &link() const { return *engine.connection(); }
+    bool connected() const { return link().SocketState() == ConnectionManager::sckConnected; }
 };
