@@ -182,6 +182,10 @@ private Q_SLOTS:
         outbox.ViewMyReplies = true;
         QCOMPARE(outbox.LoadData().size(), 6);
         QCOMPARE(outbox.LoadData(u"M3"_s).size(), 1);
+        QVERIFY(
+            ClientDB().exec(u"INSERT INTO Receipt (ReceiptID, MsgID, UserID) VALUES ('R1', 'M1', 'bob')"_s));
+        QCOMPARE(outbox.Receipts(u"M1"_s).value(0).mid(0, 2), (QStringList{u"R1"_s, u"bob"_s}));
+        QCOMPARE(outbox.History(u"none"_s), QList<QStringList>{QStringList{u"No history"_s}});
 
         // Cancel, then a resubmit makes it active again; an active, unexpired one changes nothing here.
         QCOMPARE(outbox.Cancel(u"M1"_s), std::optional<qint32>(StatusCancelled));

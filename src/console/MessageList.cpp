@@ -7,6 +7,7 @@
 #include "link/Commands.h"
 #include "store/DBFunctions.h"
 #include "store/Database.h"
+#include "store/DateText.h"
 #include "store/MessageCodes.h"
 
 #include <QSqlQuery>
@@ -70,6 +71,47 @@ QList<DVMessage> MessageList::LoadData(const QString &msgID) const
     QSqlQuery *query = store().query(sql + QStringLiteral(" ORDER BY rowid"), values);
     while (query && query->next())
         rows.append(rs2Message(*query));
+    return rows;
+}
+
+namespace {
+
+// The rows of a detail grid, the stored date of one column written as the system writes dates.
+QList<QStringList> rowsOf(Database &database, const QString &sql, const QString &key, int columns,
+                          int dateColumn)
+{
+    QList<QStringList> rows;
+    QSqlQuery *query = database.query(sql, {key});
+    while (query && query->next()) {
+        QStringList row;
+        for (int column = 0; column < columns; ++column)
+            row << (column == dateColumn ? DateText::DateToText(DateFromStore(query->value(column)))
+                                         : query->value(column).toString());
+        rows << row;
+    }
+    return rows;
+}
+
+} // namespace
+
+QList<QStringList> MessageList::Receipts(const QString &msgID) const
+{
+    // Receipts of one's own messages are kept here, whichever list shows them.
+    return rowsOf(
+        m_ctx.clientDB,
+        QStringLiteral("SELECT ReceiptID, UserID, ReceiptDate FROM Receipt WHERE MsgID = ? ORDER BY rowid"),
+        msgID, 3, 2);
+}
+
+QList<QStringList> MessageList::History(const QString &initID) const
+{
+    QList<QStringList> rows =
+        rowsOf(m_ctx.clientDB,
+               QStringLiteral("SELECT MsgID, UserID, UserName, Message, CreationDate, Mailbox "
+                              "FROM History WHERE InitID = ? ORDER BY rowid"),
+               initID, 6, 4);
+    if (rows.isEmpty())
+        rows << QStringList{QStringLiteral("No history")};
     return rows;
 }
 

@@ -62,6 +62,14 @@ public:
     // Every row that passes the filter, in table order, or the one row of an ID.
     QList<DVMessage> LoadData(const QString &msgID = QString()) const;
 
+    // The detail grids of the focused row: its receipts (ReceiptID, UserID,
+    // ReceiptDate) and the history of its exchange (MsgID, UserID, UserName,
+    // Message, CreationDate, Mailbox), or the one text "No history".
+    bool HasReceipts() const { return m_kind == Outbox || m_kind == AllMsgs || m_kind == AllPkgs; }
+    bool HasHistory() const { return m_kind == Inbox || m_kind == Outbox; }
+    QList<QStringList> Receipts(const QString &msgID) const;
+    QList<QStringList> History(const QString &initID) const;
+
     // The items of this list's row menu, and whether a selection enables one.
     QList<Item> Items() const;
     bool Enabled(Item item, int selectedRows) const;
