@@ -70,7 +70,14 @@ if [ "$HEADLESS" = 1 ]; then
     xdotool type --delay 20 "Hello from the demo"
     sleep 1
     import -window root "$DEMO/composer.png"
-    echo "run: screenshots in $DEMO/screenshot.png and $DEMO/composer.png; client log in $DEMO/data/Korvane/client.log"
+    # The menu's second item opens the console on the Outbox.
+    xdotool key Escape
+    QT_QPA_PLATFORM=xcb "$BUILD_DIR/src/korvane-client"
+    sleep 1
+    xdotool key Down Down Return
+    sleep 2
+    import -window root "$DEMO/console.png"
+    echo "run: screenshots in $DEMO/screenshot.png, $DEMO/composer.png and $DEMO/console.png; client log in $DEMO/data/Korvane/client.log"
     exit 0
 fi
 

@@ -69,7 +69,7 @@ private Q_SLOTS:
             keys(QStringList(downs, u"Down"_s) << u"Return"_s);
             QTRY_VERIFY(!DesktopSession::titleUnderPointer().endsWith(u"\"korvane-client\""_s));
         };
-        menuItem(2);
+        menuItem(3);
         menuItem(1);
         QString composer;
         QTRY_VERIFY_WITH_TIMEOUT(!(composer = visibleWindow(u"^New message "_s)).isEmpty(), 15000);

@@ -62,6 +62,12 @@ int ProgramEntry::run(int argc, char **argv)
                          gSession(), gProcess(), *engine->receipts(), frontend,
                          [&engine](const QString &payload) { return engine->SendData(payload); }});
 
+    frontend.setConsole(
+        ConsoleContext{ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(),
+                       gPolicies(), [&engine](const QString &payload) { return engine->SendData(payload); },
+                       [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
+                       AppPaths::userStoreFile()});
+
     bool closing = false;
     auto close = [&](int mode) {
         if (closing)
@@ -85,6 +91,7 @@ int ProgramEntry::run(int argc, char **argv)
 
     const int status = QApplication::exec();
     // The banner asks the engine on its way out; it goes first.
+    frontend.setConsole(std::nullopt);
     frontend.setAuthoring(std::nullopt);
     frontend.destroyBanner();
     frontend.setBannerHooks({});

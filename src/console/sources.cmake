@@ -7,3 +7,9 @@ set(CONSOLE_LOGIC_SOURCES
     console/TemplateList.cpp console/TemplateList.h
     console/GridState.cpp console/GridState.h
 )
+# The widgets above it.
+list(APPEND UI_SOURCES
+    console/ConsoleContext.h
+    console/frmAdmin.cpp console/frmAdmin.h console/frmAdmin.ui
+    console/frmList.cpp console/frmList.h console/frmList.ui
+)

@@ -73,6 +73,9 @@ public:
     // The reply form for the message the banner last acted on.
     virtual void OpenReplyForm(const QString &newID, bool toAll) = 0;
 
+    // The console, opened from the menu; the open one comes to the front.
+    virtual void ShowConsole() = 0;
+
     // The banner's queue: a due message joins it, a withdrawn one leaves it.
     virtual void AddMessageToDisplay(const DVMessage &msg) = 0;
     virtual void DeleteMessageFromDisplay(const QString &msgID) = 0;

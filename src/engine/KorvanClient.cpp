@@ -66,8 +66,7 @@ QString stateName(int state)
 KorvanClient::KorvanClient(QObject *parent) : QObject(parent)
 {
     // Features that later parts of the client bring stay greyed until then.
-    for (ClientMenu::Item item :
-         {ClientMenu::mnuAdministration, ClientMenu::mnuOptions, ClientMenu::mnuLevel, ClientMenu::mnuAbout})
+    for (ClientMenu::Item item : {ClientMenu::mnuOptions, ClientMenu::mnuLevel, ClientMenu::mnuAbout})
         m_menu.setAvailable(item, false);
 }
 
@@ -230,6 +229,11 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
         TraceLog(Form + QStringLiteral("mnuSend_Click"));
         gProcess().SavedSelection.clear();
         SendData(Commands::MID());
+        break;
+    case ClientMenu::mnuAdministration:
+        TraceLog(Form + QStringLiteral("mnuAdministration_Click"));
+        if (Frontend *frontend = Frontend::current())
+            frontend->ShowConsole();
         break;
     case ClientMenu::mnuDisplayReplies:
         TraceLog(Form + QStringLiteral("mnuDisplayReplies_Click"));

@@ -4,6 +4,8 @@
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "banner/frmBanner.h"
+#include "console/frmAdmin.h"
+#include "console/frmList.h"
 #include "core/Log.h"
 #include "store/DBFunctions.h"
 #include "store/DVMessage.h"
@@ -28,7 +30,34 @@ DesktopFrontend::~DesktopFrontend()
     delete m_log;
     delete m_message;
     delete m_reply;
+    delete m_console;
     delete m_banner;
+}
+
+void DesktopFrontend::setConsole(std::optional<ConsoleContext> context)
+{
+    if (!context)
+        delete m_console;
+    m_consoleContext.reset();
+    if (context)
+        m_consoleContext.emplace(*context);
+}
+
+frmAdmin *DesktopFrontend::console() const
+{
+    return m_console;
+}
+
+void DesktopFrontend::ShowConsole()
+{
+    if (!m_consoleContext)
+        return;
+    // One console at most.
+    if (!m_console)
+        m_console = new frmAdmin(*m_consoleContext);
+    m_console->show();
+    m_console->raise();
+    m_console->activateWindow();
 }
 
 void DesktopFrontend::setAuthoring(std::optional<AuthoringContext> context)
@@ -82,6 +111,18 @@ void DesktopFrontend::DuplicateMessageForm(int action, bool temporaryStore, cons
             form->close();
             return;
         }
+        form->show();
+        form->raise();
+        form->activateWindow();
+    }
+}
+
+void DesktopFrontend::EditMessage(const DVMessage &msg, int action)
+{
+    if (msg.MsgID.isEmpty())
+        return;
+    if (frmMessage *form = composer()) {
+        form->EditMessage(msg, action);
         form->show();
         form->raise();
         form->activateWindow();
@@ -188,6 +229,16 @@ void DesktopFrontend::ShowServerConfig(const ServerConfig &)
 void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
 {
     TraceLog(QStringLiteral("frmKorvanClient:DisplayList %1 %2").arg(int(list)).arg(letter));
+    // "A": the console asked, and shows the list if the person still waits for it.
+    if (letter == QLatin1String("A") && m_console) {
+        const int shown = list == AllMessagesList       ? 4
+                          : list == SharedTemplatesList ? 5
+                          : list == KorvanGroupsList    ? 11
+                          : list == UsersList           ? 13
+                          : list == MachinesList        ? 14
+                                                        : 15;
+        m_console->Display(shown);
+    }
     // "M": the composer asked for the directory, and shows its selection now.
     if (letter == QLatin1String("M") && m_message) {
         const int kind = list == UsersList          ? SelectUsers
@@ -230,10 +281,18 @@ bool DesktopFrontend::IsOnDisplay(const QString &msgID) const
     return m_banner && m_banner->queue().IsOnDisplay(msgID);
 }
 
-// The console's lists come with their own part of the client.
-void DesktopFrontend::AddRecord(int, const DVMessage &) {}
+// The writer of a row tells the list that is shown, and only that one.
+void DesktopFrontend::AddRecord(int list, const DVMessage &msg)
+{
+    if (m_console && m_console->currentList() && m_console->currentList()->list() == list)
+        m_console->currentList()->AddRecord(msg);
+}
 
-void DesktopFrontend::DelRecord(int, const QString &) {}
+void DesktopFrontend::DelRecord(int list, const QString &msgID)
+{
+    if (m_console && m_console->currentList() && m_console->currentList()->list() == list)
+        m_console->currentList()->DelRecord(msgID);
+}
 
 void DesktopFrontend::ShowReceiptPopup(const QString &text)
 {

@@ -2,6 +2,7 @@
 
 #include "authoring/AuthoringContext.h"
 #include "banner/DisplayQueue.h"
+#include "console/ConsoleContext.h"
 #include "core/Frontend.h"
 
 #include <QObject>
@@ -13,6 +14,7 @@ class DesktopNotifier;
 class TrayIcon;
 class frmBanner;
 class frmLog;
+class frmAdmin;
 class frmMessage;
 class frmReply;
 
@@ -44,6 +46,7 @@ public:
     void DuplicateMessageForm(int action, bool temporaryStore, const QString &table, const QString &oldID,
                               const QString &newID) override;
     void OpenReplyForm(const QString &newID, bool toAll) override;
+    void ShowConsole() override;
     void AddMessageToDisplay(const DVMessage &msg) override;
     void DeleteMessageFromDisplay(const QString &msgID) override;
     bool IsOnDisplay(const QString &msgID) const override;
@@ -56,8 +59,12 @@ public:
     // What the banner needs of the engine; set once the engine stands.
     void setBannerHooks(DisplayQueue::Hooks hooks) { m_bannerHooks = std::move(hooks); }
     // Made at the first message of the run, then kept until the client exits.
-    // What the forms of authoring work with; set once the engine stands.
+    // What the forms of authoring and the console work with; set once the engine stands.
     void setAuthoring(std::optional<AuthoringContext> context);
+    void setConsole(std::optional<ConsoleContext> context);
+    frmAdmin *console() const;
+    // The composer on a stored record, from a list's Edit.
+    void EditMessage(const DVMessage &msg, int action);
     frmMessage *messageForm() const;
     frmReply *replyForm() const;
     frmBanner *banner();
@@ -73,6 +80,8 @@ private:
     std::optional<AuthoringContext> m_authoring;
     QPointer<frmMessage> m_message;
     QPointer<frmReply> m_reply;
+    std::optional<ConsoleContext> m_consoleContext;
+    QPointer<frmAdmin> m_console;
     // The composer's level list and fields for the next message, the only one open.
     frmMessage *composer();
     void ViewMessage(const DVMessage &msg);

@@ -88,6 +88,7 @@ public:
                           .arg(temporaryStore ? QStringLiteral("temp") : QStringLiteral("client"), table,
                                oldID, newID));
     }
+    void ShowConsole() override { events.append(QStringLiteral("console")); }
     void OpenReplyForm(const QString &newID, bool toAll) override
     {
         events.append(QStringLiteral("reply %1 %2").arg(newID).arg(toAll));

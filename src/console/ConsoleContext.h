@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class Clock;
+class DVMessage;
+class Database;
+class Frontend;
+class Policies;
+class UserInfos;
+struct ProcessState;
+struct Session;
+
+// What the console's windows work with, handed to them.
+struct ConsoleContext
+{
+    Database &clientDB;
+    Database &tempDB;
+    const Clock &clock;
+    Frontend &frontend;
+    ProcessState &process;
+    Session &session;
+    const UserInfos &user;
+    const Policies &policies;
+    std::function<bool(const QString &payload)> sendData;
+    // Opens the composer on a stored record in the given mode.
+    std::function<void(const DVMessage &msg, int action)> editMessage;
+    // The per-user store of the window's place and the lists' choices.
+    QString userStoreFile;
+};

@@ -1,0 +1,92 @@
+#include "console/frmAdmin.h"
+
+#include "console/frmList.h"
+#include "core/Globals.h"
+#include "core/StringTable.h"
+#include "core/UserStore.h"
+
+#include <QCloseEvent>
+
+namespace {
+
+constexpr int KeyRole = Qt::UserRole + 1;
+
+// The lists whose windows stand so far; the directory lists come with their own part.
+bool listStands(int list)
+{
+    return list <= 9;
+}
+
+} // namespace
+
+frmAdmin::frmAdmin(ConsoleContext context, QWidget *parent)
+    : QWidget(parent), m_ctx(std::move(context)),
+      m_frame(m_ctx.process, m_ctx.session, m_ctx.user, m_ctx.policies, m_ctx.sendData)
+{
+    ui.setupUi(this);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(ResString(1233));
+    // The place is the window's frame, title bar included, as it was kept.
+    const QRect place = ConsoleFrame::ReadGeometry(UserStore(m_ctx.userStoreFile));
+    resize(place.size());
+    move(place.topLeft());
+    ui.lblProgress->setText(ResString(1235));
+    ui.lblProgress->hide();
+    const QList<ConsoleFrame::Item> items = m_frame.Load();
+    for (const auto &[group, text] : ConsoleFrame::Groups()) {
+        auto *top = new QTreeWidgetItem(ui.dxSideBar1, {ResString(text)});
+        top->setFlags(Qt::ItemIsEnabled);
+        for (const ConsoleFrame::Item &item : items)
+            if (item.group == group && listStands(item.list)) {
+                auto *entry = new QTreeWidgetItem(top, {ResString(item.text)});
+                entry->setData(0, KeyRole, item.key);
+            }
+        if (top->childCount() == 0)
+            delete top;
+    }
+    ui.dxSideBar1->expandAll();
+    ui.splitter->setStretchFactor(1, 1);
+    connect(ui.dxSideBar1, &QTreeWidget::itemActivated, this, &frmAdmin::clicked);
+    connect(ui.dxSideBar1, &QTreeWidget::itemClicked, this, &frmAdmin::clicked);
+    // It always opens on the Outbox.
+    replaceChild(m_ctx.process.CurrentList);
+}
+
+frmAdmin::~frmAdmin()
+{
+    m_frame.QueryUnload();
+}
+
+void frmAdmin::closeEvent(QCloseEvent *event)
+{
+    ConsoleFrame::WriteGeometry(UserStore(m_ctx.userStoreFile), QRect(pos(), size()));
+    QWidget::closeEvent(event);
+}
+
+void frmAdmin::clicked(QTreeWidgetItem *item)
+{
+    const QString key = item ? item->data(0, KeyRole).toString() : QString();
+    if (key.isEmpty())
+        return;
+    const ConsoleFrame::Step step = m_frame.OnClickItemLink(key);
+    ui.lblProgress->setVisible(step.progress);
+    if (step.show)
+        replaceChild(step.show);
+}
+
+void frmAdmin::Display(int list)
+{
+    if (!m_frame.MayDisplay(list) || !listStands(list))
+        return;
+    ui.lblProgress->hide();
+    replaceChild(list);
+}
+
+void frmAdmin::replaceChild(int list)
+{
+    // The list is always made anew: it reads its rows afresh.
+    delete m_child;
+    m_child = new frmList(list, m_ctx, ui.ActiveSizer2);
+    ui.layoutPane->addWidget(m_child);
+    m_child->ui.grid->setFocus();
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "console/ConsoleContext.h"
+#include "console/ConsoleFrame.h"
+#include "ui_frmAdmin.h"
+
+#include <QPointer>
+#include <QWidget>
+
+class frmList;
+
+// The console: the side bar at the left, and one list at a time in the pane,
+// made anew at each choice. What a role sees and what a click does is the
+// frame's logic; this shows it.
+class frmAdmin final : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit frmAdmin(ConsoleContext context, QWidget *parent = nullptr);
+    ~frmAdmin() override;
+
+    // A directory's answer is stored: its list shows if the person still waits for it.
+    void Display(int list);
+    // The list in the pane, nullptr when there is none.
+    frmList *currentList() const { return m_child; }
+    Ui::frmAdmin ui;
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void replaceChild(int list);
+    void clicked(QTreeWidgetItem *item);
+
+    ConsoleContext m_ctx;
+    ConsoleFrame m_frame;
+    QPointer<frmList> m_child;
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "console/ConsoleContext.h"
+#include "console/MessageList.h"
+#include "console/RecordModel.h"
+#include "console/TemplateList.h"
+#include "ui_frmList.h"
+
+#include <QWidget>
+
+#include <memory>
+
+class QMenu;
+
+// One list of the console's pane: a message, package or template list, its
+// quick filter, its detail grids and its popup menu. What the rows are and what
+// a command does is its list's logic; this shows them.
+class frmList final : public QWidget
+{
+    Q_OBJECT
+public:
+    frmList(int list, ConsoleContext context, QWidget *parent = nullptr);
+    ~frmList() override;
+
+    int list() const { return m_list; }
+    // The engine's and the composers' calls while the list is shown.
+    void AddRecord(const DVMessage &msg);
+    void DelRecord(const QString &msgID);
+    // Reads every row anew.
+    void LoadData();
+
+    RecordModel &model() { return m_model; }
+    QMenu *menu() const { return m_menu; }
+    Ui::frmList ui;
+
+private:
+    void buildMenu();
+    void showMenu(const QPoint &at);
+    void run(int item);
+    void showDetails();
+    QString focusedID() const;
+    QStringList selectedIDs() const;
+    void reloadRow(const QString &msgID);
+
+    int m_list;
+    ConsoleContext m_ctx;
+    std::unique_ptr<MessageList> m_messages;
+    std::unique_ptr<TemplateList> m_templates;
+    RecordModel m_model;
+    RecordFilter m_filter;
+    QMenu *m_menu = nullptr;
+    QList<std::pair<int, QAction *>> m_actions;
+};
