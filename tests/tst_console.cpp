@@ -1,6 +1,7 @@
 // The console's frame (the side bar by role and policy, what a click shows or
 // asks for, the window's place) and its lists' column layouts.
 #include "console/ConsoleFrame.h"
+#include "console/CsvExport.h"
 #include "console/GridLayout.h"
 #include "console/GridState.h"
 #include "console/MessageList.h"
@@ -306,6 +307,9 @@ private Q_SLOTS:
         filter.setQuickFilter(QString());
         filter.sort(0, Qt::DescendingOrder);
         QCOMPARE(filter.index(0, 0).data().toString(), u"D"_s);
+        QCOMPARE(CsvExport::Write({u"ID"_s, u"Text"_s},
+                                  {{u"A"_s, u"Say \"hi\", then\ngo"_s}, {u"é"_s, QString()}}),
+                 QByteArray("\xEF\xBB\xBFID,Text\r\nA,\"Say \"\"hi\"\", then\ngo\"\r\n\xC3\xA9,\r\n"));
     }
 
     void whichFileAndWhenToSave()

@@ -62,11 +62,11 @@ int ProgramEntry::run(int argc, char **argv)
                          gSession(), gProcess(), *engine->receipts(), frontend,
                          [&engine](const QString &payload) { return engine->SendData(payload); }});
 
-    frontend.setConsole(
-        ConsoleContext{ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(),
-                       gPolicies(), [&engine](const QString &payload) { return engine->SendData(payload); },
-                       [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
-                       AppPaths::userStoreFile()});
+    frontend.setConsole(ConsoleContext{
+        ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(), gPolicies(),
+        gLevels(), [&engine](const QString &payload) { return engine->SendData(payload); },
+        [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
+        AppPaths::userStoreFile(), QCoreApplication::applicationDirPath(), gProcess().AppDataPath});
 
     bool closing = false;
     auto close = [&](int mode) {

@@ -1,5 +1,8 @@
 #include "console/frmList.h"
 
+#include "console/CsvExport.h"
+#include "console/LevelCellDelegate.h"
+#include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
@@ -7,10 +10,36 @@
 #include "store/DBFunctions.h"
 
 #include <QAction>
+#include <QFile>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
+#include <QSaveFile>
 
 namespace {
+
+// The file prefix of each list's layouts.
+QString prefixOf(int list)
+{
+    switch (list) {
+    case 1:
+        return QStringLiteral("Inbox");
+    case 2:
+        return QStringLiteral("Outbox");
+    case 3:
+        return QStringLiteral("DeletedMsg");
+    case 4:
+        return QStringLiteral("AllMsgs");
+    case 5:
+        return QStringLiteral("Stemplates");
+    case 6:
+        return QStringLiteral("Ptemplates");
+    case 7:
+        return QStringLiteral("InPkg");
+    default:
+        return QStringLiteral("OutPkg");
+    }
+}
 
 // The columns a list shows until the person arranges them.
 const QList<int> ShownColumns = {3, 5, 6, 12, 13, 20, 18, 21, 0};
@@ -29,7 +58,8 @@ int captionOf(int item, bool templates)
 } // namespace
 
 frmList::frmList(int list, ConsoleContext context, QWidget *parent)
-    : QWidget(parent), m_list(list), m_ctx(std::move(context))
+    : QWidget(parent), m_list(list), m_ctx(std::move(context)),
+      m_layout(prefixOf(list), m_ctx.programDir, m_ctx.dataDir)
 {
     ui.setupUi(this);
     if (list == TemplateList::Shared || list == TemplateList::Personal) {
@@ -48,12 +78,20 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
                           QStringLiteral("1")) == QLatin1String("1");
     }
     m_filter.setSourceModel(&m_model);
-    m_filter.setShownColumns(ShownColumns);
     ui.grid->setModel(&m_filter);
-    for (int column = 0; column < m_model.columnCount(); ++column)
-        ui.grid->setColumnHidden(column, !ShownColumns.contains(column));
-    for (int visual = 0; visual < ShownColumns.size(); ++visual)
-        ui.grid->header()->moveSection(ui.grid->header()->visualIndex(ShownColumns[visual]), visual);
+    ui.grid->setItemDelegateForColumn(5, new LevelCellDelegate(m_ctx.levels, ui.grid));
+    ui.grid->header()->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(ui.grid->header(), &QWidget::customContextMenuRequested, this, &frmList::showLayoutMenu);
+    const auto arranged = [this] {
+        if (!m_applying)
+            m_layout.ColumnsChanged();
+    };
+    connect(ui.grid->header(), &QHeaderView::sectionMoved, this, arranged);
+    connect(ui.grid->header(), &QHeaderView::sectionResized, this, arranged);
+    m_layout.Load(UserStore(m_ctx.userStoreFile)
+                      .read(QStringLiteral("Setup"), m_layout.LayoutKey(), QStringLiteral("0")));
+    if (m_layout.Activate())
+        applyLayout(m_layout.LoadLayout());
     ui.txtFilter->setPlaceholderText(ResString(1234));
     ui.tabDetails->setTabText(0, ResString(1236));
     ui.tabDetails->setTabText(1, ResString(1237));
@@ -73,6 +111,10 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
 
 frmList::~frmList()
 {
+    UserStore(m_ctx.userStoreFile)
+        .write(QStringLiteral("Setup"), m_layout.LayoutKey(), m_layout.StoredNumber());
+    if (m_layout.SaveOnUnload())
+        saveCustom();
     if (m_messages && m_list == MessageList::Outbox)
         UserStore(m_ctx.userStoreFile)
             .write(QStringLiteral("Setup"), QStringLiteral("OutboxViewReplies"),
@@ -117,6 +159,165 @@ void frmList::buildMenu()
             action->setChecked(m_messages->ViewMyReplies);
         }
     }
+    if (!m_actions.isEmpty()) {
+        m_menu->addSeparator();
+        m_menu->addAction(ResString(1238), this, &frmList::exportCsv);
+    }
+}
+
+QString frmList::traceName() const
+{
+    static const QHash<int, QString> forms = {
+        {1, QStringLiteral("frmInbox")},           {2, QStringLiteral("frmOutbox")},
+        {3, QStringLiteral("frmDeletedMsg")},      {4, QStringLiteral("frmAllMsgs")},
+        {5, QStringLiteral("frmSharedTemplates")}, {6, QStringLiteral("frmMyTemplates")},
+        {7, QStringLiteral("frmReceived")},        {9, QStringLiteral("frmAllPkgs")}};
+    return forms.value(m_list);
+}
+
+void frmList::designColumns()
+{
+    for (int column = 0; column < m_model.columnCount(); ++column)
+        ui.grid->setColumnHidden(column, !ShownColumns.contains(column));
+    for (int visual = 0; visual < ShownColumns.size(); ++visual)
+        ui.grid->header()->moveSection(ui.grid->header()->visualIndex(ShownColumns[visual]), visual);
+    m_filter.setShownColumns(ShownColumns);
+}
+
+void frmList::applyLayout(const QString &file)
+{
+    m_applying = true;
+    designColumns();
+    QFile in(file);
+    GridState state;
+    QString reason;
+    if (!in.open(QIODevice::ReadOnly)) {
+        // The fixed files come with the program; without one the design columns stand.
+        TraceLog(traceName() + QStringLiteral(":LoadLayout - ") + file + QStringLiteral(": ") +
+                 in.errorString());
+    } else if (!GridState::Read(in.read(GridState::MaxFileSize + 1), state, &reason)) {
+        TraceLog(traceName() + QStringLiteral(":LoadLayout - ") + file + QStringLiteral(": ") + reason);
+    } else {
+        QList<int> shown;
+        int position = 0;
+        for (const GridState::Column &column : state.columns) {
+            const int logical = int(RecordModel::Columns().indexOf(column.name));
+            if (logical < 0)
+                continue;
+            ui.grid->header()->moveSection(ui.grid->header()->visualIndex(logical), position++);
+            ui.grid->setColumnWidth(logical, column.width);
+            ui.grid->setColumnHidden(logical, !column.visible);
+            if (column.visible)
+                shown << logical;
+        }
+        for (int column = 0; column < m_model.columnCount(); ++column)
+            if (!shown.contains(column))
+                ui.grid->setColumnHidden(column, true);
+        m_filter.setShownColumns(shown);
+        const int sort = int(RecordModel::Columns().indexOf(state.sortColumn));
+        if (sort >= 0)
+            ui.grid->sortByColumn(sort, state.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    }
+    m_applying = false;
+}
+
+GridState frmList::columnState() const
+{
+    GridState state;
+    const QHeaderView *header = ui.grid->header();
+    for (int visual = 0; visual < header->count(); ++visual) {
+        const int logical = header->logicalIndex(visual);
+        state.columns.append({RecordModel::Columns().at(logical),
+                              qBound(0, header->sectionSize(logical), GridState::MaxWidth),
+                              !header->isSectionHidden(logical)});
+    }
+    const int sort = header->sortIndicatorSection();
+    if (sort >= 0 && sort < RecordModel::Columns().size()) {
+        state.sortColumn = RecordModel::Columns().at(sort);
+        state.descending = header->sortIndicatorOrder() == Qt::DescendingOrder;
+    }
+    return state;
+}
+
+bool frmList::saveCustom() const
+{
+    // Written whole or not at all: a crash never leaves half a layout.
+    QSaveFile out(m_layout.CustomFile());
+    if (!out.open(QIODevice::WriteOnly) || out.write(columnState().Write()) < 0 || !out.commit()) {
+        WriteLog(traceName() + QStringLiteral(":SaveLayout - ") + out.errorString());
+        return false;
+    }
+    return true;
+}
+
+void frmList::chooseLayout(GridLayout::Number number)
+{
+    const GridLayout::Change change = m_layout.Choose(number);
+    if (change.saveCustom)
+        saveCustom();
+    if (change.reload)
+        applyLayout(m_layout.LoadLayout());
+}
+
+void frmList::showLayoutMenu(const QPoint &at)
+{
+    QMenu menu(this);
+    const GridLayout::Menu state = m_layout.LayoutMenu(0);
+    menu.addAction(ResString(1239), this, [this] { chooseLayout(GridLayout::Full); })
+        ->setEnabled(state.fullEnabled);
+    menu.addAction(ResString(1240), this, [this] { chooseLayout(GridLayout::Simple); })
+        ->setEnabled(state.simpleEnabled);
+    menu.addAction(ResString(1241), this, [this] { chooseLayout(GridLayout::Custom); });
+    // The column chooser: a column shown or hidden makes the layout the person's own.
+    QMenu *columns = menu.addMenu(ResString(1242));
+    for (int column = 0; column < m_model.columnCount(); ++column) {
+        QAction *toggle = columns->addAction(m_model.headerData(column, Qt::Horizontal).toString());
+        toggle->setCheckable(true);
+        toggle->setChecked(!ui.grid->isColumnHidden(column));
+        connect(toggle, &QAction::toggled, this, [this, column](bool shown) {
+            if (m_layout.number() != GridLayout::Custom)
+                chooseLayout(GridLayout::Custom);
+            ui.grid->setColumnHidden(column, !shown);
+            m_layout.ColumnsChanged();
+        });
+    }
+    menu.exec(ui.grid->header()->mapToGlobal(at));
+}
+
+void frmList::exportCsv()
+{
+    const QString file = QFileDialog::getSaveFileName(
+        this, QString(), prefixOf(m_list) + QStringLiteral(".csv"), ResString(1243));
+    if (file.isEmpty())
+        return;
+    const QHeaderView *header = ui.grid->header();
+    QList<int> columns;
+    QStringList names;
+    for (int visual = 0; visual < header->count(); ++visual) {
+        const int logical = header->logicalIndex(visual);
+        if (!header->isSectionHidden(logical)) {
+            columns << logical;
+            names << m_model.headerData(logical, Qt::Horizontal).toString();
+        }
+    }
+    // The selected rows, or all the grid shows when none is selected, in the grid's order.
+    QModelIndexList rows = ui.grid->selectionModel()->selectedRows();
+    if (rows.isEmpty())
+        for (int row = 0; row < m_filter.rowCount(); ++row)
+            rows << m_filter.index(row, 0);
+    std::sort(rows.begin(), rows.end(),
+              [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
+    QList<QStringList> lines;
+    for (const QModelIndex &row : rows) {
+        QStringList fields;
+        for (int column : columns)
+            fields << m_filter.index(row.row(), column).data().toString();
+        lines << fields;
+    }
+    QSaveFile out(file);
+    if (!out.open(QIODevice::WriteOnly) || out.write(CsvExport::Write(names, lines)) < 0 || !out.commit())
+        m_ctx.frontend.MessageBoxShow(ResString(1244) + QLatin1Char('\n') + file, ResString(1238),
+                                      IconCritical, ButtonsOk);
 }
 
 void frmList::showMenu(const QPoint &at)

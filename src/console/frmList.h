@@ -1,6 +1,8 @@
 #pragma once
 
 #include "console/ConsoleContext.h"
+#include "console/GridLayout.h"
+#include "console/GridState.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
@@ -41,6 +43,15 @@ private:
     QString focusedID() const;
     QStringList selectedIDs() const;
     void reloadRow(const QString &msgID);
+    // Columns: the design ones, those of a layout file, and what the person arranged.
+    void designColumns();
+    void applyLayout(const QString &file);
+    GridState columnState() const;
+    bool saveCustom() const;
+    void showLayoutMenu(const QPoint &at);
+    void chooseLayout(GridLayout::Number number);
+    void exportCsv();
+    QString traceName() const;
 
     int m_list;
     ConsoleContext m_ctx;
@@ -50,4 +61,6 @@ private:
     RecordFilter m_filter;
     QMenu *m_menu = nullptr;
     QList<std::pair<int, QAction *>> m_actions;
+    GridLayout m_layout;
+    bool m_applying = false;
 };

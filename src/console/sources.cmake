@@ -1,6 +1,7 @@
 # The logic of the console: no widgets, compiled under the engine's rules.
 set(CONSOLE_LOGIC_SOURCES
     console/ConsoleFrame.cpp console/ConsoleFrame.h
+    console/CsvExport.cpp console/CsvExport.h
     console/GridLayout.cpp console/GridLayout.h
     console/MessageList.cpp console/MessageList.h
     console/RecordModel.cpp console/RecordModel.h
@@ -10,6 +11,7 @@ set(CONSOLE_LOGIC_SOURCES
 # The widgets above it.
 list(APPEND UI_SOURCES
     console/ConsoleContext.h
+    console/LevelCellDelegate.cpp console/LevelCellDelegate.h
     console/frmAdmin.cpp console/frmAdmin.h console/frmAdmin.ui
     console/frmList.cpp console/frmList.h console/frmList.ui
 )
