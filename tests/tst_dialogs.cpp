@@ -1,4 +1,6 @@
 #include "authoring/frmMessage.h"
+#include "console/frmAdmin.h"
+#include "console/frmList.h"
 #include "core/ClientMenu.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
@@ -9,6 +11,8 @@
 #include "store/DBFunctions.h"
 #include "store/Database.h"
 #include "store/LevelCollection.h"
+#include "store/MessageCodes.h"
+#include "support/FakeClock.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 #include "ui/DialogButtonSet.h"
@@ -190,6 +194,57 @@ private Q_SLOTS:
             (QList<bool>{form.ui.OKButton->isVisibleTo(&form), form.ui.cmdUsers->isVisibleTo(&form),
                          form.ui.cmdVariable->isVisibleTo(&form), form.ui.CancelButton->isVisibleTo(&form)}),
             (QList<bool>{false, false, false, true}));
+    }
+
+    // The console as a user opens it: no administration items, the Outbox first, and
+    // a delete from the keyboard that tells the server of each row and of the list.
+    void consoleWindow()
+    {
+        TempProfile profile;
+        FakeClock clock(FakeClock::at(2026, 11, 23, 10, 0));
+        gProcess().AppDataPath = profile.dataHome();
+        QVERIFY(InitializeDB(profile.dataHome()));
+        RecordingFrontend frontend;
+        UserInfos user(u"jdoe"_s);
+        Policies policies;
+        Session session;
+        QStringList sent;
+        for (const char *id : {"M1", "M2"}) {
+            DVMessage m;
+            m.MsgID = QLatin1String(id);
+            m.Status = StatusActive;
+            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
+        }
+        {
+            frmAdmin console(
+                {ClientDB(), TempDB(), clock, frontend, gProcess(), session, user, policies, gLevels(),
+                 [&sent](const QString &p) {
+                     sent << p.section(QChar(1), 0, 0);
+                     return true;
+                 },
+                 nullptr, profile.path() + u"/Client.conf"_s, profile.path(), profile.dataHome()});
+            QStringList items;
+            for (QTreeWidgetItemIterator it(console.ui.dxSideBar1); *it; ++it)
+                items << (*it)->text(0);
+            QVERIFY(items.contains(u"Outbox"_s) && !items.contains(u"All messages"_s));
+            frmList *outbox = console.currentList();
+            QCOMPARE(outbox->list(), 2);
+            QCOMPARE(outbox->model().rowCount(), 2);
+            console.show();
+            QVERIFY(QTest::qWaitForWindowActive(&console));
+            outbox->ui.grid->setFocus();
+            outbox->ui.grid->selectAll();
+            outbox->ui.grid->header()->resizeSection(3, 333);
+            QTest::keyClick(outbox->ui.grid, Qt::Key_Delete);
+            QCOMPARE(sent, (QStringList{u"RRC"_s, u"MUP"_s, u"MUP"_s, u"MDE"_s}));
+            QCOMPARE(outbox->model().rowCount(), 0);
+        }
+        // The changed columns are kept in the person's file when the list goes.
+        QFile custom(profile.dataHome() + u"/OutboxCust.xgl"_s);
+        QVERIFY(custom.open(QIODevice::ReadOnly));
+        QVERIFY(custom.readAll().contains("column colSubject 333 1"));
+        ClientDB().close();
+        TempDB().close();
     }
 };
 
