@@ -18,6 +18,7 @@
 #include "support/StoreFixture.h"
 #include "support/TempProfile.h"
 
+#include <QDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -310,6 +311,22 @@ private Q_SLOTS:
         QCOMPARE(CsvExport::Write({u"ID"_s, u"Text"_s},
                                   {{u"A"_s, u"Say \"hi\", then\ngo"_s}, {u"é"_s, QString()}}),
                  QByteArray("\xEF\xBB\xBFID,Text\r\nA,\"Say \"\"hi\"\", then\ngo\"\r\n\xC3\xA9,\r\n"));
+    }
+
+    // The fixed layouts the program ships read whole and name only real columns.
+    void shippedLayouts()
+    {
+        const QDir folder(QStringLiteral(QT_TESTCASE_SOURCEDIR "/../resources/layouts"));
+        const QStringList files = folder.entryList({u"*.xgl"_s});
+        QCOMPARE(files.size(), 14);
+        for (const QString &name : files) {
+            QFile file(folder.filePath(name));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            GridState state;
+            QVERIFY2(GridState::Read(file.readAll(), state), qPrintable(name));
+            for (const GridState::Column &column : state.columns)
+                QVERIFY2(RecordModel::Columns().contains(column.name), qPrintable(name + u' ' + column.name));
+        }
     }
 
     void whichFileAndWhenToSave()

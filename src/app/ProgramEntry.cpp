@@ -16,9 +16,23 @@
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
+#include <QDir>
 
 #include <csignal>
 #include <unistd.h>
+
+namespace {
+
+// Where the fixed layouts lie: beside the program in a build, under share/ once installed.
+QString layoutsBase()
+{
+    const QDir program(QCoreApplication::applicationDirPath());
+    return program.exists(QStringLiteral("Layouts"))
+               ? program.path()
+               : program.absoluteFilePath(QStringLiteral("../share/korvane"));
+}
+
+} // namespace
 
 int ProgramEntry::run(int argc, char **argv)
 {
@@ -66,7 +80,7 @@ int ProgramEntry::run(int argc, char **argv)
         ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(), gPolicies(),
         gLevels(), [&engine](const QString &payload) { return engine->SendData(payload); },
         [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
-        AppPaths::userStoreFile(), QCoreApplication::applicationDirPath(), gProcess().AppDataPath});
+        AppPaths::userStoreFile(), layoutsBase(), gProcess().AppDataPath});
 
     bool closing = false;
     auto close = [&](int mode) {

@@ -1,5 +1,6 @@
 #include "console/frmList.h"
 
+#include "console/CodeCellDelegate.h"
 #include "console/CsvExport.h"
 #include "console/LevelCellDelegate.h"
 #include "core/Frontend.h"
@@ -80,6 +81,8 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
     m_filter.setSourceModel(&m_model);
     ui.grid->setModel(&m_filter);
     ui.grid->setItemDelegateForColumn(5, new LevelCellDelegate(m_ctx.levels, ui.grid));
+    ui.grid->setItemDelegateForColumn(6, new CodeCellDelegate(CodeCellDelegate::Delivery, ui.grid));
+    ui.grid->setItemDelegateForColumn(21, new CodeCellDelegate(CodeCellDelegate::Status, ui.grid));
     ui.grid->header()->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(ui.grid->header(), &QWidget::customContextMenuRequested, this, &frmList::showLayoutMenu);
     const auto arranged = [this] {

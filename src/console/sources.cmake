@@ -10,6 +10,7 @@ set(CONSOLE_LOGIC_SOURCES
 )
 # The widgets above it.
 list(APPEND UI_SOURCES
+    console/CodeCellDelegate.cpp console/CodeCellDelegate.h
     console/ConsoleContext.h
     console/LevelCellDelegate.cpp console/LevelCellDelegate.h
     console/frmAdmin.cpp console/frmAdmin.h console/frmAdmin.ui
