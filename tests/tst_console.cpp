@@ -4,6 +4,7 @@
 #include "console/CsvExport.h"
 #include "console/GridLayout.h"
 #include "console/GridState.h"
+#include "console/GroupedRecords.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
@@ -306,8 +307,20 @@ private Q_SLOTS:
         filter.setShownColumns({0, 20});
         QCOMPARE(filter.rowCount(), 1);
         filter.setQuickFilter(QString());
+        // Grouped under a column's values, with counts, and following the rows below.
+        GroupedRecords grouped(&filter);
+        grouped.setGroupColumn(20);
+        QCOMPARE(grouped.rowCount(), 3);
+        QCOMPARE(grouped.index(1, 0).data().toString(), u"bob (1)"_s);
+        d.Target = u"bob"_s;
+        d.MsgID = u"E"_s;
+        model.AddRecord(d);
+        const QModelIndex bob = grouped.index(1, 0);
+        QCOMPARE(bob.data().toString(), u"bob (2)"_s);
+        QCOMPARE(filter.index(grouped.sourceRow(grouped.index(1, 0, bob)), 0).data().toString(), u"E"_s);
+        QCOMPARE(grouped.sourceRow(bob), -1);
         filter.sort(0, Qt::DescendingOrder);
-        QCOMPARE(filter.index(0, 0).data().toString(), u"D"_s);
+        QCOMPARE(filter.index(0, 0).data().toString(), u"E"_s);
         QCOMPARE(CsvExport::Write({u"ID"_s, u"Text"_s},
                                   {{u"A"_s, u"Say \"hi\", then\ngo"_s}, {u"é"_s, QString()}}),
                  QByteArray("\xEF\xBB\xBFID,Text\r\nA,\"Say \"\"hi\"\", then\ngo\"\r\n\xC3\xA9,\r\n"));

@@ -7,6 +7,7 @@ set(CONSOLE_LOGIC_SOURCES
     console/RecordModel.cpp console/RecordModel.h
     console/TemplateList.cpp console/TemplateList.h
     console/GridState.cpp console/GridState.h
+    console/GroupedRecords.cpp console/GroupedRecords.h
 )
 # The widgets above it.
 list(APPEND UI_SOURCES
