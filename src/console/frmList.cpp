@@ -85,6 +85,9 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
     ui.grid->setItemDelegateForColumn(21, new CodeCellDelegate(CodeCellDelegate::Status, ui.grid));
     ui.grid->header()->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(ui.grid->header(), &QWidget::customContextMenuRequested, this, &frmList::showLayoutMenu);
+    connect(ui.lblGroupPanel, &QWidget::customContextMenuRequested, this, [this](const QPoint &at) {
+        showLayoutMenu(ui.grid->header()->mapFromGlobal(ui.lblGroupPanel->mapToGlobal(at)));
+    });
     const auto arranged = [this] {
         if (!m_applying)
             m_layout.ColumnsChanged();
@@ -189,8 +192,6 @@ void frmList::designColumns()
 
 void frmList::applyLayout(const QString &file)
 {
-    m_applying = true;
-    designColumns();
     QFile in(file);
     GridState state;
     QString reason;
@@ -200,28 +201,72 @@ void frmList::applyLayout(const QString &file)
                  in.errorString());
     } else if (!GridState::Read(in.read(GridState::MaxFileSize + 1), state, &reason)) {
         TraceLog(traceName() + QStringLiteral(":LoadLayout - ") + file + QStringLiteral(": ") + reason);
-    } else {
-        QList<int> shown;
-        int position = 0;
-        for (const GridState::Column &column : state.columns) {
-            const int logical = int(RecordModel::Columns().indexOf(column.name));
-            if (logical < 0)
-                continue;
-            ui.grid->header()->moveSection(ui.grid->header()->visualIndex(logical), position++);
-            ui.grid->setColumnWidth(logical, column.width);
-            ui.grid->setColumnHidden(logical, !column.visible);
-            if (column.visible)
-                shown << logical;
-        }
+        state = GridState();
+    }
+    applyState(state);
+}
+
+void frmList::applyState(const GridState &state)
+{
+    m_applying = true;
+    const int group =
+        state.groupBy.isEmpty() ? -1 : int(RecordModel::Columns().indexOf(state.groupBy.first()));
+    if (group != m_grouped.groupColumn()) {
+        m_grouped.setGroupColumn(group);
+        QItemSelectionModel *old = ui.grid->selectionModel();
+        ui.grid->setModel(group >= 0 ? static_cast<QAbstractItemModel *>(&m_grouped) : &m_filter);
+        delete old;
+        ui.grid->setSortingEnabled(group < 0);
+        connect(ui.grid->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmList::showDetails);
+    }
+    designColumns();
+    QList<int> shown;
+    int position = 0;
+    for (const GridState::Column &column : state.columns) {
+        const int logical = int(RecordModel::Columns().indexOf(column.name));
+        if (logical < 0)
+            continue;
+        ui.grid->header()->moveSection(ui.grid->header()->visualIndex(logical), position++);
+        ui.grid->setColumnWidth(logical, column.width);
+        ui.grid->setColumnHidden(logical, !column.visible);
+        if (column.visible)
+            shown << logical;
+    }
+    if (!state.columns.isEmpty()) {
         for (int column = 0; column < m_model.columnCount(); ++column)
             if (!shown.contains(column))
                 ui.grid->setColumnHidden(column, true);
         m_filter.setShownColumns(shown);
-        const int sort = int(RecordModel::Columns().indexOf(state.sortColumn));
-        if (sort >= 0)
-            ui.grid->sortByColumn(sort, state.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
     }
+    const int sort = int(RecordModel::Columns().indexOf(state.sortColumn));
+    if (sort >= 0 && group < 0)
+        ui.grid->sortByColumn(sort, state.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    if (group >= 0)
+        ui.grid->expandAll();
+    // The panel's hint has always ended with a blank.
+    ui.lblGroupPanel->setText(group >= 0 ? m_model.headerData(group, Qt::Horizontal).toString()
+                                         : ResString(1252));
     m_applying = false;
+}
+
+void frmList::setGrouping(int column)
+{
+    GridState state = columnState();
+    state.groupBy.clear();
+    if (column >= 0)
+        state.groupBy << RecordModel::Columns().at(column);
+    applyState(state);
+    m_layout.ColumnsChanged();
+}
+
+int frmList::sourceRowOf(const QModelIndex &viewIndex) const
+{
+    if (!viewIndex.isValid())
+        return -1;
+    if (m_grouped.groupColumn() < 0)
+        return m_filter.mapToSource(viewIndex).row();
+    const int shown = m_grouped.sourceRow(viewIndex);
+    return shown < 0 ? -1 : m_filter.mapToSource(m_filter.index(shown, 0)).row();
 }
 
 GridState frmList::columnState() const
@@ -234,8 +279,10 @@ GridState frmList::columnState() const
                               qBound(0, header->sectionSize(logical), GridState::MaxWidth),
                               !header->isSectionHidden(logical)});
     }
+    if (m_grouped.groupColumn() >= 0)
+        state.groupBy << RecordModel::Columns().at(m_grouped.groupColumn());
     const int sort = header->sortIndicatorSection();
-    if (sort >= 0 && sort < RecordModel::Columns().size()) {
+    if (m_grouped.groupColumn() < 0 && sort >= 0 && sort < RecordModel::Columns().size()) {
         state.sortColumn = RecordModel::Columns().at(sort);
         state.descending = header->sortIndicatorOrder() == Qt::DescendingOrder;
     }
@@ -265,12 +312,20 @@ void frmList::chooseLayout(GridLayout::Number number)
 void frmList::showLayoutMenu(const QPoint &at)
 {
     QMenu menu(this);
-    const GridLayout::Menu state = m_layout.LayoutMenu(0);
+    const GridLayout::Menu state = m_layout.LayoutMenu(m_grouped.groupColumn() >= 0 ? 1 : 0);
     menu.addAction(ResString(1239), this, [this] { chooseLayout(GridLayout::Full); })
         ->setEnabled(state.fullEnabled);
     menu.addAction(ResString(1240), this, [this] { chooseLayout(GridLayout::Simple); })
         ->setEnabled(state.simpleEnabled);
     menu.addAction(ResString(1241), this, [this] { chooseLayout(GridLayout::Custom); });
+    const int column = ui.grid->header()->logicalIndexAt(at);
+    if (column >= 0)
+        menu.addAction(ResString(1250).arg(m_model.headerData(column, Qt::Horizontal).toString()), this,
+                       [this, column] { setGrouping(column); });
+    if (m_grouped.groupColumn() >= 0) {
+        menu.addSeparator();
+        menu.addAction(ResString(1251), this, [this] { setGrouping(-1); });
+    }
     // The column chooser: a column shown or hidden makes the layout the person's own.
     QMenu *columns = menu.addMenu(ResString(1242));
     for (int column = 0; column < m_model.columnCount(); ++column) {
@@ -303,18 +358,18 @@ void frmList::exportCsv()
             names << m_model.headerData(logical, Qt::Horizontal).toString();
         }
     }
-    // The selected rows, or all the grid shows when none is selected, in the grid's order.
-    QModelIndexList rows = ui.grid->selectionModel()->selectedRows();
+    // The selected rows, or all the list shows when none is selected, in the list's order.
+    QList<int> rows;
+    for (const QString &id : selectedIDs())
+        rows << m_model.Locate(id);
     if (rows.isEmpty())
         for (int row = 0; row < m_filter.rowCount(); ++row)
-            rows << m_filter.index(row, 0);
-    std::sort(rows.begin(), rows.end(),
-              [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
+            rows << m_filter.mapToSource(m_filter.index(row, 0)).row();
     QList<QStringList> lines;
-    for (const QModelIndex &row : rows) {
+    for (int row : rows) {
         QStringList fields;
         for (int column : columns)
-            fields << m_filter.index(row.row(), column).data().toString();
+            fields << m_model.index(row, column).data().toString();
         lines << fields;
     }
     QSaveFile out(file);
@@ -336,8 +391,8 @@ void frmList::showMenu(const QPoint &at)
 
 QString frmList::focusedID() const
 {
-    const QModelIndex current = m_filter.mapToSource(ui.grid->currentIndex());
-    return current.isValid() ? m_model.record(current.row()).MsgID : QString();
+    const int row = sourceRowOf(ui.grid->currentIndex());
+    return row >= 0 ? m_model.record(row).MsgID : QString();
 }
 
 QStringList frmList::selectedIDs() const
@@ -347,7 +402,8 @@ QStringList frmList::selectedIDs() const
               [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
     QStringList ids;
     for (const QModelIndex &row : rows)
-        ids << m_model.record(m_filter.mapToSource(row).row()).MsgID;
+        if (const int source = sourceRowOf(row); source >= 0)
+            ids << m_model.record(source).MsgID;
     return ids;
 }
 
@@ -469,10 +525,10 @@ void frmList::showDetails()
     ui.gridHistory->clear();
     if (!m_messages)
         return;
-    const QModelIndex current = m_filter.mapToSource(ui.grid->currentIndex());
-    if (!current.isValid())
+    const int current = sourceRowOf(ui.grid->currentIndex());
+    if (current < 0)
         return;
-    const DVMessage &row = m_model.record(current.row());
+    const DVMessage &row = m_model.record(current);
     if (m_messages->HasReceipts())
         for (const QStringList &receipt : m_messages->Receipts(row.MsgID))
             ui.gridReceipt->addTopLevelItem(new QTreeWidgetItem(receipt));

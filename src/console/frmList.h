@@ -3,6 +3,7 @@
 #include "console/ConsoleContext.h"
 #include "console/GridLayout.h"
 #include "console/GridState.h"
+#include "console/GroupedRecords.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
@@ -46,6 +47,11 @@ private:
     // Columns: the design ones, those of a layout file, and what the person arranged.
     void designColumns();
     void applyLayout(const QString &file);
+    void applyState(const GridState &state);
+    // Groups the rows under a column's values (-1: no grouping), keeping the columns as they stand.
+    void setGrouping(int column);
+    // The row of the list's model that a shown row stands for; -1 for a group's row.
+    int sourceRowOf(const QModelIndex &viewIndex) const;
     GridState columnState() const;
     bool saveCustom() const;
     void showLayoutMenu(const QPoint &at);
@@ -59,6 +65,7 @@ private:
     std::unique_ptr<TemplateList> m_templates;
     RecordModel m_model;
     RecordFilter m_filter;
+    GroupedRecords m_grouped{&m_filter};
     QMenu *m_menu = nullptr;
     QList<std::pair<int, QAction *>> m_actions;
     GridLayout m_layout;
