@@ -98,6 +98,16 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
                       .read(QStringLiteral("Setup"), m_layout.LayoutKey(), QStringLiteral("0")));
     if (m_layout.Activate())
         applyLayout(m_layout.LoadLayout());
+    // The grid's share of the pane, as the person left it; the templates keep none.
+    if (!m_templates) {
+        bool ok = false;
+        const int grid = UserStore(m_ctx.userStoreFile)
+                             .read(QStringLiteral("Setup"), splitterKey(), QString())
+                             .trimmed()
+                             .toInt(&ok);
+        if (ok && grid > 0)
+            ui.ActiveSizer1->setSizes({grid, qMax(1, ui.ActiveSizer1->height() - grid)});
+    }
     ui.txtFilter->setPlaceholderText(ResString(1234));
     ui.tabDetails->setTabText(0, ResString(1236));
     ui.tabDetails->setTabText(1, ResString(1237));
@@ -121,6 +131,10 @@ frmList::~frmList()
         .write(QStringLiteral("Setup"), m_layout.LayoutKey(), m_layout.StoredNumber());
     if (m_layout.SaveOnUnload())
         saveCustom();
+    if (!m_templates)
+        UserStore(m_ctx.userStoreFile)
+            .write(QStringLiteral("Setup"), splitterKey(),
+                   QString::number(ui.ActiveSizer1->sizes().value(0)));
     if (m_messages && m_list == MessageList::Outbox)
         UserStore(m_ctx.userStoreFile)
             .write(QStringLiteral("Setup"), QStringLiteral("OutboxViewReplies"),
@@ -169,6 +183,11 @@ void frmList::buildMenu()
         m_menu->addSeparator();
         m_menu->addAction(ResString(1238), this, &frmList::exportCsv);
     }
+}
+
+QString frmList::splitterKey() const
+{
+    return prefixOf(m_list) + QStringLiteral("AS1Splitter");
 }
 
 QString frmList::traceName() const

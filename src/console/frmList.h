@@ -58,6 +58,7 @@ private:
     void chooseLayout(GridLayout::Number number);
     void exportCsv();
     QString traceName() const;
+    QString splitterKey() const;
 
     int m_list;
     ConsoleContext m_ctx;
