@@ -170,6 +170,46 @@ void RecordModel::DelRecord(const QString &msgID)
     endRemoveRows();
 }
 
+void RecordFilter::setSourceModel(QAbstractItemModel *model)
+{
+    m_records = dynamic_cast<const RecordModel *>(model);
+    QSortFilterProxyModel::setSourceModel(model);
+}
+
+bool RecordFilter::lessThan(const QModelIndex &left, const QModelIndex &right) const
+{
+    // The text and date columns compared on the records themselves, as the base
+    // compares their cells, without two cells built for each of a sort's
+    // comparisons; a sort of 100,000 rows makes 1.7 million of them.
+    static const QHash<int, QString DVMessage::*> texts = {
+        {0, &DVMessage::MsgID},      {1, &DVMessage::RefID},   {2, &DVMessage::InitID},
+        {3, &DVMessage::Subject},    {4, &DVMessage::Message}, {5, &DVMessage::MsgLevel},
+        {7, &DVMessage::Attachment}, {17, &DVMessage::UserID}, {18, &DVMessage::UserName},
+        {19, &DVMessage::MachineID}, {20, &DVMessage::Target}};
+    static const QHash<int, QDateTime DVMessage::*> dates = {{10, &DVMessage::CreationDate},
+                                                             {11, &DVMessage::ModificationDate},
+                                                             {12, &DVMessage::StartDate},
+                                                             {13, &DVMessage::ExpirationDate},
+                                                             {25, &DVMessage::NextRunDate}};
+    const int column = left.column();
+    if (!m_records || left.model() != m_records || right.model() != m_records || column != right.column() ||
+        (sortRole() != Qt::DisplayRole && sortRole() != Qt::EditRole) || isSortLocaleAware())
+        return QSortFilterProxyModel::lessThan(left, right);
+    const DVMessage &a = m_records->record(left.row());
+    const DVMessage &b = m_records->record(right.row());
+    if (const auto text = texts.constFind(column); text != texts.cend())
+        return (a.*(*text)).compare(b.*(*text), sortCaseSensitivity()) < 0;
+    if (const auto date = dates.constFind(column); date != dates.cend()) {
+        // A zero date shows an empty cell, which sorts after every date.
+        if (DateText::IsZeroDate(a.*(*date)))
+            return false;
+        if (DateText::IsZeroDate(b.*(*date)))
+            return true;
+        return a.*(*date) < b.*(*date);
+    }
+    return QSortFilterProxyModel::lessThan(left, right);
+}
+
 void RecordFilter::setQuickFilter(const QString &text)
 {
     m_text = text;

@@ -44,14 +44,17 @@ class RecordFilter final : public QSortFilterProxyModel
 {
 public:
     using QSortFilterProxyModel::QSortFilterProxyModel;
+    void setSourceModel(QAbstractItemModel *model) override;
     void setQuickFilter(const QString &text);
     // The columns the layout shows; the quick filter looks only at them.
     void setShownColumns(const QList<int> &columns);
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex &sourceParent) const override;
+    bool lessThan(const QModelIndex &left, const QModelIndex &right) const override;
 
 private:
+    const RecordModel *m_records = nullptr;
     QString m_text;
     QList<int> m_shown;
 };
