@@ -13,6 +13,7 @@
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
 #include "link/Policies.h"
+#include "store/DateText.h"
 #include "store/MessageCodes.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
@@ -281,6 +282,7 @@ private Q_SLOTS:
             DVMessage m;
             m.MsgID = QLatin1String(id);
             m.Subject = u"About "_s + m.MsgID;
+            m.CreationDate = QDateTime(QDate(2026, 1, 1 + int(rows.size())), QTime(), Qt::UTC);
             m.Target = id == QByteArrayView("B") ? u"ops"_s : u"bob"_s;
             rows << m;
         }
@@ -295,6 +297,7 @@ private Q_SLOTS:
         QCOMPARE(model.Locate(u"B"_s), 1);
         DVMessage d;
         d.MsgID = u"D"_s;
+        d.CreationDate = QDateTime(QDate(2025, 1, 1), QTime(), Qt::UTC);
         model.AddRecord(d);
         QCOMPARE(model.Locate(u"D"_s), 2);
 
@@ -314,11 +317,15 @@ private Q_SLOTS:
         QCOMPARE(grouped.index(1, 0).data().toString(), u"bob (1)"_s);
         d.Target = u"bob"_s;
         d.MsgID = u"E"_s;
+        d.CreationDate = DateText::ZeroDate();
         model.AddRecord(d);
         const QModelIndex bob = grouped.index(1, 0);
         QCOMPARE(bob.data().toString(), u"bob (2)"_s);
         QCOMPARE(filter.index(grouped.sourceRow(grouped.index(1, 0, bob)), 0).data().toString(), u"E"_s);
         QCOMPARE(grouped.sourceRow(bob), -1);
+        // Dates sort in time, an unset one after every set one.
+        filter.sort(10);
+        QCOMPARE(filter.index(filter.rowCount() - 1, 0).data().toString(), u"E"_s);
         filter.sort(0, Qt::DescendingOrder);
         QCOMPARE(filter.index(0, 0).data().toString(), u"E"_s);
         QCOMPARE(CsvExport::Write({u"ID"_s, u"Text"_s},

@@ -10,113 +10,11 @@
 #include "store/DateText.h"
 #include "store/MessageCodes.h"
 
-#include <QSet>
 #include <QSqlQuery>
-#include <QSqlRecord>
 
 namespace {
 
 const QString OutboxTable = QStringLiteral("Outbox");
-
-// Every row of a query as a record, field for field as the store reads one, with
-// the columns found once for all the rows: a list of 100,000 rows read them by
-// name 26 times a row. The values a list repeats from row to row (the sender,
-// the level, the target) share one string rather than holding a copy each.
-QList<DVMessage> readRecords(QSqlQuery &query)
-{
-    enum Field {
-        MsgID,
-        RefID,
-        InitID,
-        Subject,
-        Message,
-        MsgLevel,
-        MsgDelivery,
-        Attachment,
-        AllowReply,
-        ReceiptRequired,
-        CreationDate,
-        ModificationDate,
-        StartDate,
-        ExpirationDate,
-        RepeatValue,
-        RepeatStep,
-        UserID,
-        UserName,
-        MachineID,
-        Target,
-        Status,
-        Notify,
-        ExactTime,
-        MsgAction,
-        NextRunDate,
-        Fields
-    };
-    static const char *const names[Fields] = {
-        "MsgID",       "RefID",          "InitID",      "Subject",         "Message",      "MsgLevel",
-        "MsgDelivery", "Attachment",     "AllowReply",  "ReceiptRequired", "CreationDate", "ModificationDate",
-        "StartDate",   "ExpirationDate", "RepeatValue", "RepeatStep",      "UserID",       "UserName",
-        "MachineID",   "Target",         "Status",      "Notify",          "ExactTime",    "MsgAction",
-        "NextRunDate"};
-    const QSqlRecord record = query.record();
-    int at[Fields];
-    for (int field = 0; field < Fields; ++field)
-        at[field] = record.indexOf(QLatin1String(names[field]));
-    QSet<QString> seen;
-    const auto shared = [&seen](const QVariant &value) {
-        const QString text = value.toString();
-        const auto found = seen.constFind(text);
-        return found != seen.cend() ? *found : *seen.insert(text);
-    };
-    // Read in blocks and moved once into a list of the right size: a list grown
-    // row by row moves and touches its earlier rows again at every doubling.
-    constexpr qsizetype Block = 4096;
-    QList<QList<DVMessage>> blocks;
-    while (query.next()) {
-        if (blocks.isEmpty() || blocks.last().size() == Block) {
-            blocks.append(QList<DVMessage>());
-            blocks.last().reserve(Block);
-        }
-        DVMessage m;
-        const auto value = [&query, &at](Field field) { return query.value(at[field]); };
-        m.MsgID = value(MsgID).toString();
-        m.RefID = value(RefID).toString();
-        m.InitID = value(InitID).toString();
-        m.Subject = value(Subject).toString();
-        m.Message = value(Message).toString();
-        m.MsgLevel = shared(value(MsgLevel));
-        m.MsgDelivery = static_cast<qint16>(value(MsgDelivery).toInt());
-        m.Attachment = shared(value(Attachment));
-        m.AllowReply = value(AllowReply).toBool();
-        m.ReceiptRequired = value(ReceiptRequired).toBool();
-        m.CreationDate = DateFromStore(value(CreationDate));
-        m.ModificationDate = DateFromStore(value(ModificationDate));
-        m.StartDate = DateFromStore(value(StartDate));
-        m.ExpirationDate = DateFromStore(value(ExpirationDate));
-        // As the store reads it: never read, always true.
-        m.DeleteAtExpiration = true;
-        m.RepeatValue = static_cast<qint16>(value(RepeatValue).toInt());
-        m.RepeatStep = value(RepeatStep).toInt();
-        m.UserID = shared(value(UserID));
-        m.UserName = shared(value(UserName));
-        m.MachineID = shared(value(MachineID));
-        m.Target = shared(value(Target));
-        m.Status = value(Status).toInt();
-        m.Notify = value(Notify).toBool();
-        m.ExactTime = value(ExactTime).toBool();
-        m.MsgAction = value(MsgAction).toInt();
-        m.NextRunDate = DateFromStore(value(NextRunDate));
-        blocks.last().append(std::move(m));
-    }
-    QList<DVMessage> rows;
-    rows.reserve(blocks.isEmpty() ? 0 : (blocks.size() - 1) * Block + blocks.last().size());
-    for (QList<DVMessage> &block : blocks) {
-        for (DVMessage &m : block)
-            rows.append(std::move(m));
-        block = QList<DVMessage>();
-    }
-    return rows;
-}
 
 } // namespace
 
@@ -170,7 +68,7 @@ QList<DVMessage> MessageList::LoadData(const QString &msgID) const
     if (!where.isEmpty())
         sql += QStringLiteral(" WHERE ") + where.join(QStringLiteral(" AND "));
     QSqlQuery *query = store().query(sql + QStringLiteral(" ORDER BY rowid"), values);
-    return query ? readRecords(*query) : QList<DVMessage>();
+    return query ? rs2Messages(*query) : QList<DVMessage>();
 }
 
 namespace {

@@ -28,8 +28,8 @@ QList<DVMessage> TemplateList::LoadData(const QString &msgID) const
             ? store().query(QStringLiteral("SELECT * FROM ") + table() + QStringLiteral(" ORDER BY rowid"))
             : store().query(QStringLiteral("SELECT * FROM ") + table() + QStringLiteral(" WHERE MsgID = ?"),
                             {msgID});
-    while (query && query->next())
-        rows.append(rs2Message(*query));
+    if (query)
+        rows = rs2Messages(*query);
     return rows;
 }
 

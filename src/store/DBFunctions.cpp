@@ -304,44 +304,107 @@ bool SaveMessage(Database &database, const QString &tableName, const DVMessage &
     return true;
 }
 
+namespace {
+
+// The message layout's columns, found once for a query rather than once a field.
+struct MessageColumns
+{
+    enum Field {
+        MsgID,
+        RefID,
+        InitID,
+        Subject,
+        Message,
+        MsgLevel,
+        MsgDelivery,
+        Attachment,
+        AllowReply,
+        ReceiptRequired,
+        CreationDate,
+        ModificationDate,
+        StartDate,
+        ExpirationDate,
+        RepeatValue,
+        RepeatStep,
+        UserID,
+        UserName,
+        MachineID,
+        Target,
+        Status,
+        Notify,
+        ExactTime,
+        MsgAction,
+        NextRunDate,
+        Fields
+    };
+    int at[Fields];
+
+    explicit MessageColumns(const QSqlRecord &record)
+    {
+        static const char16_t *const names[Fields] = {
+            u"MsgID",      u"RefID",           u"InitID",       u"Subject",
+            u"Message",    u"MsgLevel",        u"MsgDelivery",  u"Attachment",
+            u"AllowReply", u"ReceiptRequired", u"CreationDate", u"ModificationDate",
+            u"StartDate",  u"ExpirationDate",  u"RepeatValue",  u"RepeatStep",
+            u"UserID",     u"UserName",        u"MachineID",    u"Target",
+            u"Status",     u"Notify",          u"ExactTime",    u"MsgAction",
+            u"NextRunDate"};
+        for (int field = 0; field < Fields; ++field)
+            at[field] = record.indexOf(QString::fromUtf16(names[field]));
+    }
+
+    DVMessage read(const QSqlQuery &table) const
+    {
+        const auto value = [this, &table](Field field) { return table.value(at[field]); };
+        DVMessage m;
+        m.MsgID = value(MsgID).toString();
+        m.RefID = value(RefID).toString();
+        m.InitID = value(InitID).toString();
+        m.Subject = value(Subject).toString();
+        m.Message = value(Message).toString();
+        m.MsgLevel = value(MsgLevel).toString();
+        m.MsgDelivery = static_cast<qint16>(value(MsgDelivery).toInt());
+        m.Attachment = value(Attachment).toString();
+        m.AllowReply = value(AllowReply).toBool();
+        m.ReceiptRequired = value(ReceiptRequired).toBool();
+        m.CreationDate = DateFromStore(value(CreationDate));
+        m.ModificationDate = DateFromStore(value(ModificationDate));
+        m.StartDate = DateFromStore(value(StartDate));
+        m.ExpirationDate = DateFromStore(value(ExpirationDate));
+        // Never read: the store always gives true, and edits that differ only here
+        // are therefore never equal to the stored copy.
+        m.DeleteAtExpiration = true;
+        m.RepeatValue = static_cast<qint16>(value(RepeatValue).toInt());
+        m.RepeatStep = value(RepeatStep).toInt();
+        m.UserID = value(UserID).toString();
+        m.UserName = value(UserName).toString();
+        m.MachineID = value(MachineID).toString();
+        m.Target = value(Target).toString();
+        m.Status = value(Status).toInt();
+        m.Notify = value(Notify).toBool();
+        m.ExactTime = value(ExactTime).toBool();
+        m.MsgAction = value(MsgAction).toInt();
+        m.NextRunDate = DateFromStore(value(NextRunDate));
+        return m;
+    }
+};
+
+} // namespace
+
 DVMessage rs2Message(const QSqlQuery &table)
 {
-    // Columns by position, looked up once per row rather than once per field.
-    const QSqlRecord record = table.record();
-    auto value = [&table, &record](const char16_t *name) {
-        return table.value(record.indexOf(QString::fromUtf16(name)));
-    };
-    DVMessage m;
-    m.MsgID = value(u"MsgID").toString();
+    DVMessage m = MessageColumns(table.record()).read(table);
     TraceLog(Module + QStringLiteral("rs2Message  MsgID=") + m.MsgID);
-    m.RefID = value(u"RefID").toString();
-    m.InitID = value(u"InitID").toString();
-    m.Subject = value(u"Subject").toString();
-    m.Message = value(u"Message").toString();
-    m.MsgLevel = value(u"MsgLevel").toString();
-    m.MsgDelivery = static_cast<qint16>(value(u"MsgDelivery").toInt());
-    m.Attachment = value(u"Attachment").toString();
-    m.AllowReply = value(u"AllowReply").toBool();
-    m.ReceiptRequired = value(u"ReceiptRequired").toBool();
-    m.CreationDate = DateFromStore(value(u"CreationDate"));
-    m.ModificationDate = DateFromStore(value(u"ModificationDate"));
-    m.StartDate = DateFromStore(value(u"StartDate"));
-    m.ExpirationDate = DateFromStore(value(u"ExpirationDate"));
-    // Never read: the store always gives true, and edits that differ only here
-    // are therefore never equal to the stored copy.
-    m.DeleteAtExpiration = true;
-    m.RepeatValue = static_cast<qint16>(value(u"RepeatValue").toInt());
-    m.RepeatStep = value(u"RepeatStep").toInt();
-    m.UserID = value(u"UserID").toString();
-    m.UserName = value(u"UserName").toString();
-    m.MachineID = value(u"MachineID").toString();
-    m.Target = value(u"Target").toString();
-    m.Status = value(u"Status").toInt();
-    m.Notify = value(u"Notify").toBool();
-    m.ExactTime = value(u"ExactTime").toBool();
-    m.MsgAction = value(u"MsgAction").toInt();
-    m.NextRunDate = DateFromStore(value(u"NextRunDate"));
     return m;
+}
+
+QList<DVMessage> rs2Messages(QSqlQuery &table)
+{
+    const MessageColumns columns(table.record());
+    QList<DVMessage> rows;
+    while (table.next())
+        rows.append(columns.read(table));
+    return rows;
 }
 
 DVMessage GetMessage(Database &database, const QString &tableName, const QString &msgID)
