@@ -5,6 +5,7 @@
 #include "console/GridLayout.h"
 #include "console/GridState.h"
 #include "console/GroupedRecords.h"
+#include "console/ListRecord.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
@@ -186,6 +187,31 @@ private Q_SLOTS:
         outbox.ViewMyReplies = true;
         QCOMPARE(outbox.LoadData().size(), 6);
         QCOMPARE(outbox.LoadData(u"M3"_s).size(), 1);
+        // A list's row gives back the record as stored, every field in its place.
+        DVMessage full;
+        QString *texts[] = {&full.MsgID,    &full.RefID,     &full.InitID,     &full.Subject,
+                            &full.Message,  &full.MsgLevel,  &full.Attachment, &full.UserID,
+                            &full.UserName, &full.MachineID, &full.Target};
+        for (int n = 0; n < 11; ++n)
+            *texts[n] = u"F\u00e9"_s + QString::number(n);
+        full.MsgID = u"F1"_s;
+        full.MsgDelivery = 2;
+        full.AllowReply = full.ReceiptRequired = full.Notify = full.ExactTime = full.DeleteAtExpiration =
+            true;
+        full.RepeatValue = 3;
+        full.RepeatStep = 7;
+        full.Status = StatusCancelled;
+        full.CreationDate = QDateTime(QDate(2026, 3, 4), QTime(5, 6, 7), Qt::UTC);
+        full.ModificationDate = full.CreationDate.addSecs(1);
+        full.StartDate = full.CreationDate.addSecs(2);
+        full.ExpirationDate = full.CreationDate.addDays(3);
+        full.NextRunDate = QDateTime(QDate(2026, 3, 5), QTime(6, 7), Qt::UTC);
+        full.MsgAction = 4;
+        QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, full, false, true));
+        const DVMessage back = outbox.LoadData(u"F1"_s).value(0).ToMessage();
+        QCOMPARE(back.ToString(), full.ToString());
+        QCOMPARE(std::pair(back.MsgAction, back.NextRunDate), std::pair(full.MsgAction, full.NextRunDate));
+        DeleteMessage(ClientDB(), u"Outbox"_s, u"F1"_s);
         QVERIFY(
             ClientDB().exec(u"INSERT INTO Receipt (ReceiptID, MsgID, UserID) VALUES ('R1', 'M1', 'bob')"_s));
         QCOMPARE(outbox.Receipts(u"M1"_s).value(0).mid(0, 2), (QStringList{u"R1"_s, u"bob"_s}));
@@ -277,19 +303,20 @@ private Q_SLOTS:
     void rowsFoundByKeyFilteredAndSorted()
     {
         RecordModel model;
-        QList<DVMessage> rows;
+        QList<ListRecord> rows;
         for (const char *id : {"C", "A", "B"}) {
             DVMessage m;
             m.MsgID = QLatin1String(id);
             m.Subject = u"About "_s + m.MsgID;
             m.CreationDate = QDateTime(QDate(2026, 1, 1 + int(rows.size())), QTime(), Qt::UTC);
             m.Target = id == QByteArrayView("B") ? u"ops"_s : u"bob"_s;
-            rows << m;
+            rows << ListRecord::FromMessage(m);
         }
         model.setRecords(rows);
         // Insert or update by key; a delete keeps the rows behind it findable.
-        rows[1].Subject = u"Changed"_s;
-        model.AddRecord(rows[1]);
+        DVMessage changed = rows[1].ToMessage();
+        changed.Subject = u"Changed"_s;
+        model.AddRecord(ListRecord::FromMessage(changed));
         QCOMPARE(model.rowCount(), 3);
         QCOMPARE(model.index(1, 3).data().toString(), u"Changed"_s);
         model.DelRecord(u"C"_s);
@@ -298,36 +325,62 @@ private Q_SLOTS:
         DVMessage d;
         d.MsgID = u"D"_s;
         d.CreationDate = QDateTime(QDate(2025, 1, 1), QTime(), Qt::UTC);
-        model.AddRecord(d);
+        model.AddRecord(ListRecord::FromMessage(d));
         QCOMPARE(model.Locate(u"D"_s), 2);
 
-        // The quick filter looks at the shown columns only; sorting by any column.
-        RecordFilter filter;
-        filter.setSourceModel(&model);
-        filter.setShownColumns({0, 3});
-        filter.setQuickFilter(u"ops"_s);
-        QCOMPARE(filter.rowCount(), 0);
-        filter.setShownColumns({0, 20});
-        QCOMPARE(filter.rowCount(), 1);
-        filter.setQuickFilter(QString());
+        // The quick filter looks at the shown columns only.
+        model.setShownColumns({0, 3});
+        model.setQuickFilter(u"OPS"_s);
+        QCOMPARE(model.rowCount(), 0);
+        model.setShownColumns({0, 20});
+        QCOMPARE(model.rowCount(), 1);
+        // An update that no longer matches leaves the shown rows, one that matches joins them.
+        DVMessage b = model.record(0).ToMessage();
+        b.Target = u"bob"_s;
+        model.AddRecord(ListRecord::FromMessage(b));
+        QCOMPARE(model.rowCount(), 0);
+        b.Target = u"ops desk"_s;
+        model.AddRecord(ListRecord::FromMessage(b));
+        QCOMPARE(model.Locate(u"B"_s), 0);
+        model.setQuickFilter(QString());
+        QCOMPARE(model.heldCount(), 3);
+
         // Grouped under a column's values, with counts, and following the rows below.
-        GroupedRecords grouped(&filter);
+        GroupedRecords grouped(&model);
         grouped.setGroupColumn(20);
         QCOMPARE(grouped.rowCount(), 3);
         QCOMPARE(grouped.index(1, 0).data().toString(), u"bob (1)"_s);
         d.Target = u"bob"_s;
         d.MsgID = u"E"_s;
         d.CreationDate = DateText::ZeroDate();
-        model.AddRecord(d);
+        model.AddRecord(ListRecord::FromMessage(d));
         const QModelIndex bob = grouped.index(1, 0);
         QCOMPARE(bob.data().toString(), u"bob (2)"_s);
-        QCOMPARE(filter.index(grouped.sourceRow(grouped.index(1, 0, bob)), 0).data().toString(), u"E"_s);
+        QCOMPARE(model.index(grouped.sourceRow(grouped.index(1, 0, bob)), 0).data().toString(), u"E"_s);
         QCOMPARE(grouped.sourceRow(bob), -1);
-        // Dates sort in time, an unset one after every set one.
-        filter.sort(10);
-        QCOMPARE(filter.index(filter.rowCount() - 1, 0).data().toString(), u"E"_s);
-        filter.sort(0, Qt::DescendingOrder);
-        QCOMPARE(filter.index(0, 0).data().toString(), u"E"_s);
+
+        // Dates sort in time, an unset one after every set one; a new or changed
+        // row goes straight to its sorted place.
+        const auto ids = [&model] {
+            QString shown;
+            for (int row = 0; row < model.rowCount(); ++row)
+                shown += model.index(row, 0).data().toString();
+            return shown;
+        };
+        model.sort(10);
+        QCOMPARE(ids(), u"DABE"_s);
+        d.MsgID = u"F"_s;
+        d.CreationDate = QDateTime(QDate(2026, 1, 2), QTime(12, 0), Qt::UTC);
+        model.AddRecord(ListRecord::FromMessage(d));
+        QCOMPARE(ids(), u"DAFBE"_s);
+        d.MsgID = u"D"_s;
+        d.CreationDate = d.CreationDate.addSecs(-3600);
+        model.AddRecord(ListRecord::FromMessage(d));
+        QCOMPARE(ids(), u"ADFBE"_s);
+        model.sort(0, Qt::DescendingOrder);
+        QCOMPARE(ids(), u"FEDBA"_s);
+        model.sort(3);
+        QCOMPARE(ids(), u"FEDBA"_s);
         QCOMPARE(CsvExport::Write({u"ID"_s, u"Text"_s},
                                   {{u"A"_s, u"Say \"hi\", then\ngo"_s}, {u"é"_s, QString()}}),
                  QByteArray("\xEF\xBB\xBFID,Text\r\nA,\"Say \"\"hi\"\", then\ngo\"\r\n\xC3\xA9,\r\n"));

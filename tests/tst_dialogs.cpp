@@ -234,7 +234,7 @@ private Q_SLOTS:
             QVERIFY(QTest::qWaitForWindowActive(&console));
             outbox->ui.grid->setFocus();
             outbox->ui.grid->selectAll();
-            outbox->ui.grid->header()->resizeSection(3, 333);
+            outbox->ui.grid->horizontalHeader()->resizeSection(3, 333);
             QTest::keyClick(outbox->ui.grid, Qt::Key_Delete);
             QCOMPARE(sent, (QStringList{u"RRC"_s, u"MUP"_s, u"MUP"_s, u"MDE"_s}));
             QCOMPARE(outbox->model().rowCount(), 0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QIcon>
+#include <QList>
 #include <QStyledItemDelegate>
 
 // Shows a status or delivery code as an icon and its name, whatever the
@@ -18,4 +20,5 @@ protected:
 
 private:
     Codes m_codes;
+    QList<QIcon> m_icons;
 };

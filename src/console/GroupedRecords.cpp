@@ -21,6 +21,9 @@ void GroupedRecords::setGroupColumn(int column)
 
 void GroupedRecords::rebuild()
 {
+    // Ungrouped, the tree shows nothing and has nothing to redo.
+    if (m_column < 0 && m_groups.isEmpty())
+        return;
     beginResetModel();
     m_groups.clear();
     if (m_column >= 0) {

@@ -54,7 +54,7 @@ QString MessageList::RowFilter() const
     }
 }
 
-QList<DVMessage> MessageList::LoadData(const QString &msgID) const
+QList<ListRecord> MessageList::LoadData(const QString &msgID) const
 {
     QStringList where;
     QVariantList values;
@@ -64,11 +64,7 @@ QList<DVMessage> MessageList::LoadData(const QString &msgID) const
     }
     if (!RowFilter().isEmpty())
         where << QLatin1Char('(') + RowFilter() + QLatin1Char(')');
-    QString sql = QStringLiteral("SELECT * FROM ") + table();
-    if (!where.isEmpty())
-        sql += QStringLiteral(" WHERE ") + where.join(QStringLiteral(" AND "));
-    QSqlQuery *query = store().query(sql + QStringLiteral(" ORDER BY rowid"), values);
-    return query ? rs2Messages(*query) : QList<DVMessage>();
+    return ListRecord::Read(store(), table(), where.join(QStringLiteral(" AND ")), values);
 }
 
 namespace {

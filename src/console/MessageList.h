@@ -1,5 +1,6 @@
 #pragma once
 
+#include "console/ListRecord.h"
 #include "store/DVMessage.h"
 
 #include <QList>
@@ -60,7 +61,7 @@ public:
     bool ViewMyReplies = true;
 
     // Every row that passes the filter, in table order, or the one row of an ID.
-    QList<DVMessage> LoadData(const QString &msgID = QString()) const;
+    QList<ListRecord> LoadData(const QString &msgID = QString()) const;
 
     // The detail grids of the focused row: its receipts (ReceiptID, UserID,
     // ReceiptDate) and the history of its exchange (MsgID, UserID, UserName,

@@ -1,12 +1,107 @@
 #include "console/RecordModel.h"
 
-#include "store/DateText.h"
+#include <QLocale>
+
+#include <algorithm>
 
 namespace {
 
-QVariant date(const QDateTime &value)
+enum Kind { TextColumn, DateColumn, NumberColumn };
+
+struct ColumnField
 {
-    return DateText::IsZeroDate(value) ? QVariant() : QVariant(value);
+    Kind kind;
+    int field;
+};
+
+// What each column shows: a text or a date of the record by its field, or a number.
+ColumnField fieldOf(int column)
+{
+    static const ColumnField fields[] = {{TextColumn, ListRecord::MsgID},
+                                         {TextColumn, ListRecord::RefID},
+                                         {TextColumn, ListRecord::InitID},
+                                         {TextColumn, ListRecord::Subject},
+                                         {TextColumn, ListRecord::Message},
+                                         {TextColumn, ListRecord::MsgLevel},
+                                         {NumberColumn, 6},
+                                         {TextColumn, ListRecord::Attachment},
+                                         {NumberColumn, 8},
+                                         {NumberColumn, 9},
+                                         {DateColumn, ListRecord::CreationDate},
+                                         {DateColumn, ListRecord::ModificationDate},
+                                         {DateColumn, ListRecord::StartDate},
+                                         {DateColumn, ListRecord::ExpirationDate},
+                                         {NumberColumn, 14},
+                                         {NumberColumn, 15},
+                                         {NumberColumn, 16},
+                                         {TextColumn, ListRecord::UserID},
+                                         {TextColumn, ListRecord::UserName},
+                                         {TextColumn, ListRecord::MachineID},
+                                         {TextColumn, ListRecord::Target},
+                                         {NumberColumn, 21},
+                                         {NumberColumn, 22},
+                                         {NumberColumn, 23},
+                                         {NumberColumn, 24},
+                                         {DateColumn, ListRecord::NextRunDate}};
+    return fields[column];
+}
+
+qint64 numberOf(const ListRecord &r, int column)
+{
+    switch (column) {
+    case 6:
+        return r.MsgDelivery;
+    case 8:
+        return r.AllowReply;
+    case 9:
+        return r.ReceiptRequired;
+    case 14:
+        return r.DeleteAtExpiration;
+    case 15:
+        return r.RepeatValue;
+    case 16:
+        return r.RepeatStep;
+    case 21:
+        return r.Status;
+    case 22:
+        return r.Notify;
+    case 23:
+        return r.ExactTime;
+    default:
+        return r.MsgAction;
+    }
+}
+
+bool isFlag(int column)
+{
+    return column == 8 || column == 9 || column == 14 || column == 22 || column == 23;
+}
+
+// Negative, zero or positive as a sorts before, with or after b; an unset date comes after every date.
+int compare(const ListRecord &a, const ListRecord &b, int column)
+{
+    const ColumnField f = fieldOf(column);
+    switch (f.kind) {
+    case TextColumn: {
+        // Bytes of UTF-8 order as their characters do.
+        const QByteArrayView x = a.utf8(ListRecord::Text(f.field));
+        const QByteArrayView y = b.utf8(ListRecord::Text(f.field));
+        const int common = memcmp(x.data(), y.data(), size_t(qMin(x.size(), y.size())));
+        return common != 0 ? common : int(x.size() > y.size()) - int(x.size() < y.size());
+    }
+    case DateColumn: {
+        const qint64 x = a.dateKey(ListRecord::Date(f.field));
+        const qint64 y = b.dateKey(ListRecord::Date(f.field));
+        const qint64 xs = x == ListRecord::ZeroKey ? std::numeric_limits<qint64>::max() : x;
+        const qint64 ys = y == ListRecord::ZeroKey ? std::numeric_limits<qint64>::max() : y;
+        return int(xs > ys) - int(xs < ys);
+    }
+    default: {
+        const qint64 x = numberOf(a, column);
+        const qint64 y = numberOf(b, column);
+        return int(x > y) - int(x < y);
+    }
+    }
 }
 
 } // namespace
@@ -44,7 +139,7 @@ const QStringList &RecordModel::Columns()
 
 int RecordModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
+    return parent.isValid() ? 0 : int(m_order.size());
 }
 
 int RecordModel::columnCount(const QModelIndex &parent) const
@@ -54,64 +149,21 @@ int RecordModel::columnCount(const QModelIndex &parent) const
 
 QVariant RecordModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.row() >= m_rows.size() || (role != Qt::DisplayRole && role != Qt::EditRole))
+    if (!index.isValid() || index.row() >= m_order.size() ||
+        (role != Qt::DisplayRole && role != Qt::EditRole))
         return {};
-    const DVMessage &m = m_rows.at(index.row());
-    switch (index.column()) {
-    case 0:
-        return m.MsgID;
-    case 1:
-        return m.RefID;
-    case 2:
-        return m.InitID;
-    case 3:
-        return m.Subject;
-    case 4:
-        return m.Message;
-    case 5:
-        return m.MsgLevel;
-    case 6:
-        return m.MsgDelivery;
-    case 7:
-        return m.Attachment;
-    case 8:
-        return m.AllowReply;
-    case 9:
-        return m.ReceiptRequired;
-    case 10:
-        return date(m.CreationDate);
-    case 11:
-        return date(m.ModificationDate);
-    case 12:
-        return date(m.StartDate);
-    case 13:
-        return date(m.ExpirationDate);
-    case 14:
-        return m.DeleteAtExpiration;
-    case 15:
-        return m.RepeatValue;
-    case 16:
-        return m.RepeatStep;
-    case 17:
-        return m.UserID;
-    case 18:
-        return m.UserName;
-    case 19:
-        return m.MachineID;
-    case 20:
-        return m.Target;
-    case 21:
-        return m.Status;
-    case 22:
-        return m.Notify;
-    case 23:
-        return m.ExactTime;
-    case 24:
-        return m.MsgAction;
-    case 25:
-        return date(m.NextRunDate);
+    const ListRecord &r = record(index.row());
+    const ColumnField f = fieldOf(index.column());
+    switch (f.kind) {
+    case TextColumn:
+        return r.text(ListRecord::Text(f.field));
+    case DateColumn:
+        return r.dateKey(ListRecord::Date(f.field)) == ListRecord::ZeroKey
+                   ? QVariant()
+                   : QVariant(r.date(ListRecord::Date(f.field)));
     default:
-        return {};
+        return isFlag(index.column()) ? QVariant(numberOf(r, index.column()) != 0)
+                                      : QVariant(int(numberOf(r, index.column())));
     }
 }
 
@@ -123,119 +175,198 @@ QVariant RecordModel::headerData(int section, Qt::Orientation orientation, int r
     return Columns().at(section).mid(3);
 }
 
-void RecordModel::setRecords(const QList<DVMessage> &records)
+bool RecordModel::before(const ListRecord &a, const ListRecord &b) const
+{
+    const int order = compare(a, b, m_sortColumn);
+    return m_sortOrder == Qt::AscendingOrder ? order < 0 : order > 0;
+}
+
+void RecordModel::sort(int column, Qt::SortOrder order)
+{
+    if (column < 0 || column >= Columns().size())
+        return;
+    Q_EMIT layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    const QModelIndexList persistent = persistentIndexList();
+    QList<int> slotsOf;
+    for (const QModelIndex &index : persistent)
+        slotsOf << m_order.at(index.row());
+    m_sortColumn = column;
+    m_sortOrder = order;
+    std::stable_sort(m_order.begin(), m_order.end(),
+                     [this](int a, int b) { return before(m_rows.at(a), m_rows.at(b)); });
+    QList<int> rowOfSlot(m_rows.size(), -1);
+    for (int row = 0; row < m_order.size(); ++row)
+        rowOfSlot[m_order.at(row)] = row;
+    QModelIndexList moved;
+    for (qsizetype i = 0; i < persistent.size(); ++i)
+        moved << index(rowOfSlot.at(slotsOf.at(i)), persistent.at(i).column());
+    changePersistentIndexList(persistent, moved);
+    Q_EMIT layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+void RecordModel::setRecords(QList<ListRecord> records)
 {
     beginResetModel();
-    m_rows = records;
-    m_index.clear();
-    reindex(0);
+    m_rows = std::move(records);
+    m_slots.clear();
+    m_slots.reserve(m_rows.size());
+    for (int slot = 0; slot < m_rows.size(); ++slot)
+        m_slots.insert(m_rows.at(slot).utf8(ListRecord::MsgID), slot);
+    refilter();
     endResetModel();
 }
 
-void RecordModel::reindex(int from)
+void RecordModel::refilter()
 {
-    for (int row = from; row < m_rows.size(); ++row)
-        m_index.insert(m_rows.at(row).MsgID, row);
+    m_order.clear();
+    for (int slot = 0; slot < m_rows.size(); ++slot)
+        if (accepts(m_rows.at(slot)))
+            m_order.append(slot);
+    if (m_sortColumn >= 0)
+        std::stable_sort(m_order.begin(), m_order.end(),
+                         [this](int a, int b) { return before(m_rows.at(a), m_rows.at(b)); });
+}
+
+int RecordModel::placeOf(const ListRecord &record) const
+{
+    if (m_sortColumn < 0)
+        return int(m_order.size());
+    return int(
+        std::upper_bound(m_order.cbegin(), m_order.cend(), record,
+                         [this](const ListRecord &r, int slot) { return before(r, m_rows.at(slot)); }) -
+        m_order.cbegin());
 }
 
 int RecordModel::Locate(const QString &msgID) const
 {
-    return m_index.value(msgID, -1);
+    const QByteArray key = msgID.toUtf8();
+    const auto slot = m_slots.constFind(QByteArrayView(key));
+    return slot == m_slots.cend() ? -1 : int(m_order.indexOf(*slot));
 }
 
-void RecordModel::AddRecord(const DVMessage &msg)
+void RecordModel::AddRecord(const ListRecord &record)
 {
-    const int row = Locate(msg.MsgID);
-    if (row >= 0) {
-        m_rows[row] = msg;
-        Q_EMIT dataChanged(index(row, 0), index(row, columnCount() - 1));
+    const auto found = m_slots.constFind(record.utf8(ListRecord::MsgID));
+    if (found == m_slots.cend()) {
+        m_rows.append(record);
+        const int slot = int(m_rows.size()) - 1;
+        m_slots.insert(m_rows.at(slot).utf8(ListRecord::MsgID), slot);
+        if (accepts(record)) {
+            const int row = placeOf(record);
+            beginInsertRows(QModelIndex(), row, row);
+            m_order.insert(row, slot);
+            endInsertRows();
+        }
         return;
     }
-    const int end = int(m_rows.size());
-    beginInsertRows(QModelIndex(), end, end);
-    m_rows.append(msg);
-    m_index.insert(msg.MsgID, end);
-    endInsertRows();
+    const int slot = *found;
+    const int row = int(m_order.indexOf(slot));
+    // The key views the bytes being replaced.
+    m_slots.erase(found);
+    m_rows[slot] = record;
+    m_slots.insert(m_rows.at(slot).utf8(ListRecord::MsgID), slot);
+    const bool shown = accepts(record);
+    if (row < 0) {
+        if (shown) {
+            const int place = placeOf(record);
+            beginInsertRows(QModelIndex(), place, place);
+            m_order.insert(place, slot);
+            endInsertRows();
+        }
+        return;
+    }
+    if (!shown) {
+        beginRemoveRows(QModelIndex(), row, row);
+        m_order.removeAt(row);
+        endRemoveRows();
+        return;
+    }
+    const bool inPlace =
+        m_sortColumn < 0 || ((row == 0 || !before(record, m_rows.at(m_order.at(row - 1)))) &&
+                             (row + 1 == m_order.size() || !before(m_rows.at(m_order.at(row + 1)), record)));
+    if (!inPlace) {
+        m_order.removeAt(row);
+        const int place = placeOf(record);
+        m_order.insert(row, slot);
+        beginMoveRows(QModelIndex(), row, row, QModelIndex(), place <= row ? place : place + 1);
+        m_order.move(row, place);
+        endMoveRows();
+    }
+    Q_EMIT dataChanged(index(m_order.indexOf(slot), 0), index(m_order.indexOf(slot), columnCount() - 1));
 }
 
 void RecordModel::DelRecord(const QString &msgID)
 {
-    const int row = Locate(msgID);
-    if (row < 0)
+    const QByteArray key = msgID.toUtf8();
+    const auto found = m_slots.constFind(QByteArrayView(key));
+    if (found == m_slots.cend())
         return;
-    beginRemoveRows(QModelIndex(), row, row);
-    m_rows.removeAt(row);
-    m_index.remove(msgID);
-    reindex(row);
-    endRemoveRows();
-}
-
-void RecordFilter::setSourceModel(QAbstractItemModel *model)
-{
-    m_records = dynamic_cast<const RecordModel *>(model);
-    QSortFilterProxyModel::setSourceModel(model);
-}
-
-bool RecordFilter::lessThan(const QModelIndex &left, const QModelIndex &right) const
-{
-    // The text and date columns compared on the records themselves, as the base
-    // compares their cells, without two cells built for each of a sort's
-    // comparisons; a sort of 100,000 rows makes 1.7 million of them.
-    static const QHash<int, QString DVMessage::*> texts = {
-        {0, &DVMessage::MsgID},      {1, &DVMessage::RefID},   {2, &DVMessage::InitID},
-        {3, &DVMessage::Subject},    {4, &DVMessage::Message}, {5, &DVMessage::MsgLevel},
-        {7, &DVMessage::Attachment}, {17, &DVMessage::UserID}, {18, &DVMessage::UserName},
-        {19, &DVMessage::MachineID}, {20, &DVMessage::Target}};
-    static const QHash<int, QDateTime DVMessage::*> dates = {{10, &DVMessage::CreationDate},
-                                                             {11, &DVMessage::ModificationDate},
-                                                             {12, &DVMessage::StartDate},
-                                                             {13, &DVMessage::ExpirationDate},
-                                                             {25, &DVMessage::NextRunDate}};
-    const int column = left.column();
-    if (!m_records || left.model() != m_records || right.model() != m_records || column != right.column() ||
-        (sortRole() != Qt::DisplayRole && sortRole() != Qt::EditRole) || isSortLocaleAware())
-        return QSortFilterProxyModel::lessThan(left, right);
-    const DVMessage &a = m_records->record(left.row());
-    const DVMessage &b = m_records->record(right.row());
-    if (const auto text = texts.constFind(column); text != texts.cend())
-        return (a.*(*text)).compare(b.*(*text), sortCaseSensitivity()) < 0;
-    if (const auto date = dates.constFind(column); date != dates.cend()) {
-        // A zero date shows an empty cell, which sorts after every date.
-        if (DateText::IsZeroDate(a.*(*date)))
-            return false;
-        if (DateText::IsZeroDate(b.*(*date)))
-            return true;
-        return a.*(*date) < b.*(*date);
+    const int slot = *found;
+    m_slots.erase(found);
+    if (const int row = int(m_order.indexOf(slot)); row >= 0) {
+        beginRemoveRows(QModelIndex(), row, row);
+        m_order.removeAt(row);
+        endRemoveRows();
     }
-    return QSortFilterProxyModel::lessThan(left, right);
+    forget(slot);
 }
 
-void RecordFilter::setQuickFilter(const QString &text)
+void RecordModel::forget(int slot)
 {
-    m_text = text;
-    invalidateFilter();
+    // The last record takes the freed slot, so that slots stay dense.
+    const int last = int(m_rows.size()) - 1;
+    if (slot != last) {
+        m_rows[slot] = std::move(m_rows[last]);
+        m_slots[m_rows.at(slot).utf8(ListRecord::MsgID)] = slot;
+        if (const qsizetype row = m_order.indexOf(last); row >= 0)
+            m_order[row] = slot;
+    }
+    m_rows.removeLast();
 }
 
-void RecordFilter::setShownColumns(const QList<int> &columns)
+void RecordModel::setQuickFilter(const QString &text)
+{
+    if (text == m_text)
+        return;
+    m_text = text;
+    beginResetModel();
+    refilter();
+    endResetModel();
+}
+
+void RecordModel::setShownColumns(const QList<int> &columns)
 {
     m_shown = columns;
-    invalidateFilter();
+    if (m_text.isEmpty())
+        return;
+    beginResetModel();
+    refilter();
+    endResetModel();
 }
 
-bool RecordFilter::filterAcceptsRow(int sourceRow, const QModelIndex &sourceParent) const
+bool RecordModel::accepts(const ListRecord &record) const
 {
     if (m_text.isEmpty())
         return true;
-    const QAbstractItemModel *model = sourceModel();
     QList<int> columns = m_shown;
     if (columns.isEmpty())
-        for (int column = 0; column < model->columnCount(sourceParent); ++column)
+        for (int column = 0; column < Columns().size(); ++column)
             columns << column;
-    for (int column : columns)
-        if (model->index(sourceRow, column, sourceParent)
-                .data()
-                .toString()
-                .contains(m_text, Qt::CaseInsensitive))
+    const QLocale locale;
+    for (int column : columns) {
+        const ColumnField f = fieldOf(column);
+        QString cell;
+        if (f.kind == TextColumn)
+            cell = record.text(ListRecord::Text(f.field));
+        else if (f.kind == DateColumn)
+            // As the grid shows it.
+            cell = record.dateKey(ListRecord::Date(f.field)) == ListRecord::ZeroKey
+                       ? QString()
+                       : locale.toString(record.date(ListRecord::Date(f.field)), QLocale::ShortFormat);
+        else
+            cell = QString::number(numberOf(record, column));
+        if (cell.contains(m_text, Qt::CaseInsensitive))
             return true;
+    }
     return false;
 }

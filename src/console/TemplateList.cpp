@@ -6,8 +6,6 @@
 #include "store/DBFunctions.h"
 #include "store/Database.h"
 
-#include <QSqlQuery>
-
 TemplateList::TemplateList(Kind kind, Context context) : m_kind(kind), m_ctx(std::move(context)) {}
 
 Database &TemplateList::store() const
@@ -20,17 +18,10 @@ QString TemplateList::table() const
     return m_kind == Shared ? QStringLiteral("SharedTemplates") : QStringLiteral("MyTemplates");
 }
 
-QList<DVMessage> TemplateList::LoadData(const QString &msgID) const
+QList<ListRecord> TemplateList::LoadData(const QString &msgID) const
 {
-    QList<DVMessage> rows;
-    QSqlQuery *query =
-        msgID.isEmpty()
-            ? store().query(QStringLiteral("SELECT * FROM ") + table() + QStringLiteral(" ORDER BY rowid"))
-            : store().query(QStringLiteral("SELECT * FROM ") + table() + QStringLiteral(" WHERE MsgID = ?"),
-                            {msgID});
-    if (query)
-        rows = rs2Messages(*query);
-    return rows;
+    return msgID.isEmpty() ? ListRecord::Read(store(), table(), QString(), {})
+                           : ListRecord::Read(store(), table(), QStringLiteral("MsgID = ?"), {msgID});
 }
 
 QList<TemplateList::Item> TemplateList::Items() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "console/ListRecord.h"
 #include "store/DVMessage.h"
 
 #include <QList>
@@ -45,7 +46,7 @@ public:
 
     Database &store() const;
     QString table() const;
-    QList<DVMessage> LoadData(const QString &msgID = QString()) const;
+    QList<ListRecord> LoadData(const QString &msgID = QString()) const;
 
     QList<Item> Items() const;
     bool Enabled(Item item, int selectedRows) const;

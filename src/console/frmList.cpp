@@ -15,6 +15,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QSaveFile>
 
 namespace {
@@ -78,22 +79,36 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
                     .read(QStringLiteral("Setup"), QStringLiteral("OutboxViewReplies"),
                           QStringLiteral("1")) == QLatin1String("1");
     }
-    m_filter.setSourceModel(&m_model);
-    ui.grid->setModel(&m_filter);
-    ui.grid->setItemDelegateForColumn(5, new LevelCellDelegate(m_ctx.levels, ui.grid));
-    ui.grid->setItemDelegateForColumn(6, new CodeCellDelegate(CodeCellDelegate::Delivery, ui.grid));
-    ui.grid->setItemDelegateForColumn(21, new CodeCellDelegate(CodeCellDelegate::Status, ui.grid));
-    ui.grid->header()->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(ui.grid->header(), &QWidget::customContextMenuRequested, this, &frmList::showLayoutMenu);
-    connect(ui.lblGroupPanel, &QWidget::customContextMenuRequested, this, [this](const QPoint &at) {
-        showLayoutMenu(ui.grid->header()->mapFromGlobal(ui.lblGroupPanel->mapToGlobal(at)));
-    });
+    ui.grid->setModel(&m_model);
+    ui.groupGrid->setModel(&m_grouped);
+    // Rows of one line and one height: the grid never measures them, so an
+    // insert into 100,000 rows costs no layout of the others.
+    ui.grid->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    ui.grid->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
+    ui.grid->horizontalHeader()->setStretchLastSection(true);
     const auto arranged = [this] {
         if (!m_applying)
             m_layout.ColumnsChanged();
     };
-    connect(ui.grid->header(), &QHeaderView::sectionMoved, this, arranged);
-    connect(ui.grid->header(), &QHeaderView::sectionResized, this, arranged);
+    for (QAbstractItemView *grid :
+         {static_cast<QAbstractItemView *>(ui.grid), static_cast<QAbstractItemView *>(ui.groupGrid)}) {
+        grid->setItemDelegateForColumn(5, new LevelCellDelegate(m_ctx.levels, grid));
+        grid->setItemDelegateForColumn(6, new CodeCellDelegate(CodeCellDelegate::Delivery, grid));
+        grid->setItemDelegateForColumn(21, new CodeCellDelegate(CodeCellDelegate::Status, grid));
+        connect(grid, &QWidget::customContextMenuRequested, this, &frmList::showMenu);
+        connect(grid->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmList::showDetails);
+    }
+    for (QHeaderView *columns : {ui.grid->horizontalHeader(), ui.groupGrid->header()}) {
+        columns->setSectionsMovable(true);
+        columns->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(columns, &QWidget::customContextMenuRequested, this, &frmList::showLayoutMenu);
+        connect(columns, &QHeaderView::sectionMoved, this, arranged);
+        connect(columns, &QHeaderView::sectionResized, this, arranged);
+        columns->viewport()->installEventFilter(this);
+    }
+    connect(ui.lblGroupPanel, &QWidget::customContextMenuRequested, this, [this](const QPoint &at) {
+        showLayoutMenu(header()->mapFromGlobal(ui.lblGroupPanel->mapToGlobal(at)));
+    });
     m_layout.Load(UserStore(m_ctx.userStoreFile)
                       .read(QStringLiteral("Setup"), m_layout.LayoutKey(), QStringLiteral("0")));
     if (m_layout.Activate())
@@ -118,9 +133,7 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
     ui.tabDetails->setVisible(receipts || history);
 
     connect(ui.txtFilter, &QLineEdit::textChanged, this,
-            [this](const QString &text) { m_filter.setQuickFilter(text); });
-    connect(ui.grid, &QWidget::customContextMenuRequested, this, &frmList::showMenu);
-    connect(ui.grid->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmList::showDetails);
+            [this](const QString &text) { m_model.setQuickFilter(text); });
     buildMenu();
     LoadData();
 }
@@ -166,13 +179,14 @@ void frmList::buildMenu()
                                       : QKeySequence::Delete);
             key->setShortcutContext(Qt::WidgetShortcut);
             connect(key, &QAction::triggered, this, [this, item] {
-                const int selected = int(ui.grid->selectionModel()->selectedRows().size());
+                const int selected = int(view()->selectionModel()->selectedRows().size());
                 const bool enabled = m_messages ? m_messages->Enabled(MessageList::Item(item), selected)
                                                 : m_templates->Enabled(TemplateList::Item(item), selected);
                 if (enabled)
                     run(item);
             });
             ui.grid->addAction(key);
+            ui.groupGrid->addAction(key);
         }
         if (m_messages && item == MessageList::mnuViewMyReplies) {
             action->setCheckable(true);
@@ -183,6 +197,35 @@ void frmList::buildMenu()
         m_menu->addSeparator();
         m_menu->addAction(ResString(1238), this, &frmList::exportCsv);
     }
+}
+
+QAbstractItemView *frmList::view() const
+{
+    return m_grouped.groupColumn() < 0 ? static_cast<QAbstractItemView *>(ui.grid) : ui.groupGrid;
+}
+
+QHeaderView *frmList::header() const
+{
+    return m_grouped.groupColumn() < 0 ? ui.grid->horizontalHeader() : ui.groupGrid->header();
+}
+
+bool frmList::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == header()->viewport()) {
+        const auto *mouse = static_cast<QMouseEvent *>(event);
+        if (event->type() == QEvent::MouseButtonPress) {
+            m_dragColumn = header()->logicalIndexAt(mouse->position().toPoint());
+        } else if (event->type() == QEvent::MouseButtonRelease && m_dragColumn >= 0) {
+            const int column = std::exchange(m_dragColumn, -1);
+            // A header dropped on the group panel groups by its column, once the
+            // header has ended its own drag.
+            if (ui.lblGroupPanel->rect().contains(
+                    ui.lblGroupPanel->mapFromGlobal(mouse->globalPosition().toPoint())))
+                QMetaObject::invokeMethod(
+                    this, [this, column] { setGrouping(column); }, Qt::QueuedConnection);
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 QString frmList::splitterKey() const
@@ -203,10 +246,10 @@ QString frmList::traceName() const
 void frmList::designColumns()
 {
     for (int column = 0; column < m_model.columnCount(); ++column)
-        ui.grid->setColumnHidden(column, !ShownColumns.contains(column));
+        header()->setSectionHidden(column, !ShownColumns.contains(column));
     for (int visual = 0; visual < ShownColumns.size(); ++visual)
-        ui.grid->header()->moveSection(ui.grid->header()->visualIndex(ShownColumns[visual]), visual);
-    m_filter.setShownColumns(ShownColumns);
+        header()->moveSection(header()->visualIndex(ShownColumns[visual]), visual);
+    m_model.setShownColumns(ShownColumns);
 }
 
 void frmList::applyLayout(const QString &file)
@@ -232,11 +275,8 @@ void frmList::applyState(const GridState &state)
         state.groupBy.isEmpty() ? -1 : int(RecordModel::Columns().indexOf(state.groupBy.first()));
     if (group != m_grouped.groupColumn()) {
         m_grouped.setGroupColumn(group);
-        QItemSelectionModel *old = ui.grid->selectionModel();
-        ui.grid->setModel(group >= 0 ? static_cast<QAbstractItemModel *>(&m_grouped) : &m_filter);
-        delete old;
-        ui.grid->setSortingEnabled(group < 0);
-        connect(ui.grid->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmList::showDetails);
+        ui.grid->setVisible(group < 0);
+        ui.groupGrid->setVisible(group >= 0);
     }
     designColumns();
     QList<int> shown;
@@ -245,23 +285,23 @@ void frmList::applyState(const GridState &state)
         const int logical = int(RecordModel::Columns().indexOf(column.name));
         if (logical < 0)
             continue;
-        ui.grid->header()->moveSection(ui.grid->header()->visualIndex(logical), position++);
-        ui.grid->setColumnWidth(logical, column.width);
-        ui.grid->setColumnHidden(logical, !column.visible);
+        header()->moveSection(header()->visualIndex(logical), position++);
+        header()->resizeSection(logical, column.width);
+        header()->setSectionHidden(logical, !column.visible);
         if (column.visible)
             shown << logical;
     }
     if (!state.columns.isEmpty()) {
         for (int column = 0; column < m_model.columnCount(); ++column)
             if (!shown.contains(column))
-                ui.grid->setColumnHidden(column, true);
-        m_filter.setShownColumns(shown);
+                header()->setSectionHidden(column, true);
+        m_model.setShownColumns(shown);
     }
     const int sort = int(RecordModel::Columns().indexOf(state.sortColumn));
     if (sort >= 0 && group < 0)
         ui.grid->sortByColumn(sort, state.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
     if (group >= 0)
-        ui.grid->expandAll();
+        ui.groupGrid->expandAll();
     // The panel's hint has always ended with a blank.
     ui.lblGroupPanel->setText(group >= 0 ? m_model.headerData(group, Qt::Horizontal).toString()
                                          : ResString(1252));
@@ -282,28 +322,25 @@ int frmList::sourceRowOf(const QModelIndex &viewIndex) const
 {
     if (!viewIndex.isValid())
         return -1;
-    if (m_grouped.groupColumn() < 0)
-        return m_filter.mapToSource(viewIndex).row();
-    const int shown = m_grouped.sourceRow(viewIndex);
-    return shown < 0 ? -1 : m_filter.mapToSource(m_filter.index(shown, 0)).row();
+    return m_grouped.groupColumn() < 0 ? viewIndex.row() : m_grouped.sourceRow(viewIndex);
 }
 
 GridState frmList::columnState() const
 {
     GridState state;
-    const QHeaderView *header = ui.grid->header();
-    for (int visual = 0; visual < header->count(); ++visual) {
-        const int logical = header->logicalIndex(visual);
+    const QHeaderView *columns = header();
+    for (int visual = 0; visual < columns->count(); ++visual) {
+        const int logical = columns->logicalIndex(visual);
         state.columns.append({RecordModel::Columns().at(logical),
-                              qBound(0, header->sectionSize(logical), GridState::MaxWidth),
-                              !header->isSectionHidden(logical)});
+                              qBound(0, columns->sectionSize(logical), GridState::MaxWidth),
+                              !columns->isSectionHidden(logical)});
     }
     if (m_grouped.groupColumn() >= 0)
         state.groupBy << RecordModel::Columns().at(m_grouped.groupColumn());
-    const int sort = header->sortIndicatorSection();
+    const int sort = columns->sortIndicatorSection();
     if (m_grouped.groupColumn() < 0 && sort >= 0 && sort < RecordModel::Columns().size()) {
         state.sortColumn = RecordModel::Columns().at(sort);
-        state.descending = header->sortIndicatorOrder() == Qt::DescendingOrder;
+        state.descending = columns->sortIndicatorOrder() == Qt::DescendingOrder;
     }
     return state;
 }
@@ -337,7 +374,7 @@ void frmList::showLayoutMenu(const QPoint &at)
     menu.addAction(ResString(1240), this, [this] { chooseLayout(GridLayout::Simple); })
         ->setEnabled(state.simpleEnabled);
     menu.addAction(ResString(1241), this, [this] { chooseLayout(GridLayout::Custom); });
-    const int column = ui.grid->header()->logicalIndexAt(at);
+    const int column = header()->logicalIndexAt(at);
     if (column >= 0)
         menu.addAction(ResString(1250).arg(m_model.headerData(column, Qt::Horizontal).toString()), this,
                        [this, column] { setGrouping(column); });
@@ -350,15 +387,15 @@ void frmList::showLayoutMenu(const QPoint &at)
     for (int column = 0; column < m_model.columnCount(); ++column) {
         QAction *toggle = columns->addAction(m_model.headerData(column, Qt::Horizontal).toString());
         toggle->setCheckable(true);
-        toggle->setChecked(!ui.grid->isColumnHidden(column));
+        toggle->setChecked(!header()->isSectionHidden(column));
         connect(toggle, &QAction::toggled, this, [this, column](bool shown) {
             if (m_layout.number() != GridLayout::Custom)
                 chooseLayout(GridLayout::Custom);
-            ui.grid->setColumnHidden(column, !shown);
+            header()->setSectionHidden(column, !shown);
             m_layout.ColumnsChanged();
         });
     }
-    menu.exec(ui.grid->header()->mapToGlobal(at));
+    menu.exec(header()->mapToGlobal(at));
 }
 
 void frmList::exportCsv()
@@ -367,12 +404,12 @@ void frmList::exportCsv()
         this, QString(), prefixOf(m_list) + QStringLiteral(".csv"), ResString(1243));
     if (file.isEmpty())
         return;
-    const QHeaderView *header = ui.grid->header();
+    const QHeaderView *shown = header();
     QList<int> columns;
     QStringList names;
-    for (int visual = 0; visual < header->count(); ++visual) {
-        const int logical = header->logicalIndex(visual);
-        if (!header->isSectionHidden(logical)) {
+    for (int visual = 0; visual < shown->count(); ++visual) {
+        const int logical = shown->logicalIndex(visual);
+        if (!shown->isSectionHidden(logical)) {
             columns << logical;
             names << m_model.headerData(logical, Qt::Horizontal).toString();
         }
@@ -382,8 +419,8 @@ void frmList::exportCsv()
     for (const QString &id : selectedIDs())
         rows << m_model.Locate(id);
     if (rows.isEmpty())
-        for (int row = 0; row < m_filter.rowCount(); ++row)
-            rows << m_filter.mapToSource(m_filter.index(row, 0)).row();
+        for (int row = 0; row < m_model.rowCount(); ++row)
+            rows << row;
     QList<QStringList> lines;
     for (int row : rows) {
         QStringList fields;
@@ -401,34 +438,34 @@ void frmList::showMenu(const QPoint &at)
 {
     if (m_actions.isEmpty())
         return;
-    const int selected = int(ui.grid->selectionModel()->selectedRows().size());
+    const int selected = int(view()->selectionModel()->selectedRows().size());
     for (const auto &[item, action] : m_actions)
         action->setEnabled(m_messages ? m_messages->Enabled(MessageList::Item(item), selected)
                                       : m_templates->Enabled(TemplateList::Item(item), selected));
-    m_menu->popup(ui.grid->viewport()->mapToGlobal(at));
+    m_menu->popup(view()->viewport()->mapToGlobal(at));
 }
 
 QString frmList::focusedID() const
 {
-    const int row = sourceRowOf(ui.grid->currentIndex());
-    return row >= 0 ? m_model.record(row).MsgID : QString();
+    const int row = sourceRowOf(view()->currentIndex());
+    return row >= 0 ? m_model.record(row).text(ListRecord::MsgID) : QString();
 }
 
 QStringList frmList::selectedIDs() const
 {
-    QModelIndexList rows = ui.grid->selectionModel()->selectedRows();
+    QModelIndexList rows = view()->selectionModel()->selectedRows();
     std::sort(rows.begin(), rows.end(),
               [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
     QStringList ids;
     for (const QModelIndex &row : rows)
         if (const int source = sourceRowOf(row); source >= 0)
-            ids << m_model.record(source).MsgID;
+            ids << m_model.record(source).text(ListRecord::MsgID);
     return ids;
 }
 
 void frmList::reloadRow(const QString &msgID)
 {
-    const QList<DVMessage> rows = m_messages ? m_messages->LoadData(msgID) : m_templates->LoadData(msgID);
+    const QList<ListRecord> rows = m_messages ? m_messages->LoadData(msgID) : m_templates->LoadData(msgID);
     if (rows.isEmpty())
         m_model.DelRecord(msgID);
     else
@@ -530,7 +567,7 @@ void frmList::LoadData()
 void frmList::AddRecord(const DVMessage &msg)
 {
     // An insert or an update of the row, with the values as given.
-    m_model.AddRecord(msg);
+    m_model.AddRecord(ListRecord::FromMessage(msg));
 }
 
 void frmList::DelRecord(const QString &msgID)
@@ -544,14 +581,14 @@ void frmList::showDetails()
     ui.gridHistory->clear();
     if (!m_messages)
         return;
-    const int current = sourceRowOf(ui.grid->currentIndex());
+    const int current = sourceRowOf(view()->currentIndex());
     if (current < 0)
         return;
-    const DVMessage &row = m_model.record(current);
+    const ListRecord &row = m_model.record(current);
     if (m_messages->HasReceipts())
-        for (const QStringList &receipt : m_messages->Receipts(row.MsgID))
+        for (const QStringList &receipt : m_messages->Receipts(row.text(ListRecord::MsgID)))
             ui.gridReceipt->addTopLevelItem(new QTreeWidgetItem(receipt));
     if (m_messages->HasHistory())
-        for (const QStringList &entry : m_messages->History(row.InitID))
+        for (const QStringList &entry : m_messages->History(row.text(ListRecord::InitID)))
             ui.gridHistory->addTopLevelItem(new QTreeWidgetItem(entry));
 }

@@ -13,6 +13,7 @@
 
 #include <memory>
 
+class QHeaderView;
 class QMenu;
 
 // One list of the console's pane: a message, package or template list, its
@@ -36,7 +37,13 @@ public:
     QMenu *menu() const { return m_menu; }
     Ui::frmList ui;
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
+    // The flat grid, or the tree while a column is grouped.
+    QAbstractItemView *view() const;
+    QHeaderView *header() const;
     void buildMenu();
     void showMenu(const QPoint &at);
     void run(int item);
@@ -65,8 +72,9 @@ private:
     std::unique_ptr<MessageList> m_messages;
     std::unique_ptr<TemplateList> m_templates;
     RecordModel m_model;
-    RecordFilter m_filter;
-    GroupedRecords m_grouped{&m_filter};
+    GroupedRecords m_grouped{&m_model};
+    // The header section pressed, while a drag of it may end on the group panel.
+    int m_dragColumn = -1;
     QMenu *m_menu = nullptr;
     QList<std::pair<int, QAction *>> m_actions;
     GridLayout m_layout;

@@ -3,6 +3,7 @@ set(CONSOLE_LOGIC_SOURCES
     console/ConsoleFrame.cpp console/ConsoleFrame.h
     console/CsvExport.cpp console/CsvExport.h
     console/GridLayout.cpp console/GridLayout.h
+    console/ListRecord.cpp console/ListRecord.h
     console/MessageList.cpp console/MessageList.h
     console/RecordModel.cpp console/RecordModel.h
     console/TemplateList.cpp console/TemplateList.h

@@ -218,6 +218,37 @@ bool Database::exists(const QString &sql, const QVariantList &values, bool *ok)
     return found;
 }
 
+bool Database::forEachRow(const QString &sql, const QVariantList &values,
+                          const std::function<void(const RawRow &)> &reader)
+{
+    sqlite3_stmt *stmt = statement(sql);
+    bool done = stmt && bind(stmt, values);
+    if (done) {
+        const RawRow row(stmt);
+        int rc = SQLITE_ROW;
+        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW)
+            reader(row);
+        done = rc == SQLITE_DONE || fail(QString::fromUtf8(sqlite3_errmsg(m_db)));
+    }
+    if (stmt) {
+        sqlite3_reset(stmt);
+        sqlite3_clear_bindings(stmt);
+    }
+    m_bound.clear();
+    return done;
+}
+
+QByteArrayView RawRow::text(int column) const
+{
+    const auto *bytes = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
+    return bytes ? QByteArrayView(bytes, sqlite3_column_bytes(m_stmt, column)) : QByteArrayView();
+}
+
+qint64 RawRow::integer(int column) const
+{
+    return sqlite3_column_int64(m_stmt, column);
+}
+
 int Database::changes() const
 {
     return m_db ? sqlite3_changes(m_db) : 0;
