@@ -8,7 +8,7 @@ target_include_directories(desktop_session PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(desktop_session PUBLIC korvane_compile_rules Qt6::Core Qt6::Gui)
 target_compile_definitions(desktop_session PRIVATE KORVANE_ARTIFACTS="${CMAKE_CURRENT_BINARY_DIR}/artifacts")
 
-foreach(name tst_e2e_banner tst_e2e_users)
+foreach(name tst_e2e_banner tst_e2e_users tst_e2e_console)
     qt_add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE korvane_support desktop_session Qt6::Test Qt6::Gui)
     target_compile_definitions(${name} PRIVATE
