@@ -70,11 +70,15 @@ if [ "$HEADLESS" = 1 ]; then
     xdotool type --delay 20 "Hello from the demo"
     sleep 1
     import -window root "$DEMO/composer.png"
-    # The menu's second item opens the console on the Outbox.
+    # The menu's second item opens the console on the Outbox; its fifth row,
+    # All messages, reads every message from the server.
     xdotool key Escape
     QT_QPA_PLATFORM=xcb "$BUILD_DIR/src/korvane-client"
     sleep 1
     xdotool key Down Down Return
+    sleep 2
+    console=$(xdotool search --name "Korvane Administration\$" | head -n 1)
+    [ -n "$console" ] && xdotool mousemove --window "$console" 60 74 click 1
     sleep 2
     import -window root "$DEMO/console.png"
     echo "run: screenshots in $DEMO/screenshot.png, $DEMO/composer.png and $DEMO/console.png; client log in $DEMO/data/Korvane/client.log"

@@ -4,17 +4,18 @@
 #include "NewMessage.h"
 #include "ServerState.h"
 #include "store/DVMessage.h"
+#include "store/MessageCodes.h"
 
 #include <QDateTime>
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <tuple>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint16 DeliveryCertified = 2;
-constexpr qint16 DeliveryScheduled = 3;
 constexpr int lifetimeDays = 7;
 
 const char documentText[] = R"(<!DOCTYPE html>
@@ -66,6 +67,40 @@ bool seed(ServerState &state, const QString &owner, const QDateTime &now, QStrin
     package.MsgDelivery = DeliveryCertified;
     package.Attachment = document;
     state.records.insert(package.MsgID, {package.ToString(), true});
+
+    // What the console's All messages and shared templates show: messages of
+    // several authors, levels and states, and two templates to start from.
+    const struct
+    {
+        const char16_t *author, *level, *subject, *text;
+        qint32 status;
+        int ageDays;
+    } history[] = {
+        {u"it-ops", u"Alert", u"Fire drill", u"Fire drill at 11:00: leave by the nearest exit.", StatusActive,
+         0},
+        {u"it-ops", u"Warning", u"Mail servers", u"The mail servers restart tonight at 22:00.", StatusActive,
+         1},
+        {u"hr", u"Message", u"Canteen", u"The canteen closes early on Friday.", StatusCancelled, 2},
+        {u"hr", u"Message", u"Holidays", u"Send your holiday requests by the end of the month.", StatusActive,
+         3},
+    };
+    for (const auto &entry : history) {
+        DVMessage m = NewMessage::compose(state.newId(), QString::fromUtf16(entry.author), QString(),
+                                          QString::fromUtf16(entry.level), QString::fromUtf16(entry.text),
+                                          now.addDays(-entry.ageDays), lifetimeDays);
+        m.Subject = QString::fromUtf16(entry.subject);
+        m.Status = entry.status;
+        state.records.insert(m.MsgID, {m.ToString(), false});
+    }
+    for (const auto &[level, subject, text] :
+         {std::tuple{u"Emergency", u"Evacuation", u"Leave the building now by the nearest exit."},
+          std::tuple{u"Warning", u"Maintenance", u"%SUBJECT%: the service stops at 18:00 for one hour."}}) {
+        DVMessage t =
+            NewMessage::compose(state.newId(), DevServer::agentName(), QString(), QString::fromUtf16(level),
+                                QString::fromUtf16(text), now, lifetimeDays);
+        t.Subject = QString::fromUtf16(subject);
+        state.templates.insert(t.MsgID, t.ToString());
+    }
 
     // The person trying it out may use the console and every form.
     if (!owner.isEmpty()) {
