@@ -6,6 +6,7 @@
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/UserInfos.h"
+#include "core/UserStore.h"
 #include "delivery/Receipts.h"
 #include "link/Policies.h"
 #include "store/DBFunctions.h"
@@ -209,12 +210,14 @@ private Q_SLOTS:
         Policies policies;
         Session session;
         QStringList sent;
+        // A status no version knows, and a splitter key of text, open and paint like any other.
         for (const char *id : {"M1", "M2"}) {
             DVMessage m;
             m.MsgID = QLatin1String(id);
-            m.Status = StatusActive;
+            m.Status = id == QByteArrayView("M1") ? StatusActive : 99;
             QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
         }
+        UserStore(profile.path() + u"/Client.conf"_s).write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"wide"_s);
         {
             frmAdmin console(
                 {ClientDB(), TempDB(), clock, frontend, gProcess(), session, user, policies, gLevels(),

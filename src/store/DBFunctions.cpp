@@ -398,15 +398,6 @@ DVMessage rs2Message(const QSqlQuery &table)
     return m;
 }
 
-QList<DVMessage> rs2Messages(QSqlQuery &table)
-{
-    const MessageColumns columns(table.record());
-    QList<DVMessage> rows;
-    while (table.next())
-        rows.append(columns.read(table));
-    return rows;
-}
-
 DVMessage GetMessage(Database &database, const QString &tableName, const QString &msgID)
 {
     TraceLog(Module + QStringLiteral("GetMessage  MsgID=") + msgID);

@@ -38,8 +38,6 @@ bool SaveMessage(Database &database, const QString &tableName, const DVMessage &
                  bool skipHistory);
 DVMessage GetMessage(Database &database, const QString &tableName, const QString &msgID);
 DVMessage rs2Message(const QSqlQuery &table);
-// Every remaining row of a query, its columns found once: a list of 100,000 rows reads fast.
-QList<DVMessage> rs2Messages(QSqlQuery &table);
 bool ChangeMessageStatus(Database &database, const QString &msgID, qint32 status, const QString &tableName);
 void UpdateStatus(Database &database, const QString &tableName, qint32 status, const QString &msgID);
 void DeleteMessage(Database &database, const QString &tableName, const QString &msgID);
