@@ -2,6 +2,7 @@
 // asks for, the window's place) and its lists' column layouts.
 #include "console/ConsoleFrame.h"
 #include "console/CsvExport.h"
+#include "console/DirectoryList.h"
 #include "console/GridLayout.h"
 #include "console/GridState.h"
 #include "console/GroupedRecords.h"
@@ -298,6 +299,114 @@ private Q_SLOTS:
         personal.CreateFromTemplate(u"S1"_s);
         shared.Refresh();
         QCOMPARE(sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
+    }
+
+    // The directory menus by role: the enabled items (by DirectoryList::Item) for 0, 1 and 3 selected rows.
+    void directoryMenus_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("authority");
+        QTest::addColumn<QStringList>("enabled");
+        QTest::newRow("users, user") << int(DirectoryList::Users) << int(UserInfos::RoleUser)
+                                     << QStringList{QString(), u"0"_s, u"0"_s};
+        QTest::newRow("users, postmaster") << int(DirectoryList::Users) << int(UserInfos::RolePostmaster)
+                                           << QStringList{u"5"_s, u"0 5"_s, u"0 5"_s};
+        QTest::newRow("users, administrator")
+            << int(DirectoryList::Users) << int(UserInfos::RoleAdministrator)
+            << QStringList{u"5"_s, u"0 1 2 3 4 5"_s, u"0 1 5"_s};
+        QTest::newRow("machines, postmaster")
+            << int(DirectoryList::Machines) << int(UserInfos::RolePostmaster)
+            << QStringList{u"5"_s, u"0 1 5"_s, u"0 1 5"_s};
+        QTest::newRow("shared groups, user") << int(DirectoryList::KorvaneGroups) << int(UserInfos::RoleUser)
+                                             << QStringList{u"5"_s, u"0 5"_s, u"0 5"_s};
+        QTest::newRow("shared groups, postmaster")
+            << int(DirectoryList::KorvaneGroups) << int(UserInfos::RolePostmaster)
+            << QStringList{u"5"_s, u"0 1 5"_s, u"0 5"_s};
+        QTest::newRow("my groups, user") << int(DirectoryList::MyGroups) << int(UserInfos::RoleUser)
+                                         << QStringList{QString(), u"0 1"_s, u"0"_s};
+    }
+
+    void directoryMenus()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, authority);
+        StoreFixture f;
+        RecordingFrontend frontend;
+        ProcessState process;
+        Session session;
+        UserInfos user(u"jdoe"_s);
+        user.setMyAuthority(qint16(authority));
+        const DirectoryList list(DirectoryList::Kind(kind), {ClientDB(), TempDB(), frontend, process, session,
+                                                             user, [](const QString &) { return true; }});
+        QStringList enabled;
+        for (int selected : {0, 1, 3}) {
+            QStringList items;
+            for (DirectoryList::Item item : list.Items())
+                if (list.Enabled(item, selected))
+                    items << QString::number(int(item));
+            enabled << items.join(u' ');
+        }
+        QTEST(enabled, "enabled");
+    }
+
+    void directoryCommands()
+    {
+        StoreFixture f;
+        RecordingFrontend frontend;
+        ProcessState process;
+        Session session;
+        UserInfos user(u"jdoe"_s);
+        QStringList sent;
+        const DirectoryList::Context context{
+            ClientDB(), TempDB(), frontend, process, session, user, [&sent](const QString &p) {
+                sent << p;
+                return true;
+            }};
+        for (const char *id : {"a", "b", "c"}) {
+            const QVariantList row{QString::fromLatin1(id), QString(u"Name "_s + QLatin1String(id))};
+            QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID, UserName) VALUES (?, ?)"_s, row));
+        }
+        QVERIFY(TempDB().exec(u"INSERT INTO Administrators (UserID, Authority) VALUES ('a', 2), ('b', 7)"_s));
+        QVERIFY(TempDB().exec(u"INSERT INTO KorvaneGroups (GroupName, Description) VALUES ('ops', 'Ops')"_s));
+        QVERIFY(ClientDB().exec(u"INSERT INTO MyGroups (GroupName, Description) VALUES ('mine', 'Mine')"_s));
+        QVERIFY(ClientDB().exec(
+            u"INSERT INTO MyGroupUsers (GroupName, UserID) VALUES ('mine', 'b'), ('mine', 'a')"_s));
+
+        // Send on three selected users: the composer's target, in selection order.
+        DirectoryList users(DirectoryList::Users, context);
+        QCOMPARE(users.LoadData().size(), 3);
+        users.Send({u"c"_s, u"a"_s, u"b"_s});
+        QCOMPARE(process.SavedSelection, u"c,a,b"_s);
+        QCOMPARE(sent, QStringList{u"MID"_s});
+        // A user deleted here and at the server; a refresh empties the table and asks again.
+        QVERIFY(users.Delete(u"b"_s));
+        QCOMPARE(users.LoadData().size(), 2);
+        session.UsersLoaded = true;
+        QVERIFY(!users.Refresh());
+        QVERIFY(!session.UsersLoaded);
+        QVERIFY(users.LoadData().isEmpty());
+        QCOMPARE(sent.mid(1), (QStringList{u"USD\u0001b"_s, u"RUS\u0001A"_s}));
+
+        // Roles show as words; a number no version knows stays a number.
+        QCOMPARE(DirectoryList(DirectoryList::Administrators, context).LoadData(),
+                 (QList<QStringList>{{u"a"_s, u"Packager"_s}, {u"b"_s, u"7"_s}}));
+
+        // A personal group: its members in their order; No keeps it, Yes takes it with its members.
+        DirectoryList mine(DirectoryList::MyGroups, context);
+        QCOMPARE(mine.Members(u"mine"_s), (QStringList{u"b"_s, u"a"_s}));
+        frontend.answerBox(ResultNo);
+        QVERIFY(!mine.Delete(u"mine"_s));
+        QCOMPARE(mine.LoadData().size(), 1);
+        frontend.answerBox(ResultYes);
+        QVERIFY(mine.Delete(u"mine"_s));
+        QVERIFY(mine.LoadData().isEmpty());
+        QVERIFY(mine.Members(u"mine"_s).isEmpty());
+        // A shared group goes at the server with its fields emptied.
+        sent.clear();
+        frontend.answerBox(ResultYes);
+        QVERIFY(DirectoryList(DirectoryList::KorvaneGroups, context).Delete(u"ops"_s));
+        QCOMPARE(sent, QStringList{u"KVG\u0001ops\u0002\u0002\u0002\u0002"_s});
+        QVERIFY(DirectoryList(DirectoryList::KorvaneGroups, context).LoadData().isEmpty());
     }
 
     void rowsFoundByKeyFilteredAndSorted()

@@ -1,5 +1,6 @@
 #include "console/frmAdmin.h"
 
+#include "console/frmDirectory.h"
 #include "console/frmList.h"
 #include "core/Globals.h"
 #include "core/StringTable.h"
@@ -12,9 +13,10 @@ namespace {
 constexpr int KeyRole = Qt::UserRole + 1;
 
 // The lists whose windows stand so far; the directory lists come with their own part.
-bool listStands(int list)
+// The lists of directories, groups and role holders, against those of records.
+bool isDirectory(int list)
 {
-    return list <= 9;
+    return list >= DirectoryList::DomainGroups && list <= DirectoryList::Administrators;
 }
 
 } // namespace
@@ -37,7 +39,7 @@ frmAdmin::frmAdmin(ConsoleContext context, QWidget *parent)
         auto *top = new QTreeWidgetItem(ui.dxSideBar1, {ResString(text)});
         top->setFlags(Qt::ItemIsEnabled);
         for (const ConsoleFrame::Item &item : items)
-            if (item.group == group && listStands(item.list)) {
+            if (item.group == group) {
                 auto *entry = new QTreeWidgetItem(top, {ResString(item.text)});
                 entry->setData(0, KeyRole, item.key);
             }
@@ -76,7 +78,7 @@ void frmAdmin::clicked(QTreeWidgetItem *item)
 
 void frmAdmin::Display(int list)
 {
-    if (!m_frame.MayDisplay(list) || !listStands(list))
+    if (!m_frame.MayDisplay(list))
         return;
     ui.lblProgress->hide();
     replaceChild(list);
@@ -86,7 +88,20 @@ void frmAdmin::replaceChild(int list)
 {
     // The list is always made anew: it reads its rows afresh.
     delete m_child;
-    m_child = new frmList(list, m_ctx, ui.ActiveSizer2);
-    ui.layoutPane->addWidget(m_child);
-    m_child->ui.grid->setFocus();
+    if (isDirectory(list)) {
+        auto *directory = new frmDirectory(list, m_ctx, ui.ActiveSizer2);
+        m_child = directory;
+        ui.layoutPane->addWidget(directory);
+        directory->ui.grid->setFocus();
+        return;
+    }
+    auto *records = new frmList(list, m_ctx, ui.ActiveSizer2);
+    m_child = records;
+    ui.layoutPane->addWidget(records);
+    records->ui.grid->setFocus();
+}
+
+frmList *frmAdmin::currentList() const
+{
+    return qobject_cast<frmList *>(m_child.data());
 }

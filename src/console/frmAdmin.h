@@ -21,8 +21,10 @@ public:
 
     // A directory's answer is stored: its list shows if the person still waits for it.
     void Display(int list);
-    // The list in the pane, nullptr when there is none.
-    frmList *currentList() const { return m_child; }
+    // The message, package or template list in the pane, nullptr when another or none stands there.
+    frmList *currentList() const;
+    // The list in the pane, whatever its kind.
+    QWidget *currentChild() const { return m_child; }
     Ui::frmAdmin ui;
 
 protected:
@@ -34,5 +36,5 @@ private:
 
     ConsoleContext m_ctx;
     ConsoleFrame m_frame;
-    QPointer<frmList> m_child;
+    QPointer<QWidget> m_child;
 };

@@ -2,6 +2,7 @@
 set(CONSOLE_LOGIC_SOURCES
     console/ConsoleFrame.cpp console/ConsoleFrame.h
     console/CsvExport.cpp console/CsvExport.h
+    console/DirectoryList.cpp console/DirectoryList.h
     console/GridLayout.cpp console/GridLayout.h
     console/ListRecord.cpp console/ListRecord.h
     console/MessageList.cpp console/MessageList.h
@@ -16,5 +17,6 @@ list(APPEND UI_SOURCES
     console/ConsoleContext.h
     console/LevelCellDelegate.cpp console/LevelCellDelegate.h
     console/frmAdmin.cpp console/frmAdmin.h console/frmAdmin.ui
+    console/frmDirectory.cpp console/frmDirectory.h console/frmDirectory.ui
     console/frmList.cpp console/frmList.h console/frmList.ui
 )

@@ -1,0 +1,147 @@
+#include "console/frmDirectory.h"
+
+#include "core/StringTable.h"
+
+#include <QAction>
+#include <QHeaderView>
+#include <QMenu>
+
+namespace {
+
+int captionOf(DirectoryList::Item item)
+{
+    static const int texts[] = {1260, 1224, 1261, 1262, 1263, 1231};
+    return texts[item];
+}
+
+} // namespace
+
+frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
+    : QWidget(parent),
+      m_directory(DirectoryList::Kind(list),
+                  DirectoryList::Context{context.clientDB, context.tempDB, context.frontend, context.process,
+                                         context.session, context.user, context.sendData})
+{
+    ui.setupUi(this);
+    m_filter.setSourceModel(&m_model);
+    // The quick filter looks at every cell, in any case.
+    m_filter.setFilterKeyColumn(-1);
+    m_filter.setFilterCaseSensitivity(Qt::CaseInsensitive);
+    ui.grid->setModel(&m_filter);
+    ui.grid->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    ui.grid->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
+    ui.grid->horizontalHeader()->setSectionsMovable(true);
+    ui.grid->sortByColumn(-1, Qt::AscendingOrder);
+    ui.txtFilter->setPlaceholderText(ResString(1234));
+    ui.gridMembers->setHeaderLabels({ResString(1272)});
+    ui.gridMembers->setVisible(m_directory.HasMembers());
+    connect(ui.txtFilter, &QLineEdit::textChanged, &m_filter, &QSortFilterProxyModel::setFilterFixedString);
+    connect(ui.grid, &QWidget::customContextMenuRequested, this, &frmDirectory::showMenu);
+    connect(ui.grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &frmDirectory::showMembers);
+
+    m_menu = new QMenu(this);
+    for (DirectoryList::Item item : m_directory.Items()) {
+        QAction *action = m_menu->addAction(ResString(captionOf(item)));
+        connect(action, &QAction::triggered, this, [this, item] { run(item); });
+        m_actions << std::pair{item, action};
+        if (item == DirectoryList::mnuDelete) {
+            // The keyboard's Delete, under the same rule as the menu's.
+            auto *key = new QAction(this);
+            key->setShortcut(QKeySequence::Delete);
+            key->setShortcutContext(Qt::WidgetShortcut);
+            connect(key, &QAction::triggered, this, [this] {
+                if (m_directory.Enabled(DirectoryList::mnuDelete, selectedCount()))
+                    run(DirectoryList::mnuDelete);
+            });
+            ui.grid->addAction(key);
+        }
+    }
+    LoadData();
+}
+
+void frmDirectory::LoadData()
+{
+    m_model.clear();
+    m_model.setHorizontalHeaderLabels(m_directory.Columns());
+    for (const QStringList &row : m_directory.LoadData()) {
+        QList<QStandardItem *> cells;
+        for (const QString &cell : row) {
+            auto *item = new QStandardItem(cell);
+            item->setEditable(false);
+            cells << item;
+        }
+        m_model.appendRow(cells);
+    }
+    showMembers();
+}
+
+int frmDirectory::selectedCount() const
+{
+    return int(ui.grid->selectionModel()->selectedRows().size());
+}
+
+QString frmDirectory::focusedKey() const
+{
+    const QModelIndex current = ui.grid->currentIndex();
+    return current.isValid() ? m_filter.index(current.row(), 0).data().toString() : QString();
+}
+
+QStringList frmDirectory::selectedKeys() const
+{
+    // In the order the person selected them.
+    const QModelIndexList rows = ui.grid->selectionModel()->selectedRows();
+    QStringList keys;
+    for (const QModelIndex &row : rows)
+        keys << row.data().toString();
+    return keys;
+}
+
+void frmDirectory::showMenu(const QPoint &at)
+{
+    const int selected = selectedCount();
+    for (const auto &[item, action] : m_actions)
+        action->setEnabled(m_directory.Enabled(item, selected));
+    m_menu->popup(ui.grid->viewport()->mapToGlobal(at));
+}
+
+void frmDirectory::run(DirectoryList::Item item)
+{
+    switch (item) {
+    case DirectoryList::mnuSend:
+        m_directory.Send(selectedKeys());
+        break;
+    case DirectoryList::mnuDelete: {
+        const QModelIndex current = ui.grid->currentIndex();
+        if (current.isValid() && m_directory.Delete(focusedKey()))
+            m_filter.removeRow(current.row());
+        showMembers();
+        break;
+    }
+    case DirectoryList::mnuChangeName:
+        m_directory.ChangeName();
+        break;
+    case DirectoryList::mnuChangeLanguage:
+    case DirectoryList::mnuChangeAgent:
+        // Kept as they always were: items with nothing behind them.
+        break;
+    case DirectoryList::mnuRefresh:
+        if (m_directory.Refresh())
+            LoadData();
+        else
+            m_model.removeRows(0, m_model.rowCount());
+        break;
+    }
+}
+
+void frmDirectory::showMembers()
+{
+    ui.gridMembers->clear();
+    if (!m_directory.HasMembers())
+        return;
+    const QString group = focusedKey();
+    if (group.isEmpty())
+        return;
+    for (const QString &member : m_directory.Members(group))
+        ui.gridMembers->addTopLevelItem(new QTreeWidgetItem(QStringList{member}));
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "console/ConsoleContext.h"
+#include "console/DirectoryList.h"
+#include "ui_frmDirectory.h"
+
+#include <QSortFilterProxyModel>
+#include <QStandardItemModel>
+#include <QWidget>
+
+class QMenu;
+
+// One directory list of the console's pane: users, machines, groups or role
+// holders, with the quick filter, the members of the focused group and the
+// popup menu. What the rows are and what a command does is the list's logic.
+class frmDirectory final : public QWidget
+{
+    Q_OBJECT
+public:
+    frmDirectory(int list, ConsoleContext context, QWidget *parent = nullptr);
+
+    int list() const { return int(m_directory.kind()); }
+    // Reads every row anew.
+    void LoadData();
+    QMenu *menu() const { return m_menu; }
+    QStringList selectedKeys() const;
+    Ui::frmDirectory ui;
+
+private:
+    void showMenu(const QPoint &at);
+    void run(DirectoryList::Item item);
+    void showMembers();
+    QString focusedKey() const;
+    int selectedCount() const;
+
+    DirectoryList m_directory;
+    QStandardItemModel m_model;
+    QSortFilterProxyModel m_filter;
+    QMenu *m_menu = nullptr;
+    QList<std::pair<DirectoryList::Item, QAction *>> m_actions;
+};
