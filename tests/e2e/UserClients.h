@@ -10,6 +10,7 @@
 #include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
+#include <QTest>
 
 namespace UserClients {
 
@@ -98,6 +99,20 @@ struct UserClient
     }
     // A second start, which asks the running client to open its menu where the pointer is.
     void openMenu() const { run(u"runuser"_s, as({QStringLiteral(KORVANE_CLIENT_BINARY)})); }
+    // The menu opened at a point, then its item so many rows down chosen by keyboard;
+    // false when the menu never showed.
+    bool chooseMenuItem(int downs, const QPoint &at) const
+    {
+        run(u"xdotool"_s, {u"mousemove"_s, QString::number(at.x()), QString::number(at.y())});
+        openMenu();
+        const auto menuUnderPointer = [] {
+            return DesktopSession::titleUnderPointer().endsWith(u"\"korvane-client\""_s);
+        };
+        if (!QTest::qWaitFor(menuUnderPointer, 10000))
+            return false;
+        DesktopSession::keys(QStringList(downs, u"Down"_s) << u"Return"_s);
+        return QTest::qWaitFor([&] { return !menuUnderPointer(); }, 5000);
+    }
     void stop()
     {
         // Everything the user runs here: the client, its bus and its notification service.
