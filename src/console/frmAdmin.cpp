@@ -90,6 +90,7 @@ void frmAdmin::replaceChild(int list)
     delete m_child;
     if (isDirectory(list)) {
         auto *directory = new frmDirectory(list, m_ctx, ui.ActiveSizer2);
+        connect(directory, &frmDirectory::waitingForServer, ui.lblProgress, &QWidget::show);
         m_child = directory;
         ui.layoutPane->addWidget(directory);
         directory->ui.grid->setFocus();

@@ -126,10 +126,12 @@ void frmDirectory::run(DirectoryList::Item item)
         // Kept as they always were: items with nothing behind them.
         break;
     case DirectoryList::mnuRefresh:
-        if (m_directory.Refresh())
+        if (m_directory.Refresh()) {
             LoadData();
-        else
+        } else {
             m_model.removeRows(0, m_model.rowCount());
+            Q_EMIT waitingForServer();
+        }
         break;
     }
 }

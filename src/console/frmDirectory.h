@@ -26,6 +26,10 @@ public:
     QStringList selectedKeys() const;
     Ui::frmDirectory ui;
 
+Q_SIGNALS:
+    // A refresh went to the server; its answer re-creates the list.
+    void waitingForServer();
+
 private:
     void showMenu(const QPoint &at);
     void run(DirectoryList::Item item);
