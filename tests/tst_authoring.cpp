@@ -1,5 +1,6 @@
 // The composer, the reply form and the selection, driven without a screen, and
 // the engine's answers that open them.
+#include "authoring/GroupEditForm.h"
 #include "authoring/MessageForm.h"
 #include "authoring/ReplyForm.h"
 #include "authoring/SelectionList.h"
@@ -450,6 +451,59 @@ private Q_SLOTS:
         if (code == u"PTP"_s)
             QVERIFY(logText().contains(
                 u"Splitting PTP\nLoading frmMessage\nActionType\nDuplicating\nShowing\n"_s));
+    }
+
+    void groupEditor()
+    {
+        Fixture f;
+        const GroupEditForm::Context context{ClientDB(), TempDB(),  f.clock,    f.user, f.policies,
+                                             f.session,  f.process, f.frontend, f.send};
+        const auto members = [](Database &store, const QString &table) {
+            return StoreFixture::column(store, u"SELECT UserID FROM "_s + table + u" ORDER BY rowid"_s);
+        };
+        // A personal group saved, then edited: its members replaced whole, quotes dropped.
+        GroupEditForm personal(context);
+        personal.Load();
+        personal.setAction(GroupEditForm::NewPersonal);
+        personal.fields = {u"team"_s, u"The \"team\""_s, u"ann,bob, ,,cy"_s, true};
+        QVERIFY(personal.OKEnabled());
+        QCOMPARE(personal.OKButton(), GroupEditForm::Close);
+        QCOMPARE(members(ClientDB(), u"MyGroupUsers"_s), (QStringList{u"ann"_s, u"bob"_s, u"cy"_s}));
+        QCOMPARE(personal.fields.txtDescription, u"The team"_s);
+        // A name that exists is refused for a new group, never for an edit.
+        f.frontend.questions.clear();
+        QCOMPARE(personal.OKButton(), GroupEditForm::StayOpen);
+        QCOMPARE(f.frontend.questions.value(0).caption, u"New Personal group"_s);
+        personal.setAction(GroupEditForm::EditPersonal);
+        personal.EditGroup(u"team"_s, u"Team"_s, u"dee"_s);
+        QVERIFY(!personal.fields.nameEnabled);
+        QCOMPARE(personal.OKButton(), GroupEditForm::Close);
+        QCOMPARE(members(ClientDB(), u"MyGroupUsers"_s), QStringList{u"dee"_s});
+        // Without members the group is gone.
+        personal.fields.txtTarget.clear();
+        personal.OKButton();
+        QCOMPARE(StoreFixture::count(ClientDB(), u"SELECT count(*) FROM MyGroups"_s), 0);
+        QVERIFY(f.sent.isEmpty());
+
+        // A shared group's editor has no group buttons whatever the policies; OK sends KVG.
+        f.policies.UseDomainGroups = f.policies.UseKorvanGroups = true;
+        GroupEditForm shared(context);
+        shared.Load();
+        shared.setAction(GroupEditForm::NewShared);
+        QCOMPARE(shared.buttons().domain || shared.buttons().korvan || shared.buttons().myGroups, false);
+        shared.DuplicateGroup(u"Ops"_s, u"ann,PC7"_s);
+        QVERIFY(!shared.OKEnabled());
+        shared.fields.txtGroupName = u"ops"_s;
+        f.process.CurrentList = 11;
+        QCOMPARE(shared.OKButton(), GroupEditForm::Close);
+        QCOMPARE(shared.RefreshList(), 11);
+        QCOMPARE(f.sent,
+                 QStringList{u"KVG\u0001ops\u0002Ops\u0002"_s +
+                             DateText::DateToText(f.clock.currentDateTime()) + u"\u0002jdoe\u0002ann,PC7"_s});
+        QCOMPARE(members(TempDB(), u"KorvaneGroupUsers"_s), (QStringList{u"ann"_s, u"PC7"_s}));
+        // Its members button for users asks the server first when the directory is not here.
+        shared.RecipientsButton(SelectUsers);
+        QCOMPARE(f.sent.last(), u"RUS\u0001G"_s);
     }
 };
 

@@ -321,9 +321,9 @@ private Q_SLOTS:
                                              << QStringList{u"5"_s, u"0 5"_s, u"0 5"_s};
         QTest::newRow("shared groups, postmaster")
             << int(DirectoryList::KorvaneGroups) << int(UserInfos::RolePostmaster)
-            << QStringList{u"5"_s, u"0 1 5"_s, u"0 5"_s};
+            << QStringList{u"6 5"_s, u"6 7 8 1 0 5"_s, u"6 0 5"_s};
         QTest::newRow("my groups, user") << int(DirectoryList::MyGroups) << int(UserInfos::RoleUser)
-                                         << QStringList{QString(), u"0 1"_s, u"0"_s};
+                                         << QStringList{u"6"_s, u"6 7 8 1 0"_s, u"6 0"_s};
     }
 
     void directoryMenus()

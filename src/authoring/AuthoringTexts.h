@@ -49,5 +49,12 @@ enum : int {
     UnselectAll,
     ColumnName,
     ColumnDescription,
+    // The group editor's title, one per mode.
+    GroupTitleFirst = 1160,
+    GroupLabelName = 1164,
+    GroupLabelDescription,
+    GroupExists,
+    GroupExistsPersonal,
+    GroupExistsShared,
 };
 } // namespace AuthoringTexts

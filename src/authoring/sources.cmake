@@ -4,6 +4,7 @@ set(AUTHORING_LOGIC_SOURCES
     authoring/AuthoringContext.h
     authoring/AuthoringTexts.h
     authoring/FormHints.cpp authoring/FormHints.h
+    authoring/GroupEditForm.cpp authoring/GroupEditForm.h
     authoring/MessageForm.cpp authoring/MessageForm.h
     authoring/ReplyForm.cpp authoring/ReplyForm.h
     authoring/SelectionList.cpp authoring/SelectionList.h
@@ -14,6 +15,7 @@ list(APPEND UI_SOURCES
     authoring/HintPane.cpp authoring/HintPane.h
     authoring/LevelDelegate.cpp authoring/LevelDelegate.h
     authoring/Selection.cpp authoring/Selection.h
+    authoring/frmGroupEdit.cpp authoring/frmGroupEdit.h authoring/frmGroupEdit.ui
     authoring/frmMessage.cpp authoring/frmMessage.h authoring/frmMessage.ui
     authoring/frmReply.cpp authoring/frmReply.h authoring/frmReply.ui
     authoring/frmSelection.cpp authoring/frmSelection.h authoring/frmSelection.ui

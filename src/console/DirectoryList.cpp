@@ -117,9 +117,9 @@ QList<DirectoryList::Item> DirectoryList::Items() const
     case Machines:
         return {mnuSend, mnuDelete, mnuRefresh};
     case KorvaneGroups:
-        return {mnuSend, mnuDelete, mnuRefresh};
+        return {mnuNew, mnuEdit, mnuDuplicate, mnuDelete, mnuSend, mnuRefresh};
     case MyGroups:
-        return {mnuSend, mnuDelete};
+        return {mnuNew, mnuEdit, mnuDuplicate, mnuDelete, mnuSend};
     case DomainGroups:
         return {mnuSend, mnuRefresh};
     case Administrators:
@@ -152,6 +152,11 @@ bool DirectoryList::Enabled(Item item, int selected) const
         return selected == 1 && administrator;
     case mnuRefresh:
         return (m_kind != Users && m_kind != Machines) || postmaster;
+    case mnuNew:
+        return m_kind == MyGroups || postmaster;
+    case mnuEdit:
+    case mnuDuplicate:
+        return selected == 1 && (m_kind == MyGroups || postmaster);
     }
     return false;
 }
@@ -200,6 +205,15 @@ void DirectoryList::ChangeName()
 {
     // The item has only ever traced; what it should change was never said.
     TraceLog(QStringLiteral("frmUsers:mnuChangeName_Click"));
+}
+
+int DirectoryList::GroupAction(Item item) const
+{
+    if (m_kind != MyGroups && m_kind != KorvaneGroups)
+        return -1;
+    // 0 and 1 edit a personal group, 2 and 3 a shared one; a duplicate is a new group.
+    const int base = m_kind == MyGroups ? 0 : 2;
+    return item == mnuEdit ? base + 1 : base;
 }
 
 bool DirectoryList::Refresh()

@@ -15,7 +15,7 @@ struct Session;
 // The logic of the console's six directory lists: who and what can be
 // addressed. Their rows, the members of a group, which popup items a
 // selection enables, and what the send, delete and refresh commands store and
-// send. The group editors come with the group forms.
+// send. The group commands open the group editor, whose mode GroupAction gives.
 class DirectoryList
 {
 public:
@@ -28,7 +28,18 @@ public:
         Machines = 14,
         Administrators = 15
     };
-    enum Item { mnuSend, mnuDelete, mnuChangeName, mnuChangeLanguage, mnuChangeAgent, mnuRefresh };
+    enum Item {
+        mnuSend,
+        mnuDelete,
+        mnuChangeName,
+        mnuChangeLanguage,
+        mnuChangeAgent,
+        mnuRefresh,
+        // The group editor's modes, on the personal and the shared groups.
+        mnuNew,
+        mnuEdit,
+        mnuDuplicate,
+    };
 
     struct Context
     {
@@ -62,6 +73,8 @@ public:
     // True when the focused row is gone and the grid drops it.
     bool Delete(const QString &focused);
     void ChangeName();
+    // The group editor's mode for New (duplicate: false) or Edit/Duplicate, -1 on a list without one.
+    int GroupAction(Item item) const;
     // True when the rows are at hand again (the domain groups); otherwise the answer re-creates the list.
     bool Refresh();
 

@@ -1,5 +1,6 @@
 #include "console/frmDirectory.h"
 
+#include "authoring/frmGroupEdit.h"
 #include "core/StringTable.h"
 
 #include <QAction>
@@ -10,14 +11,14 @@ namespace {
 
 int captionOf(DirectoryList::Item item)
 {
-    static const int texts[] = {1260, 1224, 1261, 1262, 1263, 1231};
+    static const int texts[] = {1260, 1224, 1261, 1262, 1263, 1231, 1220, 1221, 1225};
     return texts[item];
 }
 
 } // namespace
 
 frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
-    : QWidget(parent),
+    : QWidget(parent), m_ctx(context),
       m_directory(DirectoryList::Kind(list),
                   DirectoryList::Context{context.clientDB, context.tempDB, context.frontend, context.process,
                                          context.session, context.user, context.sendData})
@@ -125,6 +126,24 @@ void frmDirectory::run(DirectoryList::Item item)
     case DirectoryList::mnuChangeAgent:
         // Kept as they always were: items with nothing behind them.
         break;
+    case DirectoryList::mnuNew:
+    case DirectoryList::mnuEdit:
+    case DirectoryList::mnuDuplicate: {
+        frmGroupEdit editor({m_ctx.clientDB, m_ctx.tempDB, m_ctx.clock, m_ctx.user, m_ctx.policies,
+                             m_ctx.session, m_ctx.process, m_ctx.frontend, m_ctx.sendData},
+                            GroupEditForm::Action(m_directory.GroupAction(item)), this);
+        const QString name = focusedKey();
+        const QString description = m_filter.index(ui.grid->currentIndex().row(), 1).data().toString();
+        const QString members = m_directory.Members(name).join(QLatin1Char(','));
+        if (item == DirectoryList::mnuEdit)
+            editor.logic().EditGroup(name, description, members);
+        else if (item == DirectoryList::mnuDuplicate)
+            editor.logic().DuplicateGroup(description, members);
+        editor.showFields();
+        if (editor.exec() == QDialog::Accepted && editor.logic().RefreshList() == list())
+            LoadData();
+        break;
+    }
     case DirectoryList::mnuRefresh:
         if (m_directory.Refresh()) {
             LoadData();

@@ -37,6 +37,7 @@ private:
     QString focusedKey() const;
     int selectedCount() const;
 
+    ConsoleContext m_ctx;
     DirectoryList m_directory;
     QStandardItemModel m_model;
     QSortFilterProxyModel m_filter;

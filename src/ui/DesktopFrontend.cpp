@@ -1,6 +1,7 @@
 #include "ui/DesktopFrontend.h"
 
 #include "authoring/MessageForm.h"
+#include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "banner/frmBanner.h"
@@ -238,6 +239,14 @@ void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
                           : list == MachinesList        ? 14
                                                         : 15;
         m_console->Display(shown);
+    }
+    // "G": the group editor asked for it, and shows its selection now.
+    if (letter == QLatin1String("G")) {
+        if (frmGroupEdit *editor = frmGroupEdit::current())
+            editor->DisplayList(list == UsersList          ? SelectUsers
+                                : list == MachinesList     ? SelectMachines
+                                : list == KorvanGroupsList ? SelectKorvanGroups
+                                                           : -1);
     }
     // "M": the composer asked for the directory, and shows its selection now.
     if (letter == QLatin1String("M") && m_message) {

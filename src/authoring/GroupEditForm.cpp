@@ -1,0 +1,196 @@
+#include "authoring/GroupEditForm.h"
+
+#include "authoring/AuthoringTexts.h"
+#include "authoring/MessageForm.h"
+#include "core/Clock.h"
+#include "core/Frontend.h"
+#include "core/Globals.h"
+#include "core/Log.h"
+#include "core/Session.h"
+#include "core/StringTable.h"
+#include "core/UserInfos.h"
+#include "link/Commands.h"
+#include "link/Policies.h"
+#include "store/DBFunctions.h"
+#include "store/Database.h"
+
+namespace {
+
+QString withoutQuotes(const QString &text)
+{
+    return QString(text).remove(QLatin1Char('"'));
+}
+
+} // namespace
+
+GroupEditForm::GroupEditForm(Context context) : m_ctx(std::move(context)) {}
+
+void GroupEditForm::Load()
+{
+    m_buttons.domain = m_ctx.policies.UseDomainGroups;
+    m_buttons.korvan = m_ctx.policies.UseKorvanGroups;
+    m_buttons.domainInKorvanPlace = m_buttons.domain && !m_buttons.korvan;
+}
+
+void GroupEditForm::setAction(Action action)
+{
+    m_action = action;
+    // A shared group's members are users and machines only: the group buttons
+    // hide after the policies did their part, and showing them overrides them.
+    const bool personal = action == NewPersonal || action == EditPersonal;
+    m_buttons.domain = m_buttons.korvan = m_buttons.myGroups = personal;
+}
+
+QString GroupEditForm::Caption() const
+{
+    return ResString(AuthoringTexts::GroupTitleFirst + int(m_action)) + Tag;
+}
+
+void GroupEditForm::EditGroup(const QString &name, const QString &description, const QString &members)
+{
+    // A group's name is its key.
+    fields = {name, description, members, false};
+}
+
+void GroupEditForm::DuplicateGroup(const QString &description, const QString &members)
+{
+    fields = {QString(), description, members, true};
+}
+
+bool GroupEditForm::OKEnabled() const
+{
+    return !fields.txtGroupName.isEmpty() && !fields.txtTarget.isEmpty();
+}
+
+void GroupEditForm::RecipientsButton(int kind)
+{
+    const Session &session = m_ctx.session;
+    switch (kind) {
+    case SelectKorvanGroups:
+        session.GroupsKorvanLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RPI(QLatin1Char('G')));
+        return;
+    case SelectUsers:
+        session.UsersLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RUS(QLatin1Char('G')));
+        return;
+    case SelectMachines:
+        session.MachinesLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RMA(QLatin1Char('G')));
+        return;
+    default:
+        select(kind);
+        return;
+    }
+}
+
+void GroupEditForm::DisplayUsers()
+{
+    select(SelectUsers);
+}
+
+void GroupEditForm::DisplayMachines()
+{
+    select(SelectMachines);
+}
+
+void GroupEditForm::DisplayKorvanGroups()
+{
+    select(SelectKorvanGroups);
+}
+
+void GroupEditForm::select(int kind)
+{
+    if (getSelection)
+        fields.txtTarget = getSelection(kind, fields.txtTarget).left(MessageForm::TargetLimit);
+}
+
+bool GroupEditForm::exists(Database &store, const QString &table) const
+{
+    return store.exists(QStringLiteral("SELECT 1 FROM ") + table + QStringLiteral(" WHERE GroupName = ?"),
+                        {fields.txtGroupName});
+}
+
+GroupEditForm::Outcome GroupEditForm::OKButton()
+{
+    using namespace AuthoringTexts;
+    const QDateTime now = m_ctx.clock.currentDateTime();
+    fields.txtGroupName = withoutQuotes(fields.txtGroupName);
+    fields.txtDescription = withoutQuotes(fields.txtDescription);
+    fields.txtTarget = withoutQuotes(fields.txtTarget);
+    m_refresh = 0;
+    const auto refused = [this](int title) {
+        m_ctx.frontend.MessageBoxShow(ResString(GroupExists), ResString(title), IconExclamation, ButtonsOk);
+        return StayOpen;
+    };
+    const auto sendGroup = [&] {
+        m_ctx.sendData(Commands::KVG(fields.txtGroupName, fields.txtDescription, now, m_ctx.user.UserID(),
+                                     fields.txtTarget));
+    };
+    switch (m_action) {
+    case NewPersonal:
+        if (exists(m_ctx.clientDB, QStringLiteral("MyGroups")))
+            return refused(GroupExistsPersonal);
+        [[fallthrough]];
+    case EditPersonal:
+        saveGroup(m_ctx.clientDB, QStringLiteral("MyGroups"), QStringLiteral("MyGroupUsers"),
+                  StoredDate(now));
+        if (m_ctx.process.CurrentList == 12)
+            m_refresh = 12;
+        break;
+    case NewShared:
+        if (exists(m_ctx.tempDB, QStringLiteral("KorvaneGroups")))
+            return refused(GroupExistsShared);
+        sendGroup();
+        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"),
+                  StoredDate(now));
+        if (m_ctx.process.CurrentList == 11)
+            m_refresh = 11;
+        break;
+    case EditShared:
+        sendGroup();
+        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"),
+                  StoredDate(now));
+        break;
+    }
+    return Close;
+}
+
+bool GroupEditForm::saveGroup(Database &store, const QString &groups, const QString &members,
+                              const QString &now)
+{
+    const QString step = groups == QLatin1String("MyGroups")
+                             ? QStringLiteral("frmGroupEdit:SaveMyGroup - ")
+                             : QStringLiteral("frmGroupEdit:SaveKorvaneGroup - ");
+    const QString &name = fields.txtGroupName;
+    // All of it or none: a failed save keeps the members it found.
+    Transaction batch(store);
+    const auto failed = [&] {
+        WriteLog(step + store.lastError());
+        return false;
+    };
+    if (!store.exec(QStringLiteral("DELETE FROM ") + members + QStringLiteral(" WHERE GroupName = ?"),
+                    {name}))
+        return failed();
+    // A group without members does not exist.
+    if (fields.txtTarget.isEmpty()) {
+        if (!store.exec(QStringLiteral("DELETE FROM ") + groups + QStringLiteral(" WHERE GroupName = ?"),
+                        {name}))
+            return failed();
+        return batch.commit() || failed();
+    }
+    if (!store.exec(
+            QStringLiteral("INSERT INTO ") + groups +
+                QStringLiteral(" (GroupName, Description, CreationDate, Creator) VALUES (?, ?, ?, ?) "
+                               "ON CONFLICT (GroupName) DO UPDATE SET Description = excluded.Description, "
+                               "CreationDate = excluded.CreationDate, Creator = excluded.Creator"),
+            {name, fields.txtDescription, now, m_ctx.user.UserID()}))
+        return failed();
+    // SaveMembers: every item a row under UserID, whatever it names; a blank item is none.
+    for (const QString &item : fields.txtTarget.split(QLatin1Char(','))) {
+        if (item.isEmpty() || item == QLatin1String(" "))
+            continue;
+        if (!store.exec(QStringLiteral("INSERT OR IGNORE INTO ") + members +
+                            QStringLiteral(" (GroupName, UserID) VALUES (?, ?)"),
+                        {name, item}))
+            return failed();
+    }
+    return batch.commit() || failed();
+}
