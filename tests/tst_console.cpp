@@ -1,5 +1,6 @@
 // The console's frame (the side bar by role and policy, what a click shows or
 // asks for, the window's place) and its lists' column layouts.
+#include "console/AdminsEditForm.h"
 #include "console/ConsoleFrame.h"
 #include "console/CsvExport.h"
 #include "console/DirectoryList.h"
@@ -390,6 +391,19 @@ private Q_SLOTS:
         // Roles show as words; a number no version knows stays a number.
         QCOMPARE(DirectoryList(DirectoryList::Administrators, context).LoadData(),
                  (QList<QStringList>{{u"a"_s, u"Packager"_s}, {u"b"_s, u"7"_s}}));
+        // A role given to two users at once: one ADM, one row updated and one added.
+        sent.clear();
+        process.CurrentList = 15;
+        AdminsEditForm role({TempDB(), session, process, context.sendData});
+        QCOMPARE(role.OKButton(), AdminsEditForm::StayOpen);
+        role.EditAdmin(u"a, z"_s, UserInfos::RoleAdministrator);
+        QCOMPARE(role.OKButton(), AdminsEditForm::Close);
+        QVERIFY(role.RefreshList());
+        QCOMPARE(sent, QStringList{u"ADM\u0001a, z\u00023"_s});
+        QCOMPARE(DirectoryList(DirectoryList::Administrators, context).LoadData(),
+                 (QList<QStringList>{
+                     {u"a"_s, u"Administrator"_s}, {u"b"_s, u"7"_s}, {u"z"_s, u"Administrator"_s}}));
+        sent.clear();
 
         // A personal group: its members in their order; No keeps it, Yes takes it with its members.
         DirectoryList mine(DirectoryList::MyGroups, context);

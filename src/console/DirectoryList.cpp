@@ -123,7 +123,7 @@ QList<DirectoryList::Item> DirectoryList::Items() const
     case DomainGroups:
         return {mnuSend, mnuRefresh};
     case Administrators:
-        return {mnuRefresh};
+        return {mnuNew, mnuEdit, mnuRefresh};
     }
     return {};
 }
@@ -153,10 +153,10 @@ bool DirectoryList::Enabled(Item item, int selected) const
     case mnuRefresh:
         return (m_kind != Users && m_kind != Machines) || postmaster;
     case mnuNew:
-        return m_kind == MyGroups || postmaster;
+        return m_kind == MyGroups || m_kind == Administrators || postmaster;
     case mnuEdit:
     case mnuDuplicate:
-        return selected == 1 && (m_kind == MyGroups || postmaster);
+        return selected == 1 && (m_kind == MyGroups || m_kind == Administrators || postmaster);
     }
     return false;
 }

@@ -1,6 +1,7 @@
 #include "console/frmDirectory.h"
 
 #include "authoring/frmGroupEdit.h"
+#include "console/frmAdminsEdit.h"
 #include "core/StringTable.h"
 
 #include <QAction>
@@ -129,6 +130,10 @@ void frmDirectory::run(DirectoryList::Item item)
     case DirectoryList::mnuNew:
     case DirectoryList::mnuEdit:
     case DirectoryList::mnuDuplicate: {
+        if (m_directory.kind() == DirectoryList::Administrators) {
+            editRole(item == DirectoryList::mnuEdit);
+            break;
+        }
         frmGroupEdit editor({m_ctx.clientDB, m_ctx.tempDB, m_ctx.clock, m_ctx.user, m_ctx.policies,
                              m_ctx.session, m_ctx.process, m_ctx.frontend, m_ctx.sendData},
                             GroupEditForm::Action(m_directory.GroupAction(item)), this);
@@ -153,6 +158,22 @@ void frmDirectory::run(DirectoryList::Item item)
         }
         break;
     }
+}
+
+void frmDirectory::editRole(bool edit)
+{
+    frmAdminsEdit editor({m_ctx.tempDB, m_ctx.session, m_ctx.process, m_ctx.sendData}, this);
+    if (edit) {
+        // The role as its index: the row shows its word.
+        const QString word = m_filter.index(ui.grid->currentIndex().row(), 1).data().toString();
+        int authority = 0;
+        while (authority < 3 && ResString(1268 + authority) != word)
+            ++authority;
+        editor.logic().EditAdmin(focusedKey(), authority);
+    }
+    editor.showFields();
+    if (editor.exec() == QDialog::Accepted && editor.logic().RefreshList())
+        LoadData();
 }
 
 void frmDirectory::showMembers()

@@ -34,6 +34,8 @@ private:
     void showMenu(const QPoint &at);
     void run(DirectoryList::Item item);
     void showMembers();
+    // The role editor, empty or on the focused holder.
+    void editRole(bool edit);
     QString focusedKey() const;
     int selectedCount() const;
 

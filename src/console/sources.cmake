@@ -1,5 +1,6 @@
 # The logic of the console: no widgets, compiled under the engine's rules.
 set(CONSOLE_LOGIC_SOURCES
+    console/AdminsEditForm.cpp console/AdminsEditForm.h
     console/ConsoleFrame.cpp console/ConsoleFrame.h
     console/CsvExport.cpp console/CsvExport.h
     console/DirectoryList.cpp console/DirectoryList.h
@@ -17,6 +18,7 @@ list(APPEND UI_SOURCES
     console/ConsoleContext.h
     console/LevelCellDelegate.cpp console/LevelCellDelegate.h
     console/frmAdmin.cpp console/frmAdmin.h console/frmAdmin.ui
+    console/frmAdminsEdit.cpp console/frmAdminsEdit.h console/frmAdminsEdit.ui
     console/frmDirectory.cpp console/frmDirectory.h console/frmDirectory.ui
     console/frmList.cpp console/frmList.h console/frmList.ui
 )

@@ -6,6 +6,7 @@
 #include "authoring/frmReply.h"
 #include "banner/frmBanner.h"
 #include "console/frmAdmin.h"
+#include "console/frmAdminsEdit.h"
 #include "console/frmList.h"
 #include "core/Log.h"
 #include "store/DBFunctions.h"
@@ -240,6 +241,10 @@ void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
                                                         : 15;
         m_console->Display(shown);
     }
+    // "L": the role editor asked for the users.
+    if (letter == QLatin1String("L") && list == UsersList)
+        if (frmAdminsEdit *editor = frmAdminsEdit::current())
+            editor->DisplayUsers();
     // "G": the group editor asked for it, and shows its selection now.
     if (letter == QLatin1String("G")) {
         if (frmGroupEdit *editor = frmGroupEdit::current())
