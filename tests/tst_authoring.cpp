@@ -271,14 +271,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("refusal");
         QTest::addColumn<QString>("link");
-        QTest::newRow("no attachment") << QString() << QString() << QString();
-        QTest::newRow("local") << u"<home>/report.pdf"_s << u"Wrong location"_s << QString();
+        QTest::addColumn<bool>("package");
+        QTest::newRow("no attachment") << QString() << QString() << QString() << false;
+        QTest::newRow("local") << u"<home>/report.pdf"_s << u"Wrong location"_s << QString() << false;
         QTest::newRow("on a share") << u"<share>/q4/report.pdf"_s << QString()
-                                    << u"//srv/docs/q4/report.pdf"_s;
-        QTest::newRow("capitals pass") << u"<share>/report.EXE"_s << QString() << u"//srv/docs/report.EXE"_s;
-        QTest::newRow("denied type") << u"<share>/report.exe"_s << u"Wrong file type"_s << QString();
-        QTest::newRow("vanished") << u"<share>/gone.pdf"_s << u"Wrong location"_s << QString();
-        QTest::newRow("unc text") << u"//srv/docs/a.pdf"_s << QString() << u"//srv/docs/a.pdf"_s;
+                                    << u"//srv/docs/q4/report.pdf"_s << false;
+        QTest::newRow("capitals pass")
+            << u"<share>/report.EXE"_s << QString() << u"//srv/docs/report.EXE"_s << false;
+        QTest::newRow("denied type") << u"<share>/report.exe"_s << u"Wrong file type"_s << QString() << false;
+        QTest::newRow("vanished") << u"<share>/gone.pdf"_s << u"Wrong location"_s << QString() << false;
+        QTest::newRow("unc text") << u"//srv/docs/a.pdf"_s << QString() << u"//srv/docs/a.pdf"_s << false;
+        // A package may carry an installer, never a local file.
+        QTest::newRow("package installer")
+            << u"<share>/report.exe"_s << QString() << u"//srv/docs/report.exe"_s << true;
+        QTest::newRow("package local") << u"<home>/report.pdf"_s << u"Wrong location"_s << QString() << true;
     }
 
     void verifyFile()
@@ -286,7 +292,10 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(QString, refusal);
         QFETCH(QString, link);
+        QFETCH(bool, package);
         Fixture f;
+        MessageForm packageForm(f.context, true);
+        MessageForm &form = package ? packageForm : f.form;
         const QString share = f.profile.path() + u"/share"_s, home = f.profile.path() + u"/home"_s;
         for (const QString &file :
              {u"share/q4/report.pdf"_s, u"share/report.EXE"_s, u"share/report.exe"_s, u"home/report.pdf"_s})
@@ -295,16 +304,16 @@ private Q_SLOTS:
                                                 share.toUtf8() + " rw - cifs //srv/docs rw\n");
         NetworkPaths::UseMountTable(f.profile.path() + u"/mountinfo"_s);
         path.replace(u"<share>"_s, share).replace(u"<home>"_s, home);
-        f.form.Fields.txtLink = path;
-        QCOMPARE(f.form.VerifyFile(path), refusal.isEmpty());
+        form.Fields.txtLink = path;
+        QCOMPARE(form.VerifyFile(path), refusal.isEmpty());
         NetworkPaths::UseMountTable(QString());
         QCOMPARE(f.frontend.questions.isEmpty() ? QString() : f.frontend.questions.last().caption, refusal);
         if (refusal.isEmpty())
-            QCOMPARE(f.form.Fields.txtLink, link);
+            QCOMPARE(form.Fields.txtLink, link);
         // A refused attachment keeps the form open with nothing sent.
-        f.form.Fields.txtText = u"x"_s;
+        form.Fields.txtText = u"x"_s;
         if (!refusal.isEmpty())
-            QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+            QCOMPARE(form.OKButton(), MessageForm::StayOpen);
         QCOMPARE(f.sent, QStringList());
     }
 
@@ -427,6 +436,9 @@ private Q_SLOTS:
         QTest::newRow("PTP outbox") << u"PTP"_s << u"O\x02N"_s << 3 << u"duplicate 6 client Outbox O N"_s;
         QTest::newRow("STP inbox") << u"STP"_s << u"O\x02N"_s << 1 << u"duplicate 3 client Inbox O N"_s;
         QTest::newRow("MDU with one ID") << u"MDU"_s << u"O"_s << 1 << QString();
+        QTest::newRow("PID") << u"PID"_s << u"P1"_s << 0 << u"package P1 bob,PC7"_s;
+        QTest::newRow("PDU all packages") << u"PDU"_s << u"O\x02N"_s << 9 << u"package copy O N 1"_s;
+        QTest::newRow("PDU elsewhere") << u"PDU"_s << u"O\x02N"_s << 2 << u"package copy O N 0"_s;
         QTest::newRow("RID") << u"RID"_s << u"N1"_s << 0 << u"reply N1 0"_s;
         QTest::newRow("RAL") << u"RAL"_s << u"N1"_s << 0 << u"reply N1 1"_s;
     }
@@ -451,6 +463,50 @@ private Q_SLOTS:
         if (code == u"PTP"_s)
             QVERIFY(logText().contains(
                 u"Splitting PTP\nLoading frmMessage\nActionType\nDuplicating\nShowing\n"_s));
+    }
+
+    void packageComposer()
+    {
+        Fixture f;
+        MessageForm package(f.context, true);
+        package.Load();
+        package.OpenNew(0, u"P1"_s, QString());
+        QCOMPARE(package.Caption(), u"New packageP1"_s);
+        QVERIFY(package.Levels().isEmpty());
+        // Text without a link keeps OK off; the target may stay empty whatever SEND says.
+        f.policies.CanSendToAll = false;
+        package.Fields.txtText = u"Install the new VPN client"_s;
+        package.TextChanged();
+        QVERIFY(!package.Enabling().OKButton);
+        package.Fields.txtLink = u"//srv/docs/vpn.exe"_s;
+        package.TextChanged();
+        QVERIFY(package.Enabling().OKButton);
+        // Mandatory stands with the next run: off for an Immediate package that does not repeat.
+        package.EnableFields();
+        QVERIFY(!package.Enabling().nextRun);
+        package.cboDelivery_Click(DeliveryScheduled);
+        QVERIFY(package.Enabling().nextRun);
+        // The record: the reserved level, no reply, Mandatory in ExactTime; sent as PKG.
+        package.Fields.chkReply = package.Fields.chkExactTime = true;
+        QCOMPARE(package.OKButton(), MessageForm::Close);
+        QVERIFY(f.sent.last().startsWith(u"PKG\u0001"_s));
+        const DVMessage sent = f.lastRecord();
+        QCOMPARE((QList<QVariant>{sent.MsgLevel, sent.AllowReply, sent.ExactTime, sent.InitID}),
+                 (QList<QVariant>{u"sysKVPackage"_s, false, true, u"P1"_s}));
+        // An edit that changed nothing sends nothing; a real one clears InitID and keeps the status.
+        DVMessage stored = sent;
+        stored.Status = StatusCancelled;
+        package.EditMessage(stored, 1);
+        const qsizetype before = f.sent.size();
+        QCOMPARE(package.OKButton(), MessageForm::Close);
+        QCOMPARE(f.sent.size(), before);
+        package.Fields.txtText = u"Install it today"_s;
+        package.OKButton();
+        QCOMPARE((QList<QVariant>{f.lastRecord().Message, f.lastRecord().InitID, f.lastRecord().Status}),
+                 (QList<QVariant>{u"Install it today"_s, QString(), int(StatusCancelled)}));
+        // Its directory requests carry P.
+        package.RecipientsButton(SelectUsers);
+        QCOMPARE(f.sent.last(), u"RUS\u0001P"_s);
     }
 
     void groupEditor()

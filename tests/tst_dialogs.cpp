@@ -195,6 +195,19 @@ private Q_SLOTS:
             (QList<bool>{form.ui.OKButton->isVisibleTo(&form), form.ui.cmdUsers->isVisibleTo(&form),
                          form.ui.cmdVariable->isVisibleTo(&form), form.ui.CancelButton->isVisibleTo(&form)}),
             (QList<bool>{false, false, false, true}));
+
+        // The package composer: no level and no reply; Mandatory, and OK only with a link.
+        frmMessage package({Clock::current(), ClientDB(), TempDB(), user, gPolicies(), gLevels(), gSession(),
+                            gProcess(), senders, frontend, [](const QString &) { return true; }},
+                           true);
+        package.OpenNew(0, u"P1"_s, QString());
+        package.ui.txtText->setPlainText(u"Install"_s);
+        QCOMPARE((QList<QVariant>{package.windowTitle(), package.ui.cboLevel->isVisibleTo(&package),
+                                  package.ui.chkReply->isVisibleTo(&package), package.ui.chkExactTime->text(),
+                                  package.ui.OKButton->isEnabled()}),
+                 (QList<QVariant>{u"New packageP1"_s, false, false, u"Mandatory"_s, false}));
+        package.ui.txtLink->setText(u"//srv/docs/setup.exe"_s);
+        QVERIFY(package.ui.OKButton->isEnabled());
     }
 
     // The console as a user opens it: no administration items, the Outbox first, and

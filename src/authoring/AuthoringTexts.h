@@ -56,5 +56,9 @@ enum : int {
     GroupExists,
     GroupExistsPersonal,
     GroupExistsShared,
+    // The package composer's title, one per mode, and its Mandatory box.
+    PackageTitleFirst = 1170,
+    CheckMandatory = 1173,
+    HintMandatory,
 };
 } // namespace AuthoringTexts

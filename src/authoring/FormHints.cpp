@@ -23,9 +23,12 @@ QString FormHints::Hint(const QString &controlName)
     name.replace(QStringLiteral("timeNextRun"), QStringLiteral("dateNextRun"));
     name.replace(QStringLiteral("timeExpiration"), QStringLiteral("dateExpiration"));
     const qsizetype index = Controls().indexOf(name);
-    if (index < 0)
+    // The package composer's Mandatory box stands where Exact time stands in a message's.
+    const bool mandatory = name == QLatin1String("chkMandatory");
+    if (index < 0 && !mandatory)
         return {};
-    const QString text = ResString(AuthoringTexts::HintFirst + int(index));
+    const QString text =
+        ResString(mandatory ? int(AuthoringTexts::HintMandatory) : AuthoringTexts::HintFirst + int(index));
     const qsizetype bar = text.indexOf(QLatin1Char('|'));
     if (bar < 0)
         return text;

@@ -43,7 +43,10 @@ void unquote(QString &text)
 
 } // namespace
 
-MessageForm::MessageForm(AuthoringContext context) : m_ctx(std::move(context)) {}
+MessageForm::MessageForm(AuthoringContext context, bool package)
+    : m_ctx(std::move(context)), m_package(package)
+{
+}
 
 QString MessageForm::VariableList()
 {
@@ -52,6 +55,9 @@ QString MessageForm::VariableList()
 
 QString MessageForm::Caption() const
 {
+    // The package titles have no trailing blank: the ID follows directly.
+    if (m_package)
+        return ResString(AuthoringTexts::PackageTitleFirst + qBound(0, m_action, 2)) + Tag;
     return ResString(AuthoringTexts::TitleNewMessage + qBound(0, m_action, 8)) + Tag;
 }
 
@@ -65,7 +71,8 @@ void MessageForm::Load()
     Fields.timeNextRun = toMinute(m_ctx.clock.currentDateTime());
     Fields.timeExpiration = Fields.timeNextRun;
     m_levels.clear();
-    for (const level &row : m_ctx.levels.items()) {
+    // A package carries the reserved level: there is none to choose.
+    for (const level &row : m_package ? QList<level>() : m_ctx.levels.items()) {
         if (row.Authority > m_ctx.user.MyAuthority())
             continue;
         m_levels.append({row.LevelName, row.Description, quint32(qint64(row.BackColor)),
@@ -137,7 +144,8 @@ void MessageForm::Msg2Fields(bool full)
     const DVMessage &msg = *m_base;
     if (full)
         Tag = msg.MsgID;
-    Fields.chkReply = msg.AllowReply;
+    if (!m_package)
+        Fields.chkReply = msg.AllowReply;
     Fields.txtLink = msg.Attachment;
     Fields.chkBroadcast = msg.Agent.isEmpty();
     Fields.chkExactTime = msg.ExactTime;
@@ -147,7 +155,8 @@ void MessageForm::Msg2Fields(bool full)
     }
     Fields.txtText = msg.Message.left(TextLimit);
     Fields.cboDelivery = qBound(0, int(msg.MsgDelivery), 3);
-    Fields.cboLevel = msg.MsgLevel;
+    if (!m_package)
+        Fields.cboLevel = msg.MsgLevel;
     Fields.chkNotify = msg.Notify;
     Fields.chkReceipt = msg.ReceiptRequired;
     Fields.cboRepeat = qBound(0, int(msg.RepeatStep), int(RepeatLogon));
@@ -163,7 +172,7 @@ void MessageForm::Msg2Fields(bool full)
 DVMessage MessageForm::Fields2Msg() const
 {
     DVMessage msg;
-    msg.AllowReply = Fields.chkReply;
+    msg.AllowReply = !m_package && Fields.chkReply;
     msg.Attachment = Fields.txtLink;
     // An empty agent sends to the whole network, the agent's name only to its clients.
     msg.Agent = Fields.chkBroadcast ? QString() : m_ctx.user.Agent;
@@ -174,7 +183,7 @@ DVMessage MessageForm::Fields2Msg() const
     msg.ModificationDate = m_ctx.clock.currentDateTime();
     msg.MsgDelivery = qint16(Fields.cboDelivery);
     msg.MsgID = Tag;
-    msg.MsgLevel = Fields.cboLevel;
+    msg.MsgLevel = m_package ? QStringLiteral("sysKVPackage") : Fields.cboLevel;
     msg.Notify = Fields.chkNotify;
     msg.ReceiptRequired = Fields.chkReceipt;
     msg.RepeatStep = Fields.cboRepeat;
@@ -202,6 +211,14 @@ void MessageForm::EnableFields()
     // An Immediate message that does not repeat has no expiration to edit.
     e.expiration = delivery > 0 || Fields.numRepeat > 0;
     e.cboRepeat = Fields.numRepeat > 0;
+    if (m_package) {
+        // A package always has its link and its broadcast choice; only the group policies count.
+        e.cmdDomainVisible = p.UseDomainGroups;
+        e.cmdKorvanVisible = p.UseKorvanGroups;
+        e.cmdDomainInKorvanPlace = p.UseDomainGroups && !p.UseKorvanGroups;
+        e.txtLinkVisible = true;
+        return;
+    }
     if (m_action != ViewMessageAction) {
         e.txtLinkVisible = p.CanLinkDocument;
         e.cmdDomainVisible = p.UseDomainGroups;
@@ -234,6 +251,11 @@ void MessageForm::chkReceipt_Click(bool checked)
 
 void MessageForm::TextChanged()
 {
+    // A package is its document: the text and the link, whatever SEND says of the target.
+    if (m_package) {
+        m_enabling.OKButton = !Fields.txtText.isEmpty() && !Fields.txtLink.isEmpty();
+        return;
+    }
     // Only a user who may send to all may leave the recipients empty: it means everybody.
     m_enabling.OKButton = m_ctx.policies.CanSendToAll
                               ? !Fields.txtText.isEmpty()
@@ -267,17 +289,22 @@ void MessageForm::RecipientsButton(int kind)
         select(kind);
         return;
     case SelectKorvanGroups:
-        session.GroupsKorvanLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RPI(QLatin1Char('M')));
+        session.GroupsKorvanLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RPI(requester()));
         return;
     case SelectUsers:
-        session.UsersLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RUS(QLatin1Char('M')));
+        session.UsersLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RUS(requester()));
         return;
     case SelectMachines:
-        session.MachinesLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RMA(QLatin1Char('M')));
+        session.MachinesLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RMA(requester()));
         return;
     default:
         return;
     }
+}
+
+QChar MessageForm::requester() const
+{
+    return QLatin1Char(m_package ? 'P' : 'M');
 }
 
 void MessageForm::select(int kind)
@@ -302,6 +329,9 @@ bool MessageForm::VerifyFile(const QString &path)
         return false;
     }
     Fields.txtLink = network;
+    // The refused extensions are a message's rule: a package may carry an installer.
+    if (m_package)
+        return true;
     const qsizetype dot = network.lastIndexOf(QLatin1Char('.'));
     const QString extension = dot < 0 ? network : network.mid(dot + 1);
     // Case counts: "EXE" passes a list that refuses "exe", as it always has.
@@ -338,7 +368,8 @@ MessageForm::Outcome MessageForm::OKButton()
     DVMessage msg = Fields2Msg();
 
     const QDateTime now = m_ctx.clock.currentDateTime();
-    if (msg.ExactTime && msg.StartDate < DateText::TruncateToMinute(now) && msg.RepeatValue == 0) {
+    if (!m_package && msg.ExactTime && msg.StartDate < DateText::TruncateToMinute(now) &&
+        msg.RepeatValue == 0) {
         const QString text = ResString(AuthoringTexts::ExactTimeText) + QLatin1Char('\n') +
                              ResString(AuthoringTexts::ExactTimeQuestion);
         if (m_ctx.frontend.MessageBoxShow(text, ResString(AuthoringTexts::ExactTimeTitle), IconQuestion,
@@ -346,6 +377,26 @@ MessageForm::Outcome MessageForm::OKButton()
             return StayOpen;
     }
 
+    if (m_package) {
+        // The engine's own intake refreshes the packages' list.
+        if (m_action == NewMessage) {
+            msg.CreationDate = msg.ModificationDate = now;
+            msg.Status = StatusActive;
+            msg.InitID = msg.MsgID;
+            m_ctx.senders.PkgNew(msg);
+        } else if (m_action == EditMessageAction) {
+            DVMessage compared = msg;
+            keepUnshown(compared);
+            if (m_base && compared.IsEqual(*m_base))
+                return Close;
+            // Unlike a message's edit, the creation and next run are not carried over and InitID goes.
+            msg.ModificationDate = now;
+            msg.InitID.clear();
+            msg.Status = m_base ? m_base->Status : StatusActive;
+            m_ctx.senders.PkgEdit(msg);
+        }
+        return Close;
+    }
     const int list = m_ctx.process.CurrentList;
     const auto refresh = [this, list](int shown, const DVMessage &record) {
         if (list == shown)

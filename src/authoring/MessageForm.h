@@ -101,7 +101,10 @@ public:
     // What a press of OK left behind.
     enum Outcome { StayOpen, Close };
 
-    explicit MessageForm(AuthoringContext context);
+    // A package composer when package is set: no level, no reply, Mandatory in
+    // the place of Exact time, and a link always required.
+    explicit MessageForm(AuthoringContext context, bool package = false);
+    bool isPackage() const { return m_package; }
 
     // The state after the form is loaded: labels aside, the level list and the dates.
     void Load();
@@ -158,10 +161,13 @@ public:
 
 private:
     void select(int kind);
+    // The letter of the directory requests: "P" for a package, "M" for a message.
+    QChar requester() const;
     void keepUnshown(DVMessage &msg) const;
 
     AuthoringContext m_ctx;
     int m_action = NewMessage;
+    bool m_package = false;
     MessageEnabling m_enabling;
     QList<LevelRow> m_levels;
     std::optional<DVMessage> m_base;

@@ -35,10 +35,18 @@ QList<QWidget *> hinted(Ui::frmMessage &ui)
 
 } // namespace
 
-frmMessage::frmMessage(AuthoringContext context, QWidget *parent)
-    : QWidget(parent), m_logic(std::move(context))
+frmMessage::frmMessage(AuthoringContext context, bool package, QWidget *parent)
+    : QWidget(parent), m_logic(std::move(context), package)
 {
     ui.setupUi(this);
+    if (package) {
+        // A package has the reserved level and no reply; Mandatory takes Exact time's place.
+        for (QWidget *absent : {static_cast<QWidget *>(ui.lblLevel), static_cast<QWidget *>(ui.cboLevel),
+                                static_cast<QWidget *>(ui.chkReply), static_cast<QWidget *>(ui.lblPreview),
+                                static_cast<QWidget *>(ui.lblSample)})
+            absent->hide();
+        ui.chkExactTime->setObjectName(QStringLiteral("chkMandatory"));
+    }
     setAttribute(Qt::WA_DeleteOnClose);
     m_levels = new QStandardItemModel(0, 2, this);
     auto *view = new QTreeView(ui.cboLevel);
@@ -65,11 +73,12 @@ frmMessage::frmMessage(AuthoringContext context, QWidget *parent)
         applyEnabling();
         updateSample();
     });
-    connect(ui.txtTarget, &QLineEdit::textChanged, this, [this] {
-        readFields();
-        m_logic.TextChanged();
-        applyEnabling();
-    });
+    for (QLineEdit *edit : {ui.txtTarget, ui.txtLink})
+        connect(edit, &QLineEdit::textChanged, this, [this] {
+            readFields();
+            m_logic.TextChanged();
+            applyEnabling();
+        });
     connect(ui.cboLevel, &QComboBox::currentIndexChanged, this, [this] { updateSample(); });
     connect(ui.cboDelivery, &QComboBox::activated, this, [this](int index) {
         readFields();
@@ -132,7 +141,7 @@ void frmMessage::AssignLabels()
     ui.chkReply->setText(ResString(CheckReply));
     ui.chkReceipt->setText(ResString(CheckReceipt));
     ui.chkNotify->setText(ResString(CheckNotify));
-    ui.chkExactTime->setText(ResString(CheckExactTime));
+    ui.chkExactTime->setText(ResString(m_logic.isPackage() ? int(CheckMandatory) : int(CheckExactTime)));
     ui.chkBroadcast->setText(ResString(CheckBroadcast));
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));

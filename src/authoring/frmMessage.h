@@ -14,7 +14,8 @@ class frmMessage final : public QWidget
 {
     Q_OBJECT
 public:
-    explicit frmMessage(AuthoringContext context, QWidget *parent = nullptr);
+    // The package composer when package is set: the same form without level and reply.
+    explicit frmMessage(AuthoringContext context, bool package = false, QWidget *parent = nullptr);
 
     MessageForm &logic() { return m_logic; }
     // Loads the form afresh, then the record of the mode.

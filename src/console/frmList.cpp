@@ -513,9 +513,8 @@ void frmList::run(int item)
         list.New();
         break;
     case MessageList::mnuEdit:
-        // Packages are edited in their own composer, which comes with the packages.
-        if (list.kind() != MessageList::AllPkgs)
-            m_ctx.editMessage(GetMessage(list.store(), list.table(), focused), 1);
+        // A package goes to the package composer by its level.
+        m_ctx.editMessage(GetMessage(list.store(), list.table(), focused), 1);
         break;
     case MessageList::mnuCancel:
         if (list.Cancel(focused))

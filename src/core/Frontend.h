@@ -70,6 +70,10 @@ public:
     // duplicate request; the temporary store when temporaryStore is set.
     virtual void DuplicateMessageForm(int action, bool temporaryStore, const QString &table,
                                       const QString &oldID, const QString &newID) = 0;
+    // The package composer: a new package under its ID, or a copy of a received
+    // one under a new ID (copy set).
+    virtual void OpenPackageForm(const QString &msgID, const QString &target) = 0;
+    virtual void DuplicatePackageForm(const QString &oldID, const QString &newID, bool copy) = 0;
     // The reply form for the message the banner last acted on.
     virtual void OpenReplyForm(const QString &newID, bool toAll) = 0;
 

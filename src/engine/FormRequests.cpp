@@ -59,9 +59,18 @@ void KorvanClient::OpenComposer(const QString &code, const QString &data, Failur
             frontend->OpenMessageForm(action, data, target);
         return;
     }
-    // The package composer answers PID and PDU.
-    if (code == QLatin1String("PID") || code == QLatin1String("PDU")) {
-        TraceLog(Form + QStringLiteral("OpenComposer - ") + code);
+    if (code == QLatin1String("PID")) {
+        if (frontend)
+            frontend->OpenPackageForm(data, target);
+        return;
+    }
+    if (code == QLatin1String("PDU")) {
+        const QStringList ids = CommandDispatcher::Parts(data, 2, failure);
+        if (failure.isSet())
+            return;
+        // Copied only from the packages' list, and from the received ones: kept as it always was.
+        if (frontend)
+            frontend->DuplicatePackageForm(ids.value(0), ids.value(1), gProcess().CurrentList == 9);
         return;
     }
     const bool progress = code == QLatin1String("PTP");

@@ -67,6 +67,7 @@ void DesktopFrontend::setAuthoring(std::optional<AuthoringContext> context)
     // The forms hold the engine's parts; they go before the engine does.
     if (!context) {
         delete m_message;
+        delete m_package;
         delete m_reply;
     }
     m_authoring.reset();
@@ -92,6 +93,45 @@ frmMessage *DesktopFrontend::composer()
     if (!m_message)
         m_message = new frmMessage(*m_authoring);
     return m_message;
+}
+
+frmMessage *DesktopFrontend::packageComposer()
+{
+    if (!m_authoring)
+        return nullptr;
+    if (!m_package)
+        m_package = new frmMessage(*m_authoring, true);
+    return m_package;
+}
+
+frmMessage *DesktopFrontend::composerFor(const DVMessage &msg)
+{
+    return msg.MsgLevel == QLatin1String("sysKVPackage") ? packageComposer() : composer();
+}
+
+void DesktopFrontend::OpenPackageForm(const QString &msgID, const QString &target)
+{
+    if (frmMessage *form = packageComposer()) {
+        form->OpenNew(0, msgID, target);
+        form->show();
+        form->raise();
+        form->activateWindow();
+    }
+}
+
+void DesktopFrontend::DuplicatePackageForm(const QString &oldID, const QString &newID, bool copy)
+{
+    frmMessage *form = packageComposer();
+    if (!form)
+        return;
+    form->OpenNew(0, newID, QString());
+    if (copy && !form->DuplicateMessage(ClientDB(), QStringLiteral("InPkg"), oldID, newID)) {
+        form->close();
+        return;
+    }
+    form->show();
+    form->raise();
+    form->activateWindow();
 }
 
 void DesktopFrontend::OpenMessageForm(int action, const QString &msgID, const QString &target)
@@ -123,7 +163,7 @@ void DesktopFrontend::EditMessage(const DVMessage &msg, int action)
 {
     if (msg.MsgID.isEmpty())
         return;
-    if (frmMessage *form = composer()) {
+    if (frmMessage *form = composerFor(msg)) {
         form->EditMessage(msg, action);
         form->show();
         form->raise();
@@ -133,7 +173,7 @@ void DesktopFrontend::EditMessage(const DVMessage &msg, int action)
 
 void DesktopFrontend::ViewMessage(const DVMessage &msg)
 {
-    if (frmMessage *form = composer()) {
+    if (frmMessage *form = composerFor(msg)) {
         form->ViewMessage(msg);
         form->show();
         form->raise();
@@ -254,6 +294,14 @@ void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
                                                            : -1);
     }
     // "M": the composer asked for the directory, and shows its selection now.
+    if (letter == QLatin1String("P") && m_package) {
+        const int kind = list == UsersList          ? SelectUsers
+                         : list == MachinesList     ? SelectMachines
+                         : list == KorvanGroupsList ? SelectKorvanGroups
+                                                    : -1;
+        if (kind >= 0)
+            m_package->DisplayList(kind);
+    }
     if (letter == QLatin1String("M") && m_message) {
         const int kind = list == UsersList          ? SelectUsers
                          : list == MachinesList     ? SelectMachines

@@ -43,6 +43,8 @@ public:
     void ShowServerConfig(const ServerConfig &config) override;
     void DisplayList(ListKind list, const QString &letter) override;
     void OpenMessageForm(int action, const QString &msgID, const QString &target) override;
+    void OpenPackageForm(const QString &msgID, const QString &target) override;
+    void DuplicatePackageForm(const QString &oldID, const QString &newID, bool copy) override;
     void DuplicateMessageForm(int action, bool temporaryStore, const QString &table, const QString &oldID,
                               const QString &newID) override;
     void OpenReplyForm(const QString &newID, bool toAll) override;
@@ -79,10 +81,14 @@ private:
     DesktopNotifier *m_notifier = nullptr;
     std::optional<AuthoringContext> m_authoring;
     QPointer<frmMessage> m_message;
+    QPointer<frmMessage> m_package;
     QPointer<frmReply> m_reply;
     std::optional<ConsoleContext> m_consoleContext;
     QPointer<frmAdmin> m_console;
     // The composer's level list and fields for the next message, the only one open.
     frmMessage *composer();
+    frmMessage *packageComposer();
+    // The composer for a stored record: the package one for a package.
+    frmMessage *composerFor(const DVMessage &msg);
     void ViewMessage(const DVMessage &msg);
 };

@@ -88,6 +88,14 @@ public:
                           .arg(temporaryStore ? QStringLiteral("temp") : QStringLiteral("client"), table,
                                oldID, newID));
     }
+    void OpenPackageForm(const QString &msgID, const QString &target) override
+    {
+        events.append(QStringLiteral("package %1 %2").arg(msgID, target));
+    }
+    void DuplicatePackageForm(const QString &oldID, const QString &newID, bool copy) override
+    {
+        events.append(QStringLiteral("package copy %1 %2 %3").arg(oldID, newID).arg(copy));
+    }
     void ShowConsole() override { events.append(QStringLiteral("console")); }
     void OpenReplyForm(const QString &newID, bool toAll) override
     {
