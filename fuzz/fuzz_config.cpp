@@ -3,6 +3,7 @@
 #include "core/Options.h"
 #include "fuzz/FuzzSupport.h"
 #include "netsvc/JoinedDomain.h"
+#include "netsvc/SambaShares.h"
 
 #include <QFile>
 
@@ -13,6 +14,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString text = QString::fromUtf8(bytes);
     JoinedDomain::FromSssd(text);
     JoinedDomain::FromSamba(text);
+    // The same text as the shares of this machine, and a path turned through them.
+    const QList<SambaShares::Share> shares = SambaShares::FromConfig(text);
+    QString path = QStringLiteral("/srv/docs/q4/report.pdf");
+    SambaShares::ToNetworkPath(path, shares, SambaShares::HostName(text));
 
     static const QString iniPath = gProcess().AppDataPath + QStringLiteral("/KorvaneClient.ini");
     QFile file(iniPath);

@@ -1,4 +1,5 @@
 #include "netsvc/NetworkPaths.h"
+#include "netsvc/SambaShares.h"
 
 #include <QTemporaryFile>
 #include <QTest>
@@ -81,6 +82,36 @@ private Q_SLOTS:
             QVERIFY(NetworkPaths::PathToUNC(rewritten, mounts()));
             QCOMPARE(rewritten, unc);
         }
+    }
+
+    // A folder this machine shares through Samba: the deepest share names a path under it.
+    void sambaShares()
+    {
+        const QByteArray conf = "[global]\n  netbios name = FILES\n  workgroup = OPS\n"
+                                "[docs]\n  path = /srv/docs/\n"
+                                "[q4]\n  path = /srv/docs/q4\n"
+                                "[homes]\n  path = /home\n"
+                                "[printers]\n  path = /var/spool/samba\n"
+                                "[laser]\n  path = /var/spool/laser\n  printable = yes\n"
+                                "[old]\n  path = /srv/old\n  available = no\n"
+                                "[relative]\n  path = srv\n";
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(conf) == conf.size() && file.flush());
+        SambaShares::UseConfig(file.fileName());
+        QStringList names;
+        for (const SambaShares::Share &share : SambaShares::Read())
+            names << share.name + u'=' + share.path;
+        QCOMPARE(names, (QStringList{u"docs=/srv/docs"_s, u"q4=/srv/docs/q4"_s}));
+        for (const auto &[path, unc] : {std::pair{u"/srv/docs/a.pdf"_s, u"//FILES/docs/a.pdf"_s},
+                                        {u"/srv/docs/q4/report.exe"_s, u"//FILES/q4/report.exe"_s},
+                                        {u"/srv/docs"_s, u"//FILES/docs"_s},
+                                        {u"/srv/docsother/a.pdf"_s, QString()},
+                                        {u"/srv/old/a.pdf"_s, QString()}}) {
+            QString rewritten = path;
+            QCOMPARE(NetworkPaths::PathToUNC(rewritten), !unc.isEmpty());
+            QCOMPARE(rewritten, unc.isEmpty() ? path : unc);
+        }
+        SambaShares::UseConfig(QString());
     }
 };
 

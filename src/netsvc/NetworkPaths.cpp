@@ -1,5 +1,7 @@
 #include "netsvc/NetworkPaths.h"
 
+#include "netsvc/SambaShares.h"
+
 #include <QDir>
 #include <QFile>
 #include <QStringList>
@@ -172,5 +174,7 @@ bool NetworkPaths::PathToUNC(QString &path, const QList<Mount> &mounts)
 
 bool NetworkPaths::PathToUNC(QString &path)
 {
-    return PathToUNC(path, ReadMounts());
+    // A folder this machine shares is on the network too.
+    return PathToUNC(path, ReadMounts()) ||
+           SambaShares::ToNetworkPath(path, SambaShares::Read(), SambaShares::ReadHostName());
 }

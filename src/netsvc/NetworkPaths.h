@@ -35,6 +35,7 @@ QString LocalPathOf(const QString &path, const QList<Mount> &mounts);
 // ("//server/share/rest", "server:/export/rest"). False, and the path
 // untouched, when it is local.
 bool PathToUNC(QString &path, const QList<Mount> &mounts);
+// The same over this machine's mounts, then its Samba shares ("//host/share/rest").
 bool PathToUNC(QString &path);
 
 } // namespace NetworkPaths
