@@ -2,6 +2,7 @@
 
 #include "app/SingleInstance.h"
 #include "app/UnixSignals.h"
+#include "authoring/Selection.h"
 #include "core/AppPaths.h"
 #include "core/Clock.h"
 #include "core/Globals.h"
@@ -76,6 +77,7 @@ int ProgramEntry::run(int argc, char **argv)
                          gSession(), gProcess(), *engine->receipts(), frontend,
                          [&engine](const QString &payload) { return engine->SendData(payload); }});
 
+    Selection::SetLayoutsBase(layoutsBase());
     frontend.setConsole(ConsoleContext{
         ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(), gPolicies(),
         gLevels(), [&engine](const QString &payload) { return engine->SendData(payload); },

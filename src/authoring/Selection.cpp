@@ -4,6 +4,22 @@
 #include "store/DBFunctions.h"
 #include "store/Database.h"
 
+namespace {
+
+QString gLayoutsBase;
+
+} // namespace
+
+void Selection::SetLayoutsBase(const QString &folder)
+{
+    gLayoutsBase = folder;
+}
+
+QString Selection::LayoutsBase()
+{
+    return gLayoutsBase;
+}
+
 QString Selection::GetSelection(int kind, const QString &target, QWidget *parent)
 {
     frmSelection form(parent);

@@ -8,4 +8,7 @@ class QWidget;
 // target back as the person left it.
 namespace Selection {
 QString GetSelection(int kind, const QString &target, QWidget *parent = nullptr);
-}
+// The folder that holds the fixed "Layouts" of the dialog's grids.
+void SetLayoutsBase(const QString &folder);
+QString LayoutsBase();
+} // namespace Selection

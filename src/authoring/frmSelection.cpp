@@ -1,8 +1,14 @@
 #include "authoring/frmSelection.h"
 
 #include "authoring/AuthoringTexts.h"
+#include "authoring/MessageForm.h"
+#include "authoring/Selection.h"
+#include "console/GridState.h"
+#include "core/Log.h"
 #include "core/StringTable.h"
 
+#include <QDir>
+#include <QFile>
 #include <QMenu>
 
 frmSelection::frmSelection(QWidget *parent) : QDialog(parent)
@@ -47,8 +53,39 @@ void frmSelection::Initialize(int kind, const QList<SelectionList::Row> &rows, c
     ui.grdSelection->clear();
     for (const SelectionList::Row &row : rows)
         ui.grdSelection->addTopLevelItem(new QTreeWidgetItem({row.Name, row.Description}));
-    ui.grdSelection->resizeColumnToContents(0);
+    applyLayout(kind);
     showSelection();
+}
+
+void frmSelection::applyLayout(int kind)
+{
+    // The group kinds share one file; users and machines have their own.
+    const QString name = kind == SelectUsers      ? QStringLiteral("UsersSelection.xgl")
+                         : kind == SelectMachines ? QStringLiteral("MachinesSelection.xgl")
+                                                  : QStringLiteral("GroupsSelection.xgl");
+    const QString file = QDir(Selection::LayoutsBase()).filePath(QStringLiteral("Layouts/") + name);
+    QFile in(file);
+    GridState state;
+    QString reason;
+    if (!in.open(QIODevice::ReadOnly))
+        reason = in.errorString();
+    else if (!GridState::Read(in.read(GridState::MaxFileSize + 1), state, &reason))
+        state = GridState();
+    if (!reason.isEmpty())
+        TraceLog(QStringLiteral("frmSelection:LoadLayout - ") + file + QStringLiteral(": ") + reason);
+    static const QStringList columns = {QStringLiteral("colName"), QStringLiteral("colDescription")};
+    bool applied = false;
+    for (const GridState::Column &column : state.columns) {
+        const int index = int(columns.indexOf(column.name));
+        if (index < 0)
+            continue;
+        ui.grdSelection->setColumnWidth(index, column.width);
+        ui.grdSelection->setColumnHidden(index, !column.visible);
+        applied = true;
+    }
+    // Without a layout the names decide the first column's width.
+    if (!applied)
+        ui.grdSelection->resizeColumnToContents(0);
 }
 
 void frmSelection::showSelection()

@@ -26,6 +26,8 @@ public:
     QAction *mnuUnselectAll = nullptr;
 
 private:
+    // The kind's fixed layout file, else the names' width.
+    void applyLayout(int kind);
     void showSelection();
 
     SelectionList m_list;
