@@ -6,6 +6,7 @@
 #include "console/ConsoleContext.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
+#include "console/frmDirectory.h"
 #include "console/frmList.h"
 #include "core/Clock.h"
 #include "core/Globals.h"
@@ -267,8 +268,42 @@ void BM_OutboxMemory(benchmark::State &state)
     state.counters["added_MiB"] = benchmark::Counter(added, benchmark::Counter::kAvgIterations);
 }
 
+// The directory of 50,000 users as the Users item opens it, until its window is exposed.
+void BM_UsersListOpen(benchmark::State &state)
+{
+    Console &c = console();
+    constexpr int Users = 50000;
+    bool ok = false;
+    if (!TempDB().exists(QStringLiteral("SELECT 1 FROM Users WHERE UserID = 'user49999'"), {}, &ok)) {
+        Transaction fill(TempDB());
+        for (int n = 0; n < Users; ++n)
+            TempDB().exec(
+                QStringLiteral("INSERT OR REPLACE INTO Users (UserID, UserName, LastLogon, MachineID, "
+                               "Connected, Language) VALUES (?, ?, ?, ?, ?, ?)"),
+                {QStringLiteral("user%1").arg(n, 5, 10, QLatin1Char('0')),
+                 QStringLiteral("User Number %1").arg(n), QStringLiteral("2026-11-23 08:00:00"),
+                 QStringLiteral("ws-%1").arg(n % 900), n % 2, 0});
+        fill.commit();
+    }
+    for (auto _ : state) {
+        auto list = std::make_unique<frmDirectory>(DirectoryList::Users, *c.context);
+        list->resize(1200, 800);
+        list->show();
+        const bool exposed = waitExposed(list.get());
+        state.PauseTiming();
+        if (!exposed || list->ui.grid->model()->rowCount() != Users) {
+            state.SkipWithError("the users did not open with every row");
+            break;
+        }
+        list.reset();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        state.ResumeTiming();
+    }
+}
+
 } // namespace
 
+BENCHMARK(BM_UsersListOpen)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 BENCHMARK(BM_OutboxPainted)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 BENCHMARK(BM_OutboxLoadData)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 BENCHMARK(BM_OutboxSetRecords)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);

@@ -535,10 +535,21 @@ private Q_SLOTS:
         QVERIFY(!personal.fields.nameEnabled);
         QCOMPARE(personal.OKButton(), GroupEditForm::Close);
         QCOMPARE(members(ClientDB(), u"MyGroupUsers"_s), QStringList{u"dee"_s});
+        // A thousand members with blanks and doubles, and a name of quotes and commas: all stored as given.
+        QStringList many;
+        for (int n = 0; n < 1000; ++n)
+            many << u"user"_s + QString::number(n) << QString();
+        personal.fields = {u"\"a, b\" c"_s, QString(), many.join(u',') + u",user1, "_s, false};
+        QCOMPARE(personal.OKButton(), GroupEditForm::Close);
+        QCOMPARE(StoreFixture::count(ClientDB(),
+                                     u"SELECT count(*) FROM MyGroupUsers WHERE GroupName = 'a, b c'"_s),
+                 1000);
         // Without members the group is gone.
+        personal.fields.txtGroupName = u"team"_s;
         personal.fields.txtTarget.clear();
         personal.OKButton();
-        QCOMPARE(StoreFixture::count(ClientDB(), u"SELECT count(*) FROM MyGroups"_s), 0);
+        QCOMPARE(StoreFixture::column(ClientDB(), u"SELECT GroupName FROM MyGroups"_s),
+                 QStringList{u"a, b c"_s});
         QVERIFY(f.sent.isEmpty());
 
         // A shared group's editor has no group buttons whatever the policies; OK sends KVG.

@@ -64,17 +64,7 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
 
 void frmDirectory::LoadData()
 {
-    m_model.clear();
-    m_model.setHorizontalHeaderLabels(m_directory.Columns());
-    for (const QStringList &row : m_directory.LoadData()) {
-        QList<QStandardItem *> cells;
-        for (const QString &cell : row) {
-            auto *item = new QStandardItem(cell);
-            item->setEditable(false);
-            cells << item;
-        }
-        m_model.appendRow(cells);
-    }
+    m_model.setRows(m_directory.Columns(), m_directory.LoadData());
     showMembers();
 }
 

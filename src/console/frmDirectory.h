@@ -2,10 +2,10 @@
 
 #include "console/ConsoleContext.h"
 #include "console/DirectoryList.h"
+#include "console/DirectoryModel.h"
 #include "ui_frmDirectory.h"
 
 #include <QSortFilterProxyModel>
-#include <QStandardItemModel>
 #include <QWidget>
 
 class QMenu;
@@ -41,7 +41,7 @@ private:
 
     ConsoleContext m_ctx;
     DirectoryList m_directory;
-    QStandardItemModel m_model;
+    DirectoryModel m_model;
     QSortFilterProxyModel m_filter;
     QMenu *m_menu = nullptr;
     QList<std::pair<DirectoryList::Item, QAction *>> m_actions;

@@ -4,6 +4,7 @@ set(CONSOLE_LOGIC_SOURCES
     console/ConsoleFrame.cpp console/ConsoleFrame.h
     console/CsvExport.cpp console/CsvExport.h
     console/DirectoryList.cpp console/DirectoryList.h
+    console/DirectoryModel.cpp console/DirectoryModel.h
     console/GridLayout.cpp console/GridLayout.h
     console/ListRecord.cpp console/ListRecord.h
     console/MessageList.cpp console/MessageList.h
