@@ -12,7 +12,7 @@ PACKAGES=(
     qt6-multimedia-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     # tests and the desktop harness
     dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils xdotool imagemagick sox
-    fonts-dejavu-core procps
+    fonts-dejavu-core procps xdg-utils
 )
 
 missing=()

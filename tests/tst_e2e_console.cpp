@@ -5,6 +5,7 @@
 // the development server.
 #include "e2e/UserClients.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
@@ -66,6 +67,58 @@ bool hasColour(const QImage &image, const QColor &colour)
     return false;
 }
 
+// The development server and the two users' clients, the console placed where the test looks for it.
+struct Desk
+{
+    QTemporaryDir work;
+    Server server{work.filePath(u"devserver.json"_s), freePort()};
+    UserClient ann{Ann, server.port};
+    UserClient bob{Bob, server.port};
+
+    // The server's state as it starts: the policies and the two users' roles.
+    bool start(int annRole)
+    {
+        if (!writeFile(server.state, "{\"globalPolicies\": \"RCON=0;\", \"users\": {"
+                                     "\"korvane-ann\": {\"name\": \"Ann Lee\", \"role\": " +
+                                         QByteArray::number(annRole) +
+                                         "},"
+                                         "\"korvane-bob\": {\"name\": \"Bob Marsh\", \"role\": 0}}}"))
+            return false;
+        server.start();
+        for (UserClient *client : {&ann, &bob}) {
+            const QString setup = client->home.filePath(u"config/Korvane/Client.conf"_s);
+            if (!writeFile(setup, placeSetup()))
+                return false;
+            run(u"chown"_s, {client->user, setup});
+            client->start();
+        }
+        return QTest::qWaitFor([this] { return server.connected(Ann) && server.connected(Bob); }, 30000);
+    }
+};
+
+// "Administration", second in the menu, opened by a second start where the pointer rests.
+bool openConsole(UserClient &client)
+{
+    if (!client.chooseMenuItem(2, {640, 100}) ||
+        !QTest::qWaitFor([] { return !visibleWindow(u" Administration$"_s).isEmpty(); }, 15000))
+        return false;
+    // The pointer away from the window, so that nothing shows hovered.
+    DesktopSession::run(u"xdotool"_s, {u"mousemove"_s, u"1270"_s, u"10"_s});
+    return true;
+}
+
+void sideBarItem(int row)
+{
+    DesktopSession::clickIn(visibleWindow(u" Administration$"_s), {SideBarX, 18 + row * 14});
+}
+
+bool desktopReady()
+{
+    ensureUser(Ann, u"Ann Lee"_s);
+    ensureUser(Bob, u"Bob Marsh"_s);
+    return true;
+}
+
 } // namespace
 
 class TestE2EConsole : public QObject
@@ -79,39 +132,19 @@ private Q_SLOTS:
             QSKIP("needs the desktop session of tests/e2e/desktop_session.sh");
         if (geteuid() != 0)
             QSKIP("needs root to create the two users of this test");
-        ensureUser(Ann, u"Ann Lee"_s);
-        ensureUser(Bob, u"Bob Marsh"_s);
-
-        QTemporaryDir work;
-        Server server(work.filePath(u"devserver.json"_s), freePort());
+        desktopReady();
         // Everyone may open the console; Ann is a postmaster.
-        QVERIFY(writeFile(server.state, "{\"globalPolicies\": \"RCON=0;\", \"users\": {"
-                                        "\"korvane-ann\": {\"name\": \"Ann Lee\", \"role\": 1},"
-                                        "\"korvane-bob\": {\"name\": \"Bob Marsh\", \"role\": 0}}}"));
-        server.start();
-        UserClient ann(Ann, server.port), bob(Bob, server.port);
-        for (UserClient *client : {&ann, &bob}) {
-            QVERIFY(writeFile(client->home.filePath(u"config/Korvane/Client.conf"_s), placeSetup()));
-            run(u"chown"_s, {client->user, client->home.filePath(u"config/Korvane/Client.conf"_s)});
-            client->start();
-        }
-        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
+        Desk desk;
+        QVERIFY(desk.start(1));
+        Server &server = desk.server;
+        UserClient &ann = desk.ann, &bob = desk.bob;
+        const auto openConsole = [](UserClient &client) { QVERIFY(::openConsole(client)); };
 
-        // "Administration", second in the menu, opened by a second start where the pointer rests.
-        const auto openConsole = [](UserClient &client) {
-            QVERIFY(client.chooseMenuItem(2, {640, 100}));
-            QTRY_VERIFY_WITH_TIMEOUT(!visibleWindow(u" Administration$"_s).isEmpty(), 15000);
-            // The pointer away from the window, so that nothing shows hovered.
-            DesktopSession::run(u"xdotool"_s, {u"mousemove"_s, u"1270"_s, u"10"_s});
-        };
         const auto closeConsole = [] {
             const QString window = visibleWindow(u" Administration$"_s);
             DesktopSession::clickIn(window, {Place.width() / 2, 10});
             keys({u"alt+F4"_s});
             QTRY_VERIFY_WITH_TIMEOUT(visibleWindow(u" Administration$"_s).isEmpty(), 10000);
-        };
-        const auto sideBarItem = [](int row) {
-            DesktopSession::clickIn(visibleWindow(u" Administration$"_s), {SideBarX, 18 + row * 14});
         };
 
         // Bob's console, on his Inbox; a message that arrives shows in the open grid in its level's colours.
@@ -178,6 +211,120 @@ private Q_SLOTS:
         sideBarItem(4);
         QVERIFY(QTest::qWaitFor(
             [] { return hasColour(consoleShot(u"console-all.png"_s), QColor(255, 255, 0)); }, 20000));
+    }
+
+    // Ann, a packager, sends Bob a mandatory package from All packages; when Bob
+    // acknowledges it his desktop opens the document with the handler of its kind.
+    void packageToBob()
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            QSKIP("needs the desktop session of tests/e2e/desktop_session.sh");
+        if (geteuid() != 0)
+            QSKIP("needs root to create the two users of this test");
+        desktopReady();
+        Desk desk;
+        QVERIFY(desk.start(2));
+        // Bob's handler of smb:// documents writes down what it is given.
+        const QString home = desk.bob.home.path();
+        QDir(home).mkpath(u"data/applications"_s);
+        QVERIFY(writeFile(home + u"/opener.sh"_s, "#!/bin/sh\necho \"$1\" >> \"$HOME/opened.log\"\n"));
+        run(u"chmod"_s, {u"755"_s, home + u"/opener.sh"_s});
+        QVERIFY(writeFile(home + u"/data/applications/korvane-test-open.desktop"_s,
+                          "[Desktop Entry]\nType=Application\nName=Test opener\nNoDisplay=true\n"
+                          "MimeType=x-scheme-handler/smb;\nExec=" +
+                              home.toUtf8() + "/opener.sh %u\n"));
+        QVERIFY(writeFile(home + u"/config/mimeapps.list"_s,
+                          "[Default Applications]\nx-scheme-handler/smb=korvane-test-open.desktop\n"));
+        run(u"chown"_s, {u"-R"_s, Bob + u':' + Bob, home});
+
+        QVERIFY(openConsole(desk.ann));
+        sideBarItem(10);
+        keys({u"ctrl+n"_s});
+        QString composer;
+        QVERIFY(
+            QTest::qWaitFor([&] { return !(composer = visibleWindow(u"^New package"_s)).isEmpty(); }, 15000));
+        // Its text, Bob, the document, a daily repeat and Mandatory, at the places the form's layout gives
+        // them.
+        keys({u"Tab"_s});
+        DesktopSession::type(u"Install the VPN client"_s);
+        DesktopSession::clickIn(composer, {350, 317});
+        DesktopSession::type(Bob);
+        DesktopSession::clickIn(composer, {340, 372});
+        DesktopSession::type(u"smb://files/docs/setup.html"_s);
+        DesktopSession::clickIn(composer, {115, 429});
+        keys({u"ctrl+a"_s});
+        DesktopSession::type(u"1"_s);
+        DesktopSession::clickIn(composer, {286, 458});
+        DesktopSession::screenshot(u"package.png"_s);
+        DesktopSession::clickIn(composer, {502, 619});
+        QVERIFY(QTest::qWaitFor([] { return visibleWindow(u"^New package"_s).isEmpty(); }, 10000));
+        QVERIFY(QTest::qWaitFor([&] { return run(u"cat"_s, {desk.server.state}).contains(u"setup.html"_s); },
+                                10000));
+
+        // Bob acknowledges it; the document he did not open runs now, through his desktop.
+        QString banner;
+        QVERIFY(QTest::qWaitFor([&] { return !(banner = DesktopSession::bannerWindow()).isEmpty(); }, 20000));
+        DesktopSession::screenshot(u"package-banner.png"_s);
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         if (!DesktopSession::bannerWindow().isEmpty())
+                             DesktopSession::clickAcknowledge(DesktopSession::geometryOf(banner));
+                         return desk.bob.file(u"opened.log"_s).contains(u"smb://files/docs/setup.html"_s);
+                     },
+                     30000),
+                 qPrintable(desk.bob.file(u"data/Korvane/client.log"_s).right(1500)));
+
+        // A personal group: made in My groups, chosen as the target of a message, then deleted.
+        sideBarItem(14);
+        const QString console = visibleWindow(u" Administration$"_s);
+        DesktopSession::clickIn(console, {500, 150}, 3);
+        keys({u"Down"_s, u"Return"_s});
+        QString editor;
+        QVERIFY(QTest::qWaitFor(
+            [&] { return !(editor = visibleWindow(u"^New Personal Group$"_s)).isEmpty(); }, 10000));
+        DesktopSession::type(u"team"_s);
+        keys({u"Tab"_s});
+        DesktopSession::type(u"The team"_s);
+        keys({u"Tab"_s});
+        DesktopSession::type(Bob);
+        keys({u"Return"_s});
+        QVERIFY(QTest::qWaitFor([] { return visibleWindow(u"^New Personal Group$"_s).isEmpty(); }, 10000));
+
+        // The group's row, then "Send Message to Selection": the composer comes with the group as target.
+        DesktopSession::clickIn(console, {340, 68});
+        DesktopSession::clickIn(console, {340, 68}, 3);
+        keys({u"Down"_s, u"Down"_s, u"Down"_s, u"Down"_s, u"Down"_s, u"Return"_s});
+        QString composer2;
+        QVERIFY(QTest::qWaitFor([&] { return !(composer2 = visibleWindow(u"^New message "_s)).isEmpty(); },
+                                15000));
+        keys({u"Tab"_s});
+        DesktopSession::type(u"Team meeting at ten"_s);
+        DesktopSession::screenshot(u"group.png"_s);
+        DesktopSession::clickIn(composer2, {502, 617});
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         // The composer sends the personal group as its members.
+                         return desk.server.control({u"list"_s})
+                             .contains(u"from korvane-ann to \"korvane-bob\" Team meeting at ten"_s);
+                     },
+                     10000),
+                 qPrintable(desk.server.control({u"list"_s}).right(600)));
+
+        // Delete, answered Yes: the group leaves Ann's store.
+        const auto groups = [&desk] {
+            return run(u"python3"_s, {u"-c"_s,
+                                      u"import sqlite3,sys; print(sqlite3.connect(sys.argv[1]).execute("
+                                      "'SELECT count(*) FROM MyGroups').fetchone()[0])"_s,
+                                      desk.ann.home.filePath(u"data/Korvane/Client.db"_s)})
+                .trimmed();
+        };
+        QCOMPARE(groups(), u"1"_s);
+        DesktopSession::clickIn(console, {340, 68});
+        keys({u"Delete"_s});
+        QVERIFY(
+            QTest::qWaitFor([] { return !visibleWindow(u"^Delete Personal Group$"_s).isEmpty(); }, 10000));
+        keys({u"Return"_s});
+        QVERIFY(QTest::qWaitFor([&] { return groups() == u"0"_s; }, 10000));
     }
 };
 

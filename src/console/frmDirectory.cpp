@@ -135,7 +135,8 @@ void frmDirectory::run(DirectoryList::Item item)
         else if (item == DirectoryList::mnuDuplicate)
             editor.logic().DuplicateGroup(description, members);
         editor.showFields();
-        if (editor.exec() == QDialog::Accepted && editor.logic().RefreshList() == list())
+        // The list on screen is the one the editor changed: it shows the change whatever CurrentList says.
+        if (editor.exec() == QDialog::Accepted)
             LoadData();
         break;
     }
