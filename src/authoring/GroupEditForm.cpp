@@ -81,21 +81,6 @@ void GroupEditForm::RecipientsButton(int kind)
     }
 }
 
-void GroupEditForm::DisplayUsers()
-{
-    select(SelectUsers);
-}
-
-void GroupEditForm::DisplayMachines()
-{
-    select(SelectMachines);
-}
-
-void GroupEditForm::DisplayKorvanGroups()
-{
-    select(SelectKorvanGroups);
-}
-
 void GroupEditForm::select(int kind)
 {
     if (getSelection)

@@ -68,9 +68,8 @@ public:
     // A members button: the selection at once when its directory is here, else
     // a request with "G" whose answer calls Display*.
     void RecipientsButton(int kind);
-    void DisplayUsers();
-    void DisplayMachines();
-    void DisplayKorvanGroups();
+    // The directory asked for has come: its selection shows.
+    void DisplayList(int kind) { select(kind); }
 
     Outcome OKButton();
     // The console list that a save asks to show anew (12 or 11), 0 for none.

@@ -109,12 +109,7 @@ void frmGroupEdit::readFields()
 void frmGroupEdit::DisplayList(int kind)
 {
     readFields();
-    if (kind == SelectUsers)
-        m_logic.DisplayUsers();
-    else if (kind == SelectMachines)
-        m_logic.DisplayMachines();
-    else if (kind == SelectKorvanGroups)
-        m_logic.DisplayKorvanGroups();
+    m_logic.DisplayList(kind);
     showFields();
 }
 

@@ -281,35 +281,23 @@ void DesktopFrontend::DisplayList(ListKind list, const QString &letter)
                                                         : 15;
         m_console->Display(shown);
     }
-    // "L": the role editor asked for the users.
-    if (letter == QLatin1String("L") && list == UsersList)
+    // The other letters name the form that asked for the directory; its selection shows now.
+    const int kind = list == UsersList          ? SelectUsers
+                     : list == MachinesList     ? SelectMachines
+                     : list == KorvanGroupsList ? SelectKorvanGroups
+                                                : -1;
+    if (kind < 0)
+        return;
+    if (letter == QLatin1String("L") && kind == SelectUsers)
         if (frmAdminsEdit *editor = frmAdminsEdit::current())
             editor->DisplayUsers();
-    // "G": the group editor asked for it, and shows its selection now.
-    if (letter == QLatin1String("G")) {
+    if (letter == QLatin1String("G"))
         if (frmGroupEdit *editor = frmGroupEdit::current())
-            editor->DisplayList(list == UsersList          ? SelectUsers
-                                : list == MachinesList     ? SelectMachines
-                                : list == KorvanGroupsList ? SelectKorvanGroups
-                                                           : -1);
-    }
-    // "M": the composer asked for the directory, and shows its selection now.
-    if (letter == QLatin1String("P") && m_package) {
-        const int kind = list == UsersList          ? SelectUsers
-                         : list == MachinesList     ? SelectMachines
-                         : list == KorvanGroupsList ? SelectKorvanGroups
-                                                    : -1;
-        if (kind >= 0)
-            m_package->DisplayList(kind);
-    }
-    if (letter == QLatin1String("M") && m_message) {
-        const int kind = list == UsersList          ? SelectUsers
-                         : list == MachinesList     ? SelectMachines
-                         : list == KorvanGroupsList ? SelectKorvanGroups
-                                                    : -1;
-        if (kind >= 0)
-            m_message->DisplayList(kind);
-    }
+            editor->DisplayList(kind);
+    if (letter == QLatin1String("P") && m_package)
+        m_package->DisplayList(kind);
+    if (letter == QLatin1String("M") && m_message)
+        m_message->DisplayList(kind);
 }
 
 frmBanner *DesktopFrontend::banner()
