@@ -20,6 +20,7 @@
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
 #include "ui/TrayIcon.h"
+#include "ui/frmAbout.h"
 #include "ui/frmDialog.h"
 
 #include <QApplication>
@@ -28,6 +29,7 @@
 #include <QLineEdit>
 #include <QMap>
 #include <QMenu>
+#include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -208,6 +210,21 @@ private Q_SLOTS:
                  (QList<QVariant>{u"New packageP1"_s, false, false, u"Mandatory"_s, false}));
         package.ui.txtLink->setText(u"//srv/docs/setup.exe"_s);
         QVERIFY(package.ui.OKButton->isEnabled());
+    }
+
+    // The About box tells its facts under their captions, and Escape closes it.
+    void aboutBox()
+    {
+        QPointer<frmAbout> about = new frmAbout(
+            {u"1.2.3"_s, u"Nov 23 2026"_s, u"6.4.2"_s, u"/d"_s, u"/s"_s, u"Connection status: Connected"_s});
+        about->show();
+        QVERIFY(QTest::qWaitForWindowActive(about));
+        QCOMPARE((QStringList{about->windowTitle(), about->ui.lblVersionCaption->text(),
+                              about->ui.lblVersion->text(), about->ui.lblConnection->text()}),
+                 (QStringList{u"About Korvane Client"_s, u"Version:"_s, u"1.2.3"_s,
+                              u"Connection status: Connected"_s}));
+        QTest::keyClick(about, Qt::Key_Escape);
+        QTRY_VERIFY(about.isNull());
     }
 
     // The console as a user opens it: no administration items, the Outbox first, and

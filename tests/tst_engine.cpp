@@ -7,6 +7,7 @@
 #include "delivery/Scheduler.h"
 #include "engine/KorvanClient.h"
 #include "link/ConnectionManager.h"
+#include "link/LinkCommands.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
@@ -77,6 +78,9 @@ private Q_SLOTS:
         QCOMPARE(frontend.questions.last().text, u"Connection status: Closed"_s);
         engine.MenuItemClicked(ClientMenu::mnuLog);
         QCOMPARE(frontend.events.last(), u"log "_s + LogFile::path());
+        engine.MenuItemClicked(ClientMenu::mnuAbout);
+        QCOMPARE(frontend.events.last(),
+                 u"about "_s + LinkCommands::Version() + u" Connection status: Closed"_s);
 
         engine.connection()->ConnectedToServer = true;
         engine.SetMenu();

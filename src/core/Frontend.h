@@ -55,6 +55,17 @@ public:
     // Captions, enabling, check marks or visibility of the menu changed.
     virtual void MenuChanged(const ClientMenu &menu) = 0;
     virtual void ShowLog(const QString &logFileName) = 0;
+    // The facts the About box shows.
+    struct AboutFacts
+    {
+        QString version;
+        QString buildDate;
+        QString qtVersion;
+        QString dataFolder;
+        QString settingsFolder;
+        QString connection;
+    };
+    virtual void ShowAbout(const AboutFacts &facts) = 0;
     // Opens a document or a help file through the desktop.
     virtual bool OpenDocument(const QString &path) = 0;
 

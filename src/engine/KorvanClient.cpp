@@ -1,5 +1,6 @@
 #include "engine/KorvanClient.h"
 
+#include "core/AppPaths.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
@@ -66,7 +67,7 @@ QString stateName(int state)
 KorvanClient::KorvanClient(QObject *parent) : QObject(parent)
 {
     // Features that later parts of the client bring stay greyed until then.
-    for (ClientMenu::Item item : {ClientMenu::mnuOptions, ClientMenu::mnuLevel, ClientMenu::mnuAbout})
+    for (ClientMenu::Item item : {ClientMenu::mnuOptions, ClientMenu::mnuLevel})
         m_menu.setAvailable(item, false);
 }
 
@@ -263,6 +264,13 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
         break;
     case ClientMenu::mnuHelp:
         mnuHelp_Click();
+        break;
+    case ClientMenu::mnuAbout:
+        TraceLog(Form + QStringLiteral("mnuAbout_Click"));
+        if (Frontend *frontend = Frontend::current())
+            frontend->ShowAbout({LinkCommands::Version(), QStringLiteral(__DATE__),
+                                 QString::fromLatin1(qVersion()), AppPaths::dataFolder(),
+                                 AppPaths::configFolder(), ConnectionStatusText()});
         break;
     case ClientMenu::mnuExit:
         mnuExit_Click();

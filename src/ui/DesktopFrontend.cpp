@@ -16,6 +16,7 @@
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
 #include "ui/TrayIcon.h"
+#include "ui/frmAbout.h"
 #include "ui/frmLog.h"
 
 #include <QDesktopServices>
@@ -234,6 +235,16 @@ void DesktopFrontend::RemoveTrayIcon()
 void DesktopFrontend::MenuChanged(const ClientMenu &menu)
 {
     m_tray->rebuildMenu(menu);
+}
+
+void DesktopFrontend::ShowAbout(const AboutFacts &facts)
+{
+    // One box: a second click brings the open one forward with the facts of now.
+    delete m_about;
+    m_about = new frmAbout(facts);
+    m_about->show();
+    m_about->raise();
+    m_about->activateWindow();
 }
 
 void DesktopFrontend::ShowLog(const QString &logFileName)

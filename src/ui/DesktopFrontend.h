@@ -16,6 +16,7 @@ class frmBanner;
 class frmLog;
 class frmAdmin;
 class frmMessage;
+class QDialog;
 class frmReply;
 
 // The engine's interface to the person, met with widgets and the desktop.
@@ -38,6 +39,7 @@ public:
     void RemoveTrayIcon() override;
     void MenuChanged(const ClientMenu &menu) override;
     void ShowLog(const QString &logFileName) override;
+    void ShowAbout(const AboutFacts &facts) override;
     bool OpenDocument(const QString &path) override;
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
@@ -82,6 +84,7 @@ private:
     std::optional<AuthoringContext> m_authoring;
     QPointer<frmMessage> m_message;
     QPointer<frmMessage> m_package;
+    QPointer<QDialog> m_about;
     QPointer<frmReply> m_reply;
     std::optional<ConsoleContext> m_consoleContext;
     QPointer<frmAdmin> m_console;

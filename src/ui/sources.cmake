@@ -5,6 +5,7 @@ list(APPEND UI_SOURCES
     ui/InputBox.cpp ui/InputBox.h
     ui/MessageBox.cpp ui/MessageBox.h
     ui/TrayIcon.cpp ui/TrayIcon.h
+    ui/frmAbout.cpp ui/frmAbout.h ui/frmAbout.ui
     ui/frmDialog.cpp ui/frmDialog.h
     ui/frmLog.cpp ui/frmLog.h
 )

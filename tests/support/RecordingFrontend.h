@@ -65,6 +65,10 @@ public:
     }
     void MenuChanged(const ClientMenu &menu) override { lastMenu = menu; }
     void ShowLog(const QString &logFileName) override { events.append(QStringLiteral("log ") + logFileName); }
+    void ShowAbout(const AboutFacts &facts) override
+    {
+        events.append(QStringLiteral("about %1 %2").arg(facts.version, facts.connection));
+    }
     bool OpenDocument(const QString &path) override
     {
         events.append(QStringLiteral("open ") + path);
