@@ -3,6 +3,7 @@
 // to, and the round ends when the form's window has been exposed and painted.
 #include "authoring/AuthoringContext.h"
 #include "authoring/MessageForm.h"
+#include "bench/WidgetBench.h"
 #include "core/Clock.h"
 #include "core/Globals.h"
 #include "delivery/Receipts.h"
@@ -50,17 +51,6 @@ QWidget *composerWindow()
     return nullptr;
 }
 
-// The expose handler paints the window before it returns, so an exposed window
-// is one on screen. Polling without a sleep keeps the figure free of a timer's step.
-bool waitExposed(QWidget *form)
-{
-    if (!form || !form->windowHandle())
-        return false;
-    while (!form->windowHandle()->isExposed())
-        QCoreApplication::processEvents();
-    return true;
-}
-
 void BM_OpenComposer(benchmark::State &state)
 {
     QTemporaryDir folder;
@@ -104,11 +94,5 @@ BENCHMARK(BM_OpenComposer)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 int main(int argc, char **argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runWidgetBenchmarks(argc, argv);
 }

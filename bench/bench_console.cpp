@@ -3,6 +3,7 @@
 // open list costs in resident memory. The read, the model and the paint are
 // timed apart too, to say which one a figure is made of.
 #include "bench/BenchSupport.h"
+#include "bench/WidgetBench.h"
 #include "console/ConsoleContext.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
@@ -106,16 +107,6 @@ Console &console()
     if (!gConsole)
         gConsole = std::make_unique<Console>();
     return *gConsole;
-}
-
-// The expose handler paints the window before it returns, so an exposed window is one on screen.
-bool waitExposed(QWidget *window)
-{
-    if (!window->windowHandle())
-        return false;
-    while (!window->windowHandle()->isExposed())
-        QCoreApplication::processEvents();
-    return true;
 }
 
 // The Outbox as a click opens it, on screen.
@@ -313,12 +304,5 @@ BENCHMARK(BM_OutboxMemory)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterat
 
 int main(int argc, char **argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    gConsole.reset();
-    return 0;
+    return runWidgetBenchmarks(argc, argv, [] { gConsole.reset(); });
 }

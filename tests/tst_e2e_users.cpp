@@ -11,17 +11,12 @@
 #include <QJsonObject>
 #include <QTest>
 
-#include <unistd.h>
-
 using namespace Qt::StringLiterals;
 using namespace UserClients;
 using DesktopSession::keys;
 using DesktopSession::visibleWindow;
 
 namespace {
-
-const QString Ann = u"korvane-ann"_s;
-const QString Bob = u"korvane-bob"_s;
 
 // The colour of the strip's top left corner once a banner stands on the screen.
 QColor bannerColour(const QString &artifact)
@@ -40,14 +35,15 @@ class TestE2EUsers : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        const QString why = whyNoDesktop();
+        if (!why.isEmpty())
+            QSKIP(qPrintable(why));
+    }
+
     void twoUsersThroughTheDevelopmentServer()
     {
-        if (qEnvironmentVariableIsEmpty("DISPLAY"))
-            QSKIP("needs the desktop session of tests/e2e/desktop_session.sh");
-        if (geteuid() != 0)
-            QSKIP("needs root to create the two users of this test");
-        ensureUser(Ann, u"Ann Lee"_s);
-        ensureUser(Bob, u"Bob Marsh"_s);
 
         QTemporaryDir work;
         Server server(work.filePath(u"devserver.json"_s), freePort());

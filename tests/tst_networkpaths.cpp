@@ -99,7 +99,7 @@ private Q_SLOTS:
         QVERIFY(file.open() && file.write(conf) == conf.size() && file.flush());
         SambaShares::UseConfig(file.fileName());
         QStringList names;
-        for (const SambaShares::Share &share : SambaShares::Read())
+        for (const SambaShares::Share &share : SambaShares::Read().shares)
             names << share.name + u'=' + share.path;
         QCOMPARE(names, (QStringList{u"docs=/srv/docs"_s, u"q4=/srv/docs/q4"_s}));
         for (const auto &[path, unc] : {std::pair{u"/srv/docs/a.pdf"_s, u"//FILES/docs/a.pdf"_s},

@@ -2,6 +2,7 @@
 
 #include "authoring/AuthoringTexts.h"
 #include "authoring/MessageForm.h"
+#include "authoring/SelectionList.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
@@ -64,21 +65,8 @@ bool GroupEditForm::OKEnabled() const
 
 void GroupEditForm::RecipientsButton(int kind)
 {
-    const Session &session = m_ctx.session;
-    switch (kind) {
-    case SelectKorvanGroups:
-        session.GroupsKorvanLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RPI(QLatin1Char('G')));
-        return;
-    case SelectUsers:
-        session.UsersLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RUS(QLatin1Char('G')));
-        return;
-    case SelectMachines:
-        session.MachinesLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RMA(QLatin1Char('G')));
-        return;
-    default:
-        select(kind);
-        return;
-    }
+    const QString request = SelectionList::RequestFor(kind, m_ctx.session, QLatin1Char('G'));
+    request.isEmpty() ? select(kind) : (void)m_ctx.sendData(request);
 }
 
 void GroupEditForm::select(int kind)

@@ -1,6 +1,7 @@
 #include "authoring/MessageForm.h"
 
 #include "authoring/AuthoringTexts.h"
+#include "authoring/SelectionList.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
@@ -282,24 +283,10 @@ void MessageForm::cmdVariable_Click()
 
 void MessageForm::RecipientsButton(int kind)
 {
-    const Session &session = m_ctx.session;
-    switch (kind) {
-    case SelectPersonalGroups:
-    case SelectDomainGroups:
-        select(kind);
+    if (kind < SelectPersonalGroups || kind > SelectMachines)
         return;
-    case SelectKorvanGroups:
-        session.GroupsKorvanLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RPI(requester()));
-        return;
-    case SelectUsers:
-        session.UsersLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RUS(requester()));
-        return;
-    case SelectMachines:
-        session.MachinesLoaded ? select(kind) : (void)m_ctx.sendData(Commands::RMA(requester()));
-        return;
-    default:
-        return;
-    }
+    const QString request = SelectionList::RequestFor(kind, m_ctx.session, requester());
+    request.isEmpty() ? select(kind) : (void)m_ctx.sendData(request);
 }
 
 QChar MessageForm::requester() const

@@ -1,6 +1,8 @@
 #include "authoring/SelectionList.h"
 
 #include "authoring/MessageForm.h"
+#include "core/Session.h"
+#include "link/Commands.h"
 #include "netsvc/NetApi.h"
 #include "store/DBFunctions.h"
 #include "store/Database.h"
@@ -8,6 +10,20 @@
 #include <QSqlQuery>
 
 #include <algorithm>
+
+QString SelectionList::RequestFor(int kind, const Session &session, QChar requester)
+{
+    switch (kind) {
+    case SelectKorvanGroups:
+        return session.GroupsKorvanLoaded ? QString() : Commands::RPI(requester);
+    case SelectUsers:
+        return session.UsersLoaded ? QString() : Commands::RUS(requester);
+    case SelectMachines:
+        return session.MachinesLoaded ? QString() : Commands::RMA(requester);
+    default:
+        return {};
+    }
+}
 
 QList<SelectionList::Row> SelectionList::LoadRows(int kind, Database &clientDB, Database &tempDB)
 {

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 class Database;
+struct Session;
 
 // The logic of the selection dialog: the rows of one directory, the names of
 // the target ticked among them, and the items of the target that are not of
@@ -18,6 +19,9 @@ public:
         QString Description;
     };
 
+    // The request for a server's directory not yet received in this run, with
+    // the letter of the form that asks; empty when the kind's rows are at hand.
+    static QString RequestFor(int kind, const Session &session, QChar requester);
     // The rows of a kind (see SelectionKind) from its source, in table order.
     static QList<Row> LoadRows(int kind, Database &clientDB, Database &tempDB);
 

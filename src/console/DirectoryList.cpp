@@ -43,27 +43,12 @@ Source sourceOf(DirectoryList::Kind kind)
 
 DirectoryList::DirectoryList(Kind kind, Context context) : m_kind(kind), m_ctx(std::move(context)) {}
 
-QStringList DirectoryList::Columns() const
-{
-    if (m_kind == DomainGroups)
-        return {QStringLiteral("GroupName"), QStringLiteral("Description")};
-    const Source source = sourceOf(m_kind);
-    Database &store = source.local ? m_ctx.clientDB : m_ctx.tempDB;
-    QStringList columns;
-    if (QSqlQuery *query = store.query(QStringLiteral("SELECT * FROM ") + QLatin1String(source.table) +
-                                       QStringLiteral(" LIMIT 0"))) {
-        const QSqlRecord record = query->record();
-        for (int column = 0; column < record.count(); ++column)
-            columns << record.fieldName(column);
-        query->finish();
-    }
-    return columns;
-}
-
-QList<QStringList> DirectoryList::LoadData() const
+QList<QStringList> DirectoryList::LoadData(QStringList *columns) const
 {
     QList<QStringList> rows;
     if (m_kind == DomainGroups) {
+        if (columns)
+            *columns = {QStringLiteral("GroupName"), QStringLiteral("Description")};
         for (const DirectoryEntry &group : EnumGroups())
             rows.append({group.Name, group.Description});
         m_ctx.session.GroupsDomainLoaded = true;
@@ -75,10 +60,15 @@ QList<QStringList> DirectoryList::LoadData() const
                                    QStringLiteral(" ORDER BY rowid"));
     if (!query)
         return rows;
-    const int columns = query->record().count();
+    const QSqlRecord record = query->record();
+    if (columns) {
+        columns->clear();
+        for (int column = 0; column < record.count(); ++column)
+            *columns << record.fieldName(column);
+    }
     while (query->next()) {
         QStringList row;
-        for (int column = 0; column < columns; ++column)
+        for (int column = 0; column < record.count(); ++column)
             row << query->value(column).toString();
         // The role as its word, resolved while loading; an unknown number stays a number.
         if (m_kind == Administrators && row.size() > 1) {

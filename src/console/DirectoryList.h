@@ -55,9 +55,8 @@ public:
     DirectoryList(Kind kind, Context context);
 
     Kind kind() const { return m_kind; }
-    // The grid's columns; the first is the key.
-    QStringList Columns() const;
-    QList<QStringList> LoadData() const;
+    // The rows, and the grid's columns to columns when given; the first is the key.
+    QList<QStringList> LoadData(QStringList *columns = nullptr) const;
     bool HasMembers() const
     {
         return m_kind == DomainGroups || m_kind == KorvaneGroups || m_kind == MyGroups;

@@ -348,12 +348,10 @@ bool RecordModel::accepts(const ListRecord &record) const
 {
     if (m_text.isEmpty())
         return true;
-    QList<int> columns = m_shown;
-    if (columns.isEmpty())
-        for (int column = 0; column < Columns().size(); ++column)
-            columns << column;
     const QLocale locale;
-    for (int column : columns) {
+    const int count = m_shown.isEmpty() ? int(Columns().size()) : int(m_shown.size());
+    for (int n = 0; n < count; ++n) {
+        const int column = m_shown.isEmpty() ? n : m_shown.at(n);
         const ColumnField f = fieldOf(column);
         QString cell;
         if (f.kind == TextColumn)

@@ -64,7 +64,9 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
 
 void frmDirectory::LoadData()
 {
-    m_model.setRows(m_directory.Columns(), m_directory.LoadData());
+    QStringList columns;
+    QList<QStringList> rows = m_directory.LoadData(&columns);
+    m_model.setRows(columns, std::move(rows));
     showMembers();
 }
 

@@ -174,7 +174,9 @@ bool NetworkPaths::PathToUNC(QString &path, const QList<Mount> &mounts)
 
 bool NetworkPaths::PathToUNC(QString &path)
 {
+    if (PathToUNC(path, ReadMounts()))
+        return true;
     // A folder this machine shares is on the network too.
-    return PathToUNC(path, ReadMounts()) ||
-           SambaShares::ToNetworkPath(path, SambaShares::Read(), SambaShares::ReadHostName());
+    const SambaShares::Config samba = SambaShares::Read();
+    return SambaShares::ToNetworkPath(path, samba.shares, samba.host);
 }

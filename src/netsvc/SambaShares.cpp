@@ -65,19 +65,15 @@ QString SambaShares::HostName(const QString &text)
     return netbios.isEmpty() ? QSysInfo::machineHostName() : netbios;
 }
 
-QList<SambaShares::Share> SambaShares::Read()
+SambaShares::Config SambaShares::Read()
 {
-    return FromConfig(configText());
+    const QString text = configText();
+    return {FromConfig(text), HostName(text)};
 }
 
 void SambaShares::UseConfig(const QString &file)
 {
     gConfig = file;
-}
-
-QString SambaShares::ReadHostName()
-{
-    return HostName(configText());
 }
 
 bool SambaShares::ToNetworkPath(QString &path, const QList<Share> &shares, const QString &host)

@@ -20,12 +20,16 @@ QList<Share> FromConfig(const QString &text);
 // The name other machines reach this one by: "netbios name", else the host's name.
 QString HostName(const QString &text);
 
-// The shares of this machine: none unless Samba's server is installed and its
-// configuration read.
-QList<Share> Read();
+struct Config
+{
+    QList<Share> shares;
+    QString host;
+};
+// The shares of this machine and its name, from one read of the configuration:
+// no share unless Samba's server is installed.
+Config Read();
 // A configuration file of a test's own, taken as if Samba were installed; empty restores the system's.
 void UseConfig(const QString &file);
-QString ReadHostName();
 
 // A local path under a share in its network form; false, the path untouched, when under none.
 bool ToNetworkPath(QString &path, const QList<Share> &shares, const QString &host);

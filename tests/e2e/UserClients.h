@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <unistd.h>
+
 namespace UserClients {
 
 using namespace Qt::StringLiterals;
@@ -136,6 +138,22 @@ inline void ensureUser(const QString &user, const QString &fullName)
     run(u"id"_s, {user}, &status);
     if (status != 0)
         run(u"useradd"_s, {u"-M"_s, u"-s"_s, u"/bin/sh"_s, u"-c"_s, fullName, user});
+}
+
+// The two users of the desktop tests.
+inline const QString Ann = QStringLiteral("korvane-ann");
+inline const QString Bob = QStringLiteral("korvane-bob");
+
+// Why this run cannot hold the two users' desktop, or empty once their accounts stand.
+inline QString whyNoDesktop()
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        return QStringLiteral("needs the desktop session of tests/e2e/desktop_session.sh");
+    if (geteuid() != 0)
+        return QStringLiteral("needs root to create the two users of this test");
+    ensureUser(Ann, QStringLiteral("Ann Lee"));
+    ensureUser(Bob, QStringLiteral("Bob Marsh"));
+    return {};
 }
 
 inline bool writeFile(const QString &path, const QByteArray &content)
