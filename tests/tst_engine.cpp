@@ -8,6 +8,7 @@
 #include "engine/KorvanClient.h"
 #include "link/ConnectionManager.h"
 #include "link/LinkCommands.h"
+#include "link/Policies.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
@@ -81,6 +82,15 @@ private Q_SLOTS:
         engine.MenuItemClicked(ClientMenu::mnuAbout);
         QCOMPARE(frontend.events.last(),
                  u"about "_s + LinkCommands::Version() + u" Connection status: Closed"_s);
+        engine.MenuItemClicked(ClientMenu::mnuOptions);
+        engine.MenuItemClicked(ClientMenu::mnuLevel);
+        QCOMPARE(frontend.events.mid(frontend.events.size() - 2), QStringList({u"options"_s, u"levels"_s}));
+        // Policies that keep the reader from the display options give no dialog.
+        gPolicies().CanModifyDisplayOptions = false;
+        engine.SetMenu();
+        engine.MenuItemClicked(ClientMenu::mnuOptions);
+        QCOMPARE(frontend.events.last(), u"levels"_s);
+        gPolicies().CanModifyDisplayOptions = true;
 
         engine.connection()->ConnectedToServer = true;
         engine.SetMenu();

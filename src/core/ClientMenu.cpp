@@ -41,7 +41,6 @@ ClientMenu::ClientMenu()
         entry.checkable = i == mnuDisplayReplies;
         m_entries.append(entry);
     }
-    m_available = QList<bool>(ItemCount, true);
     AssignMainLabels();
 }
 
@@ -52,16 +51,9 @@ void ClientMenu::AssignMainLabels()
             label.resource ? ResString(label.resource) : QString::fromUtf16(label.fixedCaption);
 }
 
-void ClientMenu::setAvailable(Item item, bool available)
-{
-    m_available[item] = available;
-    if (!available)
-        m_entries[item].enabled = false;
-}
-
 void ClientMenu::SetMenu(const Rights &rights)
 {
-    auto set = [this](Item item, bool enabled) { m_entries[item].enabled = enabled && m_available[item]; };
+    auto set = [this](Item item, bool enabled) { m_entries[item].enabled = enabled; };
     set(mnuExit, rights.CanExitClient || rights.IsAdministrator);
     const bool canSend = rights.ConnectedToServer && (rights.CanSendMessages || rights.IsAdministrator);
     set(mnuSend, canSend);

@@ -65,10 +65,7 @@ public:
     void AssignMainLabels();
     // Turns rights into the menu.
     void SetMenu(const Rights &rights);
-    // Items whose feature this build does not offer yet stay greyed.
-    void setAvailable(Item item, bool available);
 
 private:
     QList<Entry> m_entries;
-    QList<bool> m_available;
 };

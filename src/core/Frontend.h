@@ -69,6 +69,10 @@ public:
     // Opens a document or a help file through the desktop.
     virtual bool OpenDocument(const QString &path) = 0;
 
+    // The reader's display options, shown modally, and the level editor.
+    virtual void ShowClientConfig() = 0;
+    virtual void ShowLevelEditor() = 0;
+
     // The server's answers that open a configuration form: the policies of all
     // (empty reference) or of one user, and the server's configuration.
     virtual void ShowPolicies(const QString &reference, const Policies &policies) = 0;

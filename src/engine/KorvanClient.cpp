@@ -64,12 +64,7 @@ QString stateName(int state)
 
 } // namespace
 
-KorvanClient::KorvanClient(QObject *parent) : QObject(parent)
-{
-    // Features that later parts of the client bring stay greyed until then.
-    for (ClientMenu::Item item : {ClientMenu::mnuOptions, ClientMenu::mnuLevel})
-        m_menu.setAvailable(item, false);
-}
+KorvanClient::KorvanClient(QObject *parent) : QObject(parent) {}
 
 KorvanClient::~KorvanClient()
 {
@@ -240,6 +235,16 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
         TraceLog(Form + QStringLiteral("mnuDisplayReplies_Click"));
         m_menu.entry(item).checked = !m_menu.entry(item).checked;
         publishMenu();
+        break;
+    case ClientMenu::mnuOptions:
+        TraceLog(Form + QStringLiteral("mnuOptions_Click"));
+        if (Frontend *frontend = Frontend::current())
+            frontend->ShowClientConfig();
+        break;
+    case ClientMenu::mnuLevel:
+        TraceLog(Form + QStringLiteral("mnuLevel_Click"));
+        if (Frontend *frontend = Frontend::current())
+            frontend->ShowLevelEditor();
         break;
     case ClientMenu::mnuGlobalPolicies:
         TraceLog(Form + QStringLiteral("mnuGlobalPolicies_Click"));

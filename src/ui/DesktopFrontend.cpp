@@ -267,8 +267,16 @@ bool DesktopFrontend::OpenDocument(const QString &path)
     return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
 
-// The policy and server configuration forms and the console's lists are built
-// later; until then their answers are traced and the data waits in the engine.
+void DesktopFrontend::ShowClientConfig()
+{
+    TraceLog(QStringLiteral("frmClientConfig:Form_Load"));
+}
+
+void DesktopFrontend::ShowLevelEditor()
+{
+    TraceLog(QStringLiteral("frmLevelEdit:Form_Load"));
+}
+
 void DesktopFrontend::ShowPolicies(const QString &reference, const Policies &)
 {
     TraceLog(QStringLiteral("frmPolicies:Initialize - RefID: ") + reference);

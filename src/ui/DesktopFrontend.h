@@ -41,6 +41,8 @@ public:
     void ShowLog(const QString &logFileName) override;
     void ShowAbout(const AboutFacts &facts) override;
     bool OpenDocument(const QString &path) override;
+    void ShowClientConfig() override;
+    void ShowLevelEditor() override;
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
     void DisplayList(ListKind list, const QString &letter) override;

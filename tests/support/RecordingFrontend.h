@@ -74,6 +74,8 @@ public:
         events.append(QStringLiteral("open ") + path);
         return true;
     }
+    void ShowClientConfig() override { events.append(QStringLiteral("options")); }
+    void ShowLevelEditor() override { events.append(QStringLiteral("levels")); }
     void ShowPolicies(const QString &reference, const Policies &policies) override;
     void ShowServerConfig(const ServerConfig &config) override;
     void DisplayList(ListKind list, const QString &letter) override

@@ -76,8 +76,14 @@ void DevServer::storeServerConfig(ClientLink &link, const QString &code, const Q
     config.ToObject(data);
     m_state.serverConfig = config.ToString();
     changed();
-    // Kept for the form only: the port in use is the one of the command line.
-    qInfo("server configuration stored: %s", qUtf8Printable(m_state.serverConfig));
+    qInfo("server configuration stored by %s: %s", peer(link).constData(), qUtf8Printable(m_state.serverConfig));
+    if (config.Trace != m_trace)
+        qInfo("debug trace %s", config.Trace ? "on" : "off");
+    m_trace = config.Trace;
+    // The ports are announced to the configuration form from now on; this server keeps the port of its
+    // command line, so that the clients it serves are not sent away to a port nobody listens on.
+    if (config.ClientPort != port())
+        qInfo("client port %d announced; still listening on %d", config.ClientPort, int(port()));
 }
 
 QString DevServer::levelsText() const

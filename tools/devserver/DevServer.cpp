@@ -19,6 +19,9 @@ using namespace DevWire;
 DevServer::DevServer(ServerState &state, QObject *parent) : QObject(parent), m_state(state)
 {
     connect(&m_server, &QTcpServer::newConnection, this, &DevServer::onNewConnection);
+    ServerConfig config;
+    config.ToObject(m_state.serverConfig);
+    m_trace = config.Trace;
 }
 
 DevServer::~DevServer()
@@ -153,6 +156,9 @@ void DevServer::handle(ClientLink &link, const QString &payload)
     const qsizetype start = command.indexOf(dataStart);
     const QString code = start < 0 ? command : command.left(start);
     const QString data = start < 0 ? QString() : command.mid(start + 1);
+    if (m_trace)
+        qInfo("<- %s from %s, %lld characters", qUtf8Printable(code.left(16)), peer(link).constData(),
+              qint64(data.size()));
     const Handler handler = handlers().value(code);
     if (!handler) {
         qWarning("unknown command \"%s\" from %s", qUtf8Printable(code.left(16)), peer(link).constData());
@@ -173,6 +179,9 @@ void DevServer::send(ClientLink &link, const QString &payload)
                  qUtf8Printable(failure.description));
         return;
     }
+    if (m_trace)
+        qInfo("-> %s to %s, %lld bytes", qUtf8Printable(payload.left(3)), peer(link).constData(),
+              qint64(frame.size()));
     link.socket->write(frame);
 }
 

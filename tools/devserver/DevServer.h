@@ -106,4 +106,6 @@ private:
     QTcpServer m_server;
     QUdpSocket m_udp;
     QList<ClientLink *> m_links;
+    // The configuration's debug trace: every frame in and out goes to the console.
+    bool m_trace = false;
 };
