@@ -2,7 +2,8 @@
 // a message arrive in his open Inbox; Ann, a postmaster, arranges her Outbox
 // and finds it so after a restart, as an Administrator now; the side bars of
 // the three roles differ by what each may see, and All messages is read from
-// the development server.
+// the development server. An administrator's change of a level reaches another
+// desktop.
 #include "e2e/UserClients.h"
 
 #include <QDir>
@@ -311,6 +312,73 @@ private Q_SLOTS:
             QTest::qWaitFor([] { return !visibleWindow(u"^Delete Personal Group$"_s).isEmpty(); }, 10000));
         keys({u"Return"_s});
         QVERIFY(QTest::qWaitFor([&] { return groups() == u"0"_s; }, 10000));
+    }
+
+    // Bob sets his banner to the lower right in his options before any message has come; the
+    // first one shows there.
+    void optionsPlaceTheBanner()
+    {
+        Desk desk;
+        QVERIFY(desk.start(0));
+        QVERIFY(desk.bob.chooseMenuItem(3, {640, 100}));
+        QVERIFY(QTest::qWaitFor([] { return !visibleWindow(u"^Client options$"_s).isEmpty(); }, 15000));
+        // Horizontal is six rows down, Vertical the next; Return is OK.
+        keys(QStringList(6, u"Tab"_s) << u"Down"_s << u"Down"_s << u"Tab"_s << u"Down"_s);
+        DesktopSession::screenshot(u"options.png"_s);
+        keys({u"Return"_s});
+        QVERIFY(QTest::qWaitFor([] { return visibleWindow(u"^Client options$"_s).isEmpty(); }, 10000));
+        const QString ini = desk.bob.file(u"config/Korvane/KorvaneClient.ini"_s);
+        QVERIFY2(ini.contains(u"Horizontal position=2"_s) && ini.contains(u"Vertical position=1"_s),
+                 qPrintable(ini));
+
+        desk.server.control({u"send"_s, u"--to"_s, Bob, u"In the corner"_s});
+        QString banner;
+        QVERIFY(QTest::qWaitFor([&] { return !(banner = DesktopSession::bannerWindow()).isEmpty(); }, 20000));
+        DesktopSession::screenshot(u"options-banner.png"_s);
+        const QRect place = DesktopSession::geometryOf(banner);
+        // The screen is 1280 by 800; the tray's panel may keep the bottom rows.
+        QVERIFY2(place.right() >= 1270 && place.bottom() >= 740 && place.left() > 0,
+                 qPrintable(
+                     u"%1,%2 %3x%4"_s.arg(place.x()).arg(place.y()).arg(place.width()).arg(place.height())));
+    }
+
+    // Ann, an administrator, gives the level Message a blue background in the level editor; the
+    // server hands the levels to every client, and Bob's next message of that level is blue.
+    void levelColourReachesBob()
+    {
+        Desk desk;
+        QVERIFY(desk.start(3));
+        // Configuration is the seventh item; the level editor heads its submenu.
+        QVERIFY(desk.ann.chooseMenuItem(7, {640, 100}, {u"Right"_s}));
+        QVERIFY(QTest::qWaitFor([] { return !visibleWindow(u"^Message Level Editor$"_s).isEmpty(); }, 15000));
+        // Message, the first level, is chosen; its background button is four fields on.
+        keys({u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"space"_s});
+        QVERIFY(QTest::qWaitFor([] { return !visibleWindow(u"^Select Colou?r$"_s).isEmpty(); }, 10000));
+        keys({u"alt+h"_s, u"ctrl+a"_s});
+        DesktopSession::type(u"#0000ff"_s);
+        keys({u"Return"_s});
+        QVERIFY(QTest::qWaitFor([] { return visibleWindow(u"^Select Colou?r$"_s).isEmpty(); }, 10000));
+        // UPDATE, five fields on past the other colours, the shadow and the sound type; then OK, which
+        // takes the keyboard from it.
+        keys({u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"space"_s});
+        DesktopSession::screenshot(u"level-editor.png"_s);
+        keys({u"space"_s});
+        QVERIFY(QTest::qWaitFor([] { return visibleWindow(u"^Message Level Editor$"_s).isEmpty(); }, 10000));
+        // Blue, as the store keeps it: blue-green-red.
+        QVERIFY(QTest::qWaitFor(
+            [&] { return run(u"cat"_s, {desk.server.state}).contains(u"\"16711680\""_s); }, 10000));
+
+        desk.server.control({u"send"_s, u"--to"_s, Bob, u"--level"_s, u"Message"_s, u"Now in blue"_s});
+        QString banner;
+        QVERIFY(QTest::qWaitFor([&] { return !(banner = DesktopSession::bannerWindow()).isEmpty(); }, 20000));
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         const QImage shot = DesktopSession::screenshot(u"level-banner.png"_s)
+                                                 .copy(DesktopSession::geometryOf(banner));
+                         return hasColour(shot, QColor(0, 0, 255));
+                     },
+                     10000),
+                 qPrintable(desk.bob.file(u"data/Korvane/client.log"_s).right(1500)));
     }
 };
 

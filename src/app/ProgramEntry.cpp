@@ -84,6 +84,13 @@ int ProgramEntry::run(int argc, char **argv)
         [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
         AppPaths::userStoreFile(), layoutsBase(), gProcess().AppDataPath});
 
+    frontend.setEngineCalls(
+        {[&engine](const QString &reference, const QString &codes) {
+             engine->NewPoliciesToSend(reference, codes);
+         },
+         [&engine](const ServerConfig &config) { engine->UpdateServerConfiguration(config); },
+         [&engine] { engine->OptionsChanged(); }});
+
     bool closing = false;
     auto close = [&](int mode) {
         if (closing)
@@ -111,6 +118,7 @@ int ProgramEntry::run(int argc, char **argv)
     frontend.setAuthoring(std::nullopt);
     frontend.destroyBanner();
     frontend.setBannerHooks({});
+    frontend.setEngineCalls({});
     engine.reset();
     // Closing the files folds the journal back in; a crash would lose nothing either.
     ClientDB().close();

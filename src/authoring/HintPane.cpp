@@ -7,7 +7,13 @@
 #include <QWidget>
 
 HintPane::HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls)
-    : QObject(form), m_pane(pane), m_form(form)
+    : HintPane(pane, form, controls, &FormHints::Hint)
+{
+}
+
+HintPane::HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls,
+                   std::function<QString(const QString &controlName)> hintOf)
+    : QObject(form), m_pane(pane), m_form(form), m_hintOf(std::move(hintOf))
 {
     for (QWidget *control : controls)
         control->installEventFilter(this);
@@ -22,7 +28,7 @@ void HintPane::refresh()
 void HintPane::show(const QString &controlName)
 {
     // A long hint scrolls in its pane rather than pushing the fields about.
-    m_pane->setHtml(FormHints::Hint(controlName));
+    m_pane->setHtml(m_hintOf(controlName));
 }
 
 bool HintPane::eventFilter(QObject *watched, QEvent *event)

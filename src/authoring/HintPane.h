@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
+
 class QTextBrowser;
 class QWidget;
 
@@ -13,6 +15,9 @@ class HintPane final : public QObject
 {
 public:
     HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls);
+    // A form whose hints are its own: hintOf gives a control's rich text by its name.
+    HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls,
+             std::function<QString(const QString &controlName)> hintOf);
     // Shows the kept hint again, in the language now in force.
     void refresh();
 
@@ -25,4 +30,5 @@ private:
     QTextBrowser *m_pane;
     QWidget *m_form;
     QString m_current;
+    std::function<QString(const QString &controlName)> m_hintOf;
 };

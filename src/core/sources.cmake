@@ -6,10 +6,12 @@ set(CORE_SOURCES
     core/Frontend.cpp core/Frontend.h
     core/Globals.cpp core/Globals.h
     core/IniFile.cpp core/IniFile.h
+    core/Languages.cpp core/Languages.h
     core/Log.cpp core/Log.h
     core/OptionKeys.cpp core/OptionKeys.h
     core/Options.cpp core/Options.h
     core/OsInfo.cpp core/OsInfo.h
+    core/PropertyRows.cpp core/PropertyRows.h
     core/Session.h
     core/StringTable.cpp core/StringTable.h
     core/Ticker.cpp core/Ticker.h

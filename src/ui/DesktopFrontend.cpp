@@ -5,9 +5,14 @@
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "banner/frmBanner.h"
+#include "banner/frmClientConfig.h"
+#include "banner/frmLevelEdit.h"
 #include "console/frmAdmin.h"
 #include "console/frmAdminsEdit.h"
+#include "console/frmConfigServer.h"
 #include "console/frmList.h"
+#include "console/frmPolicies.h"
+#include "core/Globals.h"
 #include "core/Log.h"
 #include "store/DBFunctions.h"
 #include "store/DVMessage.h"
@@ -34,6 +39,7 @@ DesktopFrontend::~DesktopFrontend()
     delete m_message;
     delete m_reply;
     delete m_console;
+    delete m_levelEdit;
     delete m_banner;
 }
 
@@ -269,22 +275,46 @@ bool DesktopFrontend::OpenDocument(const QString &path)
 
 void DesktopFrontend::ShowClientConfig()
 {
-    TraceLog(QStringLiteral("frmClientConfig:Form_Load"));
+    // The language switch inside the dialog reads the settings in force, so it edits them.
+    frmClientConfig dialog({gOptions(), gUserInfos(), m_engineCalls.optionsChanged});
+    dialog.exec();
 }
 
 void DesktopFrontend::ShowLevelEditor()
 {
-    TraceLog(QStringLiteral("frmLevelEdit:Form_Load"));
+    if (!m_authoring)
+        return;
+    // One editor: its buffer is the one table of the temporary store.
+    if (!m_levelEdit)
+        m_levelEdit = new frmLevelEdit({m_authoring->clientDB, m_authoring->tempDB, m_authoring->sendData,
+                                        frmLevelEdit::defaultSharedPathRule()});
+    m_levelEdit->show();
+    m_levelEdit->raise();
+    m_levelEdit->activateWindow();
 }
 
-void DesktopFrontend::ShowPolicies(const QString &reference, const Policies &)
+frmLevelEdit *DesktopFrontend::levelEditor() const
 {
-    TraceLog(QStringLiteral("frmPolicies:Initialize - RefID: ") + reference);
+    return m_levelEdit;
 }
 
-void DesktopFrontend::ShowServerConfig(const ServerConfig &)
+void DesktopFrontend::ShowPolicies(const QString &reference, const Policies &policies)
 {
-    TraceLog(QStringLiteral("frmConfigServer:Form_Load"));
+    // One window per answer: the universal policies and a user's may stand side by side.
+    auto *form = new frmPolicies({m_engineCalls.newPoliciesToSend});
+    form->Initialise(reference, policies);
+    form->show();
+    form->raise();
+    form->activateWindow();
+}
+
+void DesktopFrontend::ShowServerConfig(const ServerConfig &config)
+{
+    auto *form = new frmConfigServer({*this, m_engineCalls.updateServerConfiguration});
+    form->SetConfig(config);
+    form->show();
+    form->raise();
+    form->activateWindow();
 }
 
 void DesktopFrontend::DisplayList(ListKind list, const QString &letter)

@@ -18,6 +18,9 @@ class frmAdmin;
 class frmMessage;
 class QDialog;
 class frmReply;
+class frmLevelEdit;
+class frmPolicies;
+class frmConfigServer;
 
 // The engine's interface to the person, met with widgets and the desktop.
 class DesktopFrontend final : public QObject, public Frontend
@@ -68,11 +71,20 @@ public:
     // What the forms of authoring and the console work with; set once the engine stands.
     void setAuthoring(std::optional<AuthoringContext> context);
     void setConsole(std::optional<ConsoleContext> context);
+    // What the option, policy and configuration forms hand back to the engine.
+    struct EngineCalls
+    {
+        std::function<void(const QString &reference, const QString &codes)> newPoliciesToSend;
+        std::function<void(const ServerConfig &config)> updateServerConfiguration;
+        std::function<void()> optionsChanged;
+    };
+    void setEngineCalls(EngineCalls calls) { m_engineCalls = std::move(calls); }
     frmAdmin *console() const;
     // The composer on a stored record, from a list's Edit.
     void EditMessage(const DVMessage &msg, int action);
     frmMessage *messageForm() const;
     frmReply *replyForm() const;
+    frmLevelEdit *levelEditor() const;
     frmBanner *banner();
     frmBanner *existingBanner() const { return m_banner; }
     void destroyBanner();
@@ -90,6 +102,8 @@ private:
     QPointer<frmReply> m_reply;
     std::optional<ConsoleContext> m_consoleContext;
     QPointer<frmAdmin> m_console;
+    QPointer<frmLevelEdit> m_levelEdit;
+    EngineCalls m_engineCalls;
     // The composer's level list and fields for the next message, the only one open.
     frmMessage *composer();
     frmMessage *packageComposer();

@@ -4,6 +4,7 @@ list(APPEND UI_SOURCES
     ui/DialogButtonSet.cpp ui/DialogButtonSet.h
     ui/InputBox.cpp ui/InputBox.h
     ui/MessageBox.cpp ui/MessageBox.h
+    ui/PropertyInspector.cpp ui/PropertyInspector.h
     ui/TrayIcon.cpp ui/TrayIcon.h
     ui/frmAbout.cpp ui/frmAbout.h ui/frmAbout.ui
     ui/frmDialog.cpp ui/frmDialog.h

@@ -101,9 +101,9 @@ struct UserClient
     }
     // A second start, which asks the running client to open its menu where the pointer is.
     void openMenu() const { run(u"runuser"_s, as({QStringLiteral(KORVANE_CLIENT_BINARY)})); }
-    // The menu opened at a point, then its item so many rows down chosen by keyboard;
-    // false when the menu never showed.
-    bool chooseMenuItem(int downs, const QPoint &at) const
+    // The menu opened at a point, then its item so many rows down chosen by keyboard, going into
+    // a submenu by the keys given; false when the menu never showed.
+    bool chooseMenuItem(int downs, const QPoint &at, const QStringList &submenu = {}) const
     {
         run(u"xdotool"_s, {u"mousemove"_s, QString::number(at.x()), QString::number(at.y())});
         openMenu();
@@ -112,7 +112,7 @@ struct UserClient
         };
         if (!QTest::qWaitFor(menuUnderPointer, 10000))
             return false;
-        DesktopSession::keys(QStringList(downs, u"Down"_s) << u"Return"_s);
+        DesktopSession::keys(QStringList(downs, u"Down"_s) + submenu << u"Return"_s);
         return QTest::qWaitFor([&] { return !menuUnderPointer(); }, 5000);
     }
     void stop()
