@@ -28,6 +28,39 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// A user with the default policies over a real store, every frame sent kept.
+struct Fixture : StoreFixture
+{
+    RecordingFrontend frontend;
+    UserInfos user{u"jdoe"_s};
+    Policies policies;
+    ProcessState process;
+    Session session;
+    QStringList sent;
+    std::function<bool(const QString &)> send = [this](const QString &p) { return !(sent << p).isEmpty(); };
+    MessageList::Context messages()
+    {
+        return {ClientDB(), TempDB(), clock, frontend, process, session, send};
+    }
+    DirectoryList::Context directory()
+    {
+        return {ClientDB(), TempDB(), frontend, process, session, user, send};
+    }
+};
+
+// Each frame as its code and the first field of its data.
+QStringList brief(const QStringList &sent)
+{
+    QStringList codes;
+    for (const QString &p : sent)
+        codes << p.section(QChar(1), 0, 0) + u' ' + p.section(QChar(1), 1).section(QChar(2), 0, 0);
+    return codes;
+}
+
+} // namespace
+
 class TestConsole : public QObject
 {
     Q_OBJECT
@@ -55,43 +88,26 @@ private Q_SLOTS:
         QFETCH(int, authority);
         QFETCH(bool, groups);
         QFETCH(QString, trace);
-        TempProfile profile;
-        gProcess().AppDataPath = profile.dataHome();
+        Fixture f;
         gOptions().Trace = true;
-        UserInfos user(u"jdoe"_s);
-        user.setMyAuthority(qint16(authority));
-        Policies policies;
-        policies.UseDomainGroups = policies.UseKorvanGroups = groups;
-        ProcessState process;
-        Session session;
-        QStringList sent;
-        ConsoleFrame frame(process, session, user, policies, [&sent](const QString &p) {
-            sent << p;
-            return true;
-        });
+        f.user.setMyAuthority(qint16(authority));
+        f.policies.UseDomainGroups = f.policies.UseKorvanGroups = groups;
+        ConsoleFrame frame(f.process, f.session, f.user, f.policies, f.send);
         QList<int> lists;
         for (const ConsoleFrame::Item &item : frame.Load())
             lists << item.list;
         QTEST(lists, "lists");
         QVERIFY(logText().contains(u"frmAdmin:"_s + trace + u'\n'));
         // It opens on the Outbox and asks for the receipts once.
-        QCOMPARE(process.CurrentList, 2);
-        QCOMPARE(sent, QStringList{u"RRC"_s});
+        QCOMPARE(f.process.CurrentList, 2);
+        QCOMPARE(f.sent, QStringList{u"RRC"_s});
     }
 
     void clicksShowOrAsk()
     {
-        TempProfile profile;
-        UserInfos user(u"jdoe"_s);
-        Policies policies;
-        ProcessState process;
-        Session session;
-        session.ReceiptsLoaded = session.UsersLoaded = true;
-        QStringList sent;
-        ConsoleFrame frame(process, session, user, policies, [&sent](const QString &p) {
-            sent << p;
-            return true;
-        });
+        Fixture f;
+        f.session.ReceiptsLoaded = f.session.UsersLoaded = true;
+        ConsoleFrame frame(f.process, f.session, f.user, f.policies, f.send);
         QCOMPARE(frame.OnClickItemLink(u"btnInbox"_s).show, 1);
         QCOMPARE(frame.OnClickItemLink(u"btnUsers"_s).show, 13);
         // Not yet here: the busy window and the request, again at each click while it is out.
@@ -99,19 +115,19 @@ private Q_SLOTS:
             const ConsoleFrame::Step step = frame.OnClickItemLink(u"btnMachines"_s);
             QVERIFY(step.progress && step.show == 0);
         }
-        QCOMPARE(sent, (QStringList{u"RMA\u0001A"_s, u"RMA\u0001A"_s}));
+        QCOMPARE(f.sent, (QStringList{u"RMA\u0001A"_s, u"RMA\u0001A"_s}));
         // The person moves on: the machines' late answer shows nothing, the groups' always shows.
         frame.OnClickItemLink(u"btnInbox"_s);
         QVERIFY(!frame.MayDisplay(14) && frame.MayDisplay(11));
         // My groups leave the choice as it was; btnInstalled does nothing at all.
         QCOMPARE(frame.OnClickItemLink(u"btnMyGroups"_s).show, 12);
-        QCOMPARE(process.CurrentList, 1);
+        QCOMPARE(f.process.CurrentList, 1);
         QCOMPARE(frame.OnClickItemLink(u"btnInstalled"_s).show, 0);
         frame.QueryUnload();
-        QCOMPARE(process.CurrentList, 0);
+        QCOMPARE(f.process.CurrentList, 0);
 
         // The place in twips; a value of text counts as missing.
-        const UserStore store(profile.path() + u"/Client.conf"_s);
+        const UserStore store(f.profile.path() + u"/Client.conf"_s);
         QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(0, 0, 800, 600));
         ConsoleFrame::WriteGeometry(store, QRect(10, 20, 1000, 700));
         QCOMPARE(store.read(u"Setup"_s, u"AdminWidth"_s, QString()), u"15000"_s);
@@ -122,16 +138,8 @@ private Q_SLOTS:
 
     void listCommands()
     {
-        StoreFixture f;
-        RecordingFrontend frontend;
-        ProcessState process;
-        Session session;
-        QStringList sent;
-        const MessageList::Context context{
-            ClientDB(), TempDB(), f.clock, frontend, process, session, [&sent](const QString &p) {
-                sent << p.section(QChar(1), 0, 0) + u' ' + p.section(QChar(1), 1).section(QChar(2), 0, 0);
-                return true;
-            }};
+        Fixture f;
+        const MessageList::Context context = f.messages();
         QStringList ids;
         for (int n = 1; n <= 6; ++n) {
             DVMessage m;
@@ -185,30 +193,30 @@ private Q_SLOTS:
         QCOMPARE(outbox.Resubmit(u"M1"_s), std::optional<qint32>(StatusActive));
         QCOMPARE(outbox.Resubmit(u"M2"_s), std::nullopt);
         QCOMPARE(GetMessage(ClientDB(), u"Outbox"_s, u"M1"_s).Status, qint32(StatusActive));
-        QCOMPARE(sent, (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s}));
+        QCOMPARE(brief(f.sent), (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s}));
 
         // Five rows deleted: an update for each and one list of deletions.
-        sent.clear();
+        f.sent.clear();
         QCOMPARE(outbox.Delete(u"M1"_s, ids.mid(0, 5)), ids.mid(0, 5));
-        QCOMPARE(sent, (QStringList{u"MUP M1"_s, u"MUP M2"_s, u"MUP M3"_s, u"MUP M4"_s, u"MUP M5"_s,
-                                    u"MDE M1,M2,M3,M4,M5"_s}));
+        QCOMPARE(brief(f.sent), (QStringList{u"MUP M1"_s, u"MUP M2"_s, u"MUP M3"_s, u"MUP M4"_s, u"MUP M5"_s,
+                                             u"MDE M1,M2,M3,M4,M5"_s}));
         QCOMPARE(MessageList(MessageList::DeletedMsg, context).LoadData().size(), 5);
         // An undelete is local; the Inbox deletes only its focused row.
-        sent.clear();
+        f.sent.clear();
         QVERIFY(MessageList(MessageList::DeletedMsg, context).Undelete(u"M2"_s));
         MessageList inbox(MessageList::Inbox, context);
         QCOMPARE(inbox.Delete(u"M3"_s, ids), QStringList{u"M3"_s});
         QCOMPARE(inbox.LoadData().size(), 5);
-        QCOMPARE(sent, QStringList());
+        QCOMPARE(f.sent, QStringList());
         inbox.Repost(u"M4"_s);
-        QCOMPARE(frontend.displayed, QStringList{u"M4"_s});
+        QCOMPARE(f.frontend.displayed, QStringList{u"M4"_s});
 
         // A package's cancel marks "Outbox", where no package stands: its cell stays.
         DVMessage package;
         package.MsgID = u"P1"_s;
         QVERIFY(SaveMessage(ClientDB(), u"OutPkg"_s, package, false, true));
         QCOMPARE(MessageList(MessageList::AllPkgs, context).Cancel(u"P1"_s), std::nullopt);
-        QCOMPARE(sent.last(), u"PCA P1"_s);
+        QCOMPARE(f.sent.last(), u"PCA\u0001P1"_s);
 
         // All messages: an expired one is extended and goes out twice.
         DVMessage expired;
@@ -216,32 +224,24 @@ private Q_SLOTS:
         expired.Status = StatusActive;
         expired.ExpirationDate = f.clock.currentDateTime().addDays(-1);
         QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, expired, false, true));
-        sent.clear();
+        f.sent.clear();
         MessageList(MessageList::AllMsgs, context).Resubmit(u"A1"_s);
-        QCOMPARE(sent, (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
+        QCOMPARE(brief(f.sent), (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
         QCOMPARE(GetMessage(TempDB(), u"Outbox"_s, u"A1"_s).ExpirationDate,
                  DateText::TruncateToMinute(f.clock.currentDateTime()).addDays(1));
     }
 
     void templates()
     {
-        StoreFixture f;
-        UserInfos user(u"jdoe"_s);
-        ProcessState process;
-        Session session;
-        QStringList sent;
-        const TemplateList::Context context{
-            ClientDB(), TempDB(), user, process, session, [&sent](const QString &p) {
-                sent << p;
-                return true;
-            }};
+        Fixture f;
+        const TemplateList::Context context{ClientDB(), TempDB(), f.user, f.process, f.session, f.send};
         // A user may use a shared template and copy it, not change it.
         TemplateList shared(TemplateList::Shared, context);
         QString offered;
         for (TemplateList::Item item : shared.Items())
             offered += shared.Enabled(item, 1) ? u'1' : u'0';
         QCOMPARE(offered, u"01001001"_s);
-        user.setMyAuthority(UserInfos::RolePostmaster);
+        f.user.setMyAuthority(UserInfos::RolePostmaster);
         QVERIFY(shared.Enabled(TemplateList::mnuEdit, 1) && !shared.Enabled(TemplateList::mnuDelete, 0));
         QCOMPARE(shared.EditAction(), 4);
 
@@ -252,7 +252,7 @@ private Q_SLOTS:
             QVERIFY(SaveMessage(ClientDB(), u"MyTemplates"_s, t, false, true));
         }
         QCOMPARE(shared.Delete(u"S1"_s, {u"S1"_s, u"S2"_s}), (QStringList{u"S1"_s, u"S2"_s}));
-        QCOMPARE(sent, QStringList{u"TDE\u0001S1,S2"_s});
+        QCOMPARE(f.sent, QStringList{u"TDE\u0001S1,S2"_s});
         QVERIFY(shared.LoadData().isEmpty());
         // A personal one goes at once, the focused row alone, and the server is not told.
         TemplateList personal(TemplateList::Personal, context);
@@ -260,7 +260,7 @@ private Q_SLOTS:
         QCOMPARE(personal.LoadData().size(), 1);
         personal.CreateFromTemplate(u"S1"_s);
         shared.Refresh();
-        QCOMPARE(sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
+        QCOMPARE(f.sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
     }
 
     // The enabled items (by their Item number) for 0, 1 and 3 selected rows, of the
@@ -292,55 +292,34 @@ private Q_SLOTS:
     {
         QFETCH(int, kind);
         QFETCH(int, authority);
-        StoreFixture f;
-        RecordingFrontend frontend;
-        ProcessState process;
-        Session session;
-        UserInfos user(u"jdoe"_s);
-        user.setMyAuthority(qint16(authority));
-        const auto send = [](const QString &) { return true; };
-        const MessageList messages(MessageList::Kind(kind),
-                                   {ClientDB(), TempDB(), f.clock, frontend, process, session, send});
-        const DirectoryList directory(DirectoryList::Kind(kind),
-                                      {ClientDB(), TempDB(), frontend, process, session, user, send});
+        Fixture f;
+        f.user.setMyAuthority(qint16(authority));
         QStringList enabled;
         for (int selected : {0, 1, 3}) {
-            QList<int> items;
-            if (kind < DirectoryList::DomainGroups) {
-                for (MessageList::Item item : messages.Items())
-                    if (messages.Enabled(item, selected))
+            const auto numbers = [selected](const auto &list) {
+                QList<int> items;
+                for (auto item : list.Items())
+                    if (list.Enabled(item, selected))
                         items << int(item);
-            } else {
-                for (DirectoryList::Item item : directory.Items())
-                    if (directory.Enabled(item, selected))
-                        items << int(item);
-            }
-            std::sort(items.begin(), items.end());
-            QStringList numbers;
-            for (int item : items)
-                numbers << QString::number(item);
-            enabled << numbers.join(u' ');
+                std::sort(items.begin(), items.end());
+                QStringList text;
+                for (int item : items)
+                    text << QString::number(item);
+                return text.join(u' ');
+            };
+            enabled << (kind < DirectoryList::DomainGroups
+                            ? numbers(MessageList(MessageList::Kind(kind), f.messages()))
+                            : numbers(DirectoryList(DirectoryList::Kind(kind), f.directory())));
         }
         QTEST(enabled, "enabled");
     }
 
     void directoryCommands()
     {
-        StoreFixture f;
-        RecordingFrontend frontend;
-        ProcessState process;
-        Session session;
-        UserInfos user(u"jdoe"_s);
-        QStringList sent;
-        const DirectoryList::Context context{
-            ClientDB(), TempDB(), frontend, process, session, user, [&sent](const QString &p) {
-                sent << p;
-                return true;
-            }};
-        for (const char *id : {"a", "b", "c"}) {
-            const QVariantList row{QString::fromLatin1(id), QString(u"Name "_s + QLatin1String(id))};
-            QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID, UserName) VALUES (?, ?)"_s, row));
-        }
+        Fixture f;
+        const DirectoryList::Context context = f.directory();
+        QVERIFY(TempDB().exec(
+            u"INSERT INTO Users (UserID, UserName) VALUES ('a', 'A'), ('b', 'B'), ('c', 'C')"_s));
         QVERIFY(TempDB().exec(u"INSERT INTO Administrators (UserID, Authority) VALUES ('a', 2), ('b', 7)"_s));
         QVERIFY(TempDB().exec(u"INSERT INTO KorvaneGroups (GroupName, Description) VALUES ('ops', 'Ops')"_s));
         QVERIFY(ClientDB().exec(u"INSERT INTO MyGroups (GroupName, Description) VALUES ('mine', 'Mine')"_s));
@@ -351,49 +330,48 @@ private Q_SLOTS:
         DirectoryList users(DirectoryList::Users, context);
         QCOMPARE(users.LoadData().size(), 3);
         users.Send({u"c"_s, u"a"_s, u"b"_s});
-        QCOMPARE(process.SavedSelection, u"c,a,b"_s);
-        QCOMPARE(sent, QStringList{u"MID"_s});
+        QCOMPARE(f.process.SavedSelection, u"c,a,b"_s);
+        QCOMPARE(f.sent, QStringList{u"MID"_s});
         // A user deleted here and at the server; a refresh empties the table and asks again.
         QVERIFY(users.Delete(u"b"_s));
         QCOMPARE(users.LoadData().size(), 2);
-        session.UsersLoaded = true;
+        f.session.UsersLoaded = true;
         QVERIFY(!users.Refresh());
-        QVERIFY(!session.UsersLoaded);
+        QVERIFY(!f.session.UsersLoaded);
         QVERIFY(users.LoadData().isEmpty());
-        QCOMPARE(sent.mid(1), (QStringList{u"USD\u0001b"_s, u"RUS\u0001A"_s}));
+        QCOMPARE(f.sent.mid(1), (QStringList{u"USD\u0001b"_s, u"RUS\u0001A"_s}));
 
         // Roles show as words; a number no version knows stays a number.
         QCOMPARE(DirectoryList(DirectoryList::Administrators, context).LoadData(),
                  (QList<QStringList>{{u"a"_s, u"Packager"_s}, {u"b"_s, u"7"_s}}));
         // A role given to two users at once: one ADM, one row updated and one added.
-        sent.clear();
-        process.CurrentList = 15;
-        AdminsEditForm role({TempDB(), session, process, context.sendData});
+        f.sent.clear();
+        f.process.CurrentList = 15;
+        AdminsEditForm role({TempDB(), f.session, f.process, context.sendData});
         QCOMPARE(role.OKButton(), AdminsEditForm::StayOpen);
         role.EditAdmin(u"a, z"_s, UserInfos::RoleAdministrator);
         QCOMPARE(role.OKButton(), AdminsEditForm::Close);
         QVERIFY(role.RefreshList());
-        QCOMPARE(sent, QStringList{u"ADM\u0001a, z\u00023"_s});
+        QCOMPARE(f.sent, QStringList{u"ADM\u0001a, z\u00023"_s});
         QCOMPARE(DirectoryList(DirectoryList::Administrators, context).LoadData(),
                  (QList<QStringList>{
                      {u"a"_s, u"Administrator"_s}, {u"b"_s, u"7"_s}, {u"z"_s, u"Administrator"_s}}));
-        sent.clear();
 
         // A personal group: its members in their order; No keeps it, Yes takes it with its members.
         DirectoryList mine(DirectoryList::MyGroups, context);
         QCOMPARE(mine.Members(u"mine"_s), (QStringList{u"b"_s, u"a"_s}));
-        frontend.answerBox(ResultNo);
+        f.frontend.answerBox(ResultNo);
         QVERIFY(!mine.Delete(u"mine"_s));
         QCOMPARE(mine.LoadData().size(), 1);
-        frontend.answerBox(ResultYes);
+        f.frontend.answerBox(ResultYes);
         QVERIFY(mine.Delete(u"mine"_s));
         QVERIFY(mine.LoadData().isEmpty());
         QVERIFY(mine.Members(u"mine"_s).isEmpty());
         // A shared group goes at the server with its fields emptied.
-        sent.clear();
-        frontend.answerBox(ResultYes);
+        f.sent.clear();
+        f.frontend.answerBox(ResultYes);
         QVERIFY(DirectoryList(DirectoryList::KorvaneGroups, context).Delete(u"ops"_s));
-        QCOMPARE(sent, QStringList{u"KVG\u0001ops\u0002\u0002\u0002\u0002"_s});
+        QCOMPARE(f.sent, QStringList{u"KVG\u0001ops\u0002\u0002\u0002\u0002"_s});
         QVERIFY(DirectoryList(DirectoryList::KorvaneGroups, context).LoadData().isEmpty());
     }
 

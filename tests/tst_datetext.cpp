@@ -110,29 +110,18 @@ private Q_SLOTS:
         }
     }
 
-    void minuteHelpers_data()
-    {
-        QTest::addColumn<QDateTime>("value");
-        QTest::addColumn<QString>("minuteText");
-        QTest::addColumn<QDateTime>("truncated");
-
-        QTest::newRow("year end") << at(2024, 12, 31, 23, 59, 59, 999) << u"2024/12/31 23:59"_s
-                                  << at(2024, 12, 31, 23, 59);
-        QTest::newRow("padded") << at(2024, 1, 2, 3, 4, 5) << u"2024/01/02 03:04"_s << at(2024, 1, 2, 3, 4);
-        QTest::newRow("unset reads as zero") << QDateTime() << u"1899/12/30 00:00"_s << DateText::ZeroDate();
-    }
-
+    // The minute's text has a fixed slash whatever the regional settings say; an unset date reads as zero.
     void minuteHelpers()
     {
-        QFETCH(QDateTime, value);
-        QFETCH(QString, minuteText);
-        QFETCH(QDateTime, truncated);
-
-        // The slash is fixed, whatever the regional settings say.
         QLocale::setDefault(QLocale(u"de_DE"_s));
-        QCOMPARE(DateText::FormatDateMinute(value), minuteText);
-        QCOMPARE(DateText::TruncateToMinute(value), truncated);
-        QCOMPARE(DateText::TruncateToMinute(value).timeSpec(), Qt::UTC);
+        for (const auto &[value, minuteText, truncated] :
+             {std::tuple{at(2024, 12, 31, 23, 59, 59, 999), u"2024/12/31 23:59"_s, at(2024, 12, 31, 23, 59)},
+              std::tuple{at(2024, 1, 2, 3, 4, 5), u"2024/01/02 03:04"_s, at(2024, 1, 2, 3, 4)},
+              std::tuple{QDateTime(), u"1899/12/30 00:00"_s, DateText::ZeroDate()}}) {
+            QCOMPARE(DateText::FormatDateMinute(value), minuteText);
+            QCOMPARE(DateText::TruncateToMinute(value), truncated);
+            QCOMPARE(DateText::TruncateToMinute(value).timeSpec(), Qt::UTC);
+        }
     }
 };
 

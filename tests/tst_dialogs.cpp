@@ -2,20 +2,14 @@
 #include "console/frmAdmin.h"
 #include "console/frmList.h"
 #include "core/ClientMenu.h"
-#include "core/Clock.h"
-#include "core/Frontend.h"
-#include "core/Globals.h"
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
 #include "delivery/Receipts.h"
 #include "link/Policies.h"
-#include "store/DBFunctions.h"
-#include "store/Database.h"
 #include "store/LevelCollection.h"
 #include "store/MessageCodes.h"
-#include "support/FakeClock.h"
 #include "support/RecordingFrontend.h"
-#include "support/TempProfile.h"
+#include "support/StoreFixture.h"
 #include "ui/DialogButtonSet.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
@@ -34,8 +28,6 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
-
-#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -175,9 +167,12 @@ private Q_SLOTS:
         TempProfile profile;
         RecordingFrontend frontend;
         UserInfos user(u"jdoe"_s);
-        Receipts senders([](const QString &) { return true; });
-        frmMessage form({Clock::current(), ClientDB(), TempDB(), user, gPolicies(), gLevels(), gSession(),
-                         gProcess(), senders, frontend, [](const QString &) { return true; }});
+        const auto send = [](const QString &) { return true; };
+        Receipts senders(send);
+        const AuthoringContext context{Clock::current(), ClientDB(), TempDB(),   user,
+                                       gPolicies(),      gLevels(),  gSession(), gProcess(),
+                                       senders,          frontend,   send};
+        frmMessage form(context);
         form.OpenNew(0, u"ID1"_s, QString(2000, u'b'));
         QCOMPARE(form.windowTitle(), u"New message ID1"_s);
         QCOMPARE(form.ui.txtTarget->text().size(), 1024);
@@ -199,9 +194,7 @@ private Q_SLOTS:
             (QList<bool>{false, false, false, true}));
 
         // The package composer: no level and no reply; Mandatory, and OK only with a link.
-        frmMessage package({Clock::current(), ClientDB(), TempDB(), user, gPolicies(), gLevels(), gSession(),
-                            gProcess(), senders, frontend, [](const QString &) { return true; }},
-                           true);
+        frmMessage package(context, true);
         package.OpenNew(0, u"P1"_s, QString());
         package.ui.txtText->setPlainText(u"Install"_s);
         QCOMPARE((QList<QVariant>{package.windowTitle(), package.ui.cboLevel->isVisibleTo(&package),
@@ -219,10 +212,9 @@ private Q_SLOTS:
             {u"1.2.3"_s, u"Nov 23 2026"_s, u"6.4.2"_s, u"/d"_s, u"/s"_s, u"Connection status: Connected"_s});
         about->show();
         QVERIFY(QTest::qWaitForWindowActive(about));
-        QCOMPARE((QStringList{about->windowTitle(), about->ui.lblVersionCaption->text(),
-                              about->ui.lblVersion->text(), about->ui.lblConnection->text()}),
-                 (QStringList{u"About Korvane Client"_s, u"Version:"_s, u"1.2.3"_s,
-                              u"Connection status: Connected"_s}));
+        QCOMPARE((QStringList{about->windowTitle(), about->ui.lblVersion->text(),
+                              about->ui.lblConnection->text()}),
+                 (QStringList{u"About Korvane Client"_s, u"1.2.3"_s, u"Connection status: Connected"_s}));
         QTest::keyClick(about, Qt::Key_Escape);
         QTRY_VERIFY(about.isNull());
     }
@@ -231,10 +223,8 @@ private Q_SLOTS:
     // a delete from the keyboard that tells the server of each row and of the list.
     void consoleWindow()
     {
-        TempProfile profile;
-        FakeClock clock(FakeClock::at(2026, 11, 23, 10, 0));
-        gProcess().AppDataPath = profile.dataHome();
-        QVERIFY(InitializeDB(profile.dataHome()));
+        StoreFixture f;
+        TempProfile &profile = f.profile;
         RecordingFrontend frontend;
         UserInfos user(u"jdoe"_s);
         Policies policies;
@@ -250,7 +240,7 @@ private Q_SLOTS:
         UserStore(profile.path() + u"/Client.conf"_s).write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"wide"_s);
         {
             frmAdmin console(
-                {ClientDB(), TempDB(), clock, frontend, gProcess(), session, user, policies, gLevels(),
+                {ClientDB(), TempDB(), f.clock, frontend, gProcess(), session, user, policies, gLevels(),
                  [&sent](const QString &p) {
                      sent << p.section(QChar(1), 0, 0);
                      return true;
@@ -276,8 +266,6 @@ private Q_SLOTS:
         QFile custom(profile.dataHome() + u"/OutboxCust.xgl"_s);
         QVERIFY(custom.open(QIODevice::ReadOnly));
         QVERIFY(custom.readAll().contains("column colSubject 333 1"));
-        ClientDB().close();
-        TempDB().close();
     }
 };
 

@@ -29,17 +29,12 @@ QString record(const QString &id, const QString &target = QString())
     const QDateTime nine = FakeClock::at(2026, 11, 23, 9, 0, 0);
     DVMessage m;
     m.MsgID = id;
-    m.Subject = u"About "_s + id;
     m.Message = u"Text of "_s + id;
     m.MsgLevel = u"Warning"_s;
-    m.ReceiptRequired = true;
-    m.CreationDate = nine;
-    m.StartDate = nine;
+    m.CreationDate = m.StartDate = nine;
     m.ExpirationDate = FakeClock::at(2026, 12, 1);
     m.DeleteAtExpiration = true;
     m.UserID = u"author"_s;
-    m.UserName = u"The Author"_s;
-    m.MachineID = u"ws-1"_s;
     m.Target = target;
     m.Status = StatusActive;
     return m.ToString();
@@ -132,30 +127,25 @@ private Q_SLOTS:
         QCOMPARE(f.frontend.displayed.last(), u"L"_s);
     }
 
-    // A batch the store cannot take is neither kept nor confirmed: the server sends it again.
-    void failedStoreConfirmsNothing_data()
-    {
-        QTest::addColumn<QString>("obstacle");
-        QTest::newRow("a row refused")
-            << u"CREATE TRIGGER refuse BEFORE INSERT ON Inbox WHEN NEW.MsgID = 'B' "
-               "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s;
-        QTest::newRow("file full") << u"PRAGMA max_page_count = 1"_s;
-    }
-
+    // A batch the store cannot take, a row refused or the file full, is neither kept nor confirmed:
+    // the server sends it again.
     void failedStoreConfirmsNothing()
     {
-        QFETCH(QString, obstacle);
-        Fixture f;
-        const int pages = StoreFixture::count(ClientDB(), u"PRAGMA page_count"_s);
-        QVERIFY(ClientDB().exec(obstacle.replace(u"= 1"_s, u"= "_s + QString::number(pages))));
-        f.intake.MessageReceived(QStringList{record(u"A"_s),
-                                             record(u"B"_s).replace(u"Text of B"_s, QString(200000, u'x')),
-                                             record(u"C"_s)}
-                                     .join(QChar(2)),
-                                 false);
-        QCOMPARE(f.sent, QStringList());
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
-        QVERIFY(logText().contains(u"Unable to save new message #B"_s));
+        for (QString obstacle : {u"CREATE TRIGGER refuse BEFORE INSERT ON Inbox WHEN NEW.MsgID = 'B' "
+                                 "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s,
+                                 u"PRAGMA max_page_count = 1"_s}) {
+            Fixture f;
+            const int pages = StoreFixture::count(ClientDB(), u"PRAGMA page_count"_s);
+            QVERIFY(ClientDB().exec(obstacle.replace(u"= 1"_s, u"= "_s + QString::number(pages))));
+            f.intake.MessageReceived(
+                QStringList{record(u"A"_s), record(u"B"_s).replace(u"Text of B"_s, QString(200000, u'x')),
+                            record(u"C"_s)}
+                    .join(QChar(2)),
+                false);
+            QCOMPARE(f.sent, QStringList());
+            QCOMPARE(stored(u"Inbox"_s), QStringList());
+            QVERIFY(logText().contains(u"Unable to save new message #B"_s));
+        }
     }
 
     // An empty list holds no record: nothing is stored, shown, sent or logged.

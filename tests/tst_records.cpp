@@ -93,13 +93,9 @@ private Q_SLOTS:
                              << u"RCP^M7~carol~Carol King~ws9~17/05/2024 09:05:00~author~True"_s;
         QTest::newRow("user") << reader.ToString() << u"UID=carol|MID=ws9|USN=Carol King|MIP=|AGN=|LNG=0"_s;
         QTest::newRow("MDE") << Commands::MDE({u"M1"_s, u"M2"_s}) << u"MDE^M1,M2"_s;
-        QTest::newRow("CRC") << Commands::CRC({u"R1"_s, u"R2"_s}) << u"CRC^R1~R2~"_s;
         QTest::newRow("KVG") << Commands::KVG(u"Ops"_s, u"Night"_s, at(2024, 5, 17, 22, 0), u"jdoe"_s,
                                               u"bob"_s)
                              << u"KVG^Ops~Night~17/05/2024 22:00:00~jdoe~bob"_s;
-        QTest::newRow("KVG delete") << Commands::KVG(u"Ops"_s) << u"KVG^Ops~~~~"_s;
-        QTest::newRow("ADM") << Commands::ADM(u"bob, alice"_s, UserInfos::RolePackager)
-                             << u"ADM^bob, alice~2"_s;
         QTest::newRow("GPU all defaults") << Commands::GPU(Policies().ToString()) << u"GPU^"_s;
         const QStringList urgent = u"Urgent|Red|255|16777215|0|True|2|\\\\s\\a.wav|False|1"_s.split(u'|');
         QTest::newRow("LVL") << Commands::LVL({urgent, urgent})

@@ -35,108 +35,60 @@ private:
     }
 
 private Q_SLOTS:
-    void passes_data()
-    {
-        QTest::addColumn<int>("textPx");
-        QTest::addColumn<bool>("badStep");
-        QTest::addColumn<QStringList>("events");
-        // Two pixels a tick: an empty text is displayed at once.
-        QTest::newRow("empty text") << 0 << false << QStringList{u"D1"_s, u"L10"_s};
-        QTest::newRow("short text") << 10 << false << QStringList{u"D5"_s, u"L15"_s};
-        // A bad step value turns 2 pixels into 30: both events in one tick, in order.
-        QTest::newRow("large step") << 10 << true << QStringList{u"D1"_s, u"L1"_s};
-    }
-
+    // Two pixels a tick: an empty text is displayed at once; a bad step value turns 2 pixels into
+    // 30, and both events come in one tick, in order. Displayed once in each pass, and again after Looped.
     void passes()
     {
-        QFETCH(int, textPx);
-        QFETCH(bool, badStep);
-        QFETCH(QStringList, events);
-        ScrollArithmetic scroll = strip(textPx, 20);
-        if (badStep)
-            scroll.SetPixelsPerSpeed(0);
-        // Displayed once in each pass, and again after Looped.
-        QCOMPARE(pass(scroll), events);
-        QCOMPARE(scroll.ScrollX, 0);
-        QCOMPARE(pass(scroll), events);
+        for (const auto &[textPx, badStep, events] : {std::tuple{0, false, QStringList{u"D1"_s, u"L10"_s}},
+                                                      std::tuple{10, false, QStringList{u"D5"_s, u"L15"_s}},
+                                                      std::tuple{10, true, QStringList{u"D1"_s, u"L1"_s}}}) {
+            ScrollArithmetic scroll = strip(textPx, 20);
+            if (badStep)
+                scroll.SetPixelsPerSpeed(0);
+            QCOMPARE(pass(scroll), events);
+            QCOMPARE(scroll.ScrollX, 0);
+            QCOMPARE(pass(scroll), events);
+        }
     }
 
-    void speedSetsTheInterval_data()
+    // The speed sets the tick's interval; out of range it is ignored. A step in pixels is kept in
+    // twips, a bad one multiplies the present step and saturates rather than overflows.
+    void speedAndStep()
     {
-        QTest::addColumn<int>("speed");
-        QTest::addColumn<int>("kept");
-        QTest::addColumn<int>("interval");
-        QTest::newRow("0 ignored") << 0 << 8 << 125;
-        QTest::newRow("3") << 3 << 3 << 333;
-        QTest::newRow("16, a tie to even") << 16 << 16 << 62;
-        QTest::newRow("101 ignored") << 101 << 8 << 125;
+        for (const auto &[speed, kept, interval] : {std::tuple{0, 8, 125}, std::tuple{3, 3, 333},
+                                                    std::tuple{16, 16, 62}, std::tuple{101, 8, 125}}) {
+            ScrollArithmetic scroll;
+            QCOMPARE(scroll.SetSpeed(speed), speed == kept);
+            QCOMPARE(scroll.Speed, kept);
+            QCOMPARE(scroll.TimerIntervalMs(), interval);
+        }
+        for (const auto &[twipsPerPixel, value, storedTwips, readBack] :
+             {std::tuple{15.0, 20, 300, 20}, std::tuple{15.0, 21, 450, 30}, std::tuple{12.0, -1, 360, 30}}) {
+            ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
+            scroll.SetPixelsPerSpeed(value);
+            QCOMPARE(scroll.PixelsPerSpeedTwips, storedTwips);
+            QCOMPARE(scroll.PixelsPerSpeed(), readBack);
+            for (int i = 0; i < 12; ++i)
+                scroll.SetPixelsPerSpeed(0);
+            QCOMPARE(scroll.PixelsPerSpeedTwips, std::numeric_limits<qint32>::max());
+        }
     }
 
-    void speedSetsTheInterval()
-    {
-        QFETCH(int, speed);
-        QFETCH(int, kept);
-        QFETCH(int, interval);
-        ScrollArithmetic scroll;
-        QCOMPARE(scroll.SetSpeed(speed), speed == kept);
-        QCOMPARE(scroll.Speed, kept);
-        QCOMPARE(scroll.TimerIntervalMs(), interval);
-    }
-
-    void pixelsPerSpeed_data()
-    {
-        QTest::addColumn<double>("twipsPerPixel");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<int>("storedTwips");
-        QTest::addColumn<int>("readBack");
-        QTest::newRow("20") << 15.0 << 20 << 300 << 20;
-        QTest::newRow("21 multiplies the present 30 again") << 15.0 << 21 << 450 << 30;
-        QTest::newRow("bad at 12 twips a pixel") << 12.0 << -1 << 360 << 30;
-    }
-
-    void pixelsPerSpeed()
-    {
-        QFETCH(double, twipsPerPixel);
-        QFETCH(int, value);
-        QFETCH(int, storedTwips);
-        QFETCH(int, readBack);
-        ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
-        scroll.SetPixelsPerSpeed(value);
-        QCOMPARE(scroll.PixelsPerSpeedTwips, storedTwips);
-        QCOMPARE(scroll.PixelsPerSpeed(), readBack);
-        // Repeated bad values saturate instead of overflowing.
-        for (int i = 0; i < 12; ++i)
-            scroll.SetPixelsPerSpeed(0);
-        QCOMPARE(scroll.PixelsPerSpeedTwips, std::numeric_limits<qint32>::max());
-    }
-
-    void pictureStripes_data()
-    {
-        QTest::addColumn<double>("twipsPerPixel");
-        QTest::addColumn<int>("textPx");
-        QTest::addColumn<int>("stripes");
-        QTest::addColumn<int>("controlHeightPx");
-        // Screen of 800 pixels, control 300 wide: text and two controls must fit with room to spare.
-        QTest::newRow("empty text") << 15.0 << 0 << 1 << 30;
-        QTest::newRow("needed exactly a screen") << 15.0 << 200 << 2 << 30;
-        QTest::newRow("text wider than the screen") << 15.0 << 2000 << 4 << 30;
-        // The height divisor stays 15 whatever the screen's twips per pixel.
-        QTest::newRow("at 12 twips a pixel") << 12.0 << 100 << 1 << 24;
-    }
-
+    // On a screen of 800 pixels with a control 300 wide, the text and two controls fit with room to
+    // spare; the height divisor stays 15 whatever the screen's twips per pixel.
     void pictureStripes()
     {
-        QFETCH(double, twipsPerPixel);
-        QFETCH(int, textPx);
-        QFETCH(int, stripes);
-        QFETCH(int, controlHeightPx);
-        ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
-        scroll.ScreenWidthPx = 800;
-        const ScrollArithmetic::TextLayout layout =
-            scroll.WriteText(textPx * twipsPerPixel, 300 * twipsPerPixel, 30 * twipsPerPixel, true);
-        QCOMPARE(layout.Stripes, stripes);
-        QCOMPARE(scroll.ControlHeightPx, controlHeightPx);
-        QCOMPARE(layout.TextRect.topLeft(), QPoint(300, 0));
+        for (const auto &[twipsPerPixel, textPx, stripes, controlHeightPx] :
+             {std::tuple{15.0, 0, 1, 30}, std::tuple{15.0, 200, 2, 30}, std::tuple{15.0, 2000, 4, 30},
+              std::tuple{12.0, 100, 1, 24}}) {
+            ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
+            scroll.ScreenWidthPx = 800;
+            const ScrollArithmetic::TextLayout layout =
+                scroll.WriteText(textPx * twipsPerPixel, 300 * twipsPerPixel, 30 * twipsPerPixel, true);
+            QCOMPARE(layout.Stripes, stripes);
+            QCOMPARE(scroll.ControlHeightPx, controlHeightPx);
+            QCOMPARE(layout.TextRect.topLeft(), QPoint(300, 0));
+        }
     }
 
     void writeTextAndRounding()

@@ -77,35 +77,26 @@ private Q_SLOTS:
         QCOMPARE(player.loadedFile(), QString());
     }
 
-    void missingFileIsLoggedAndSilent_data()
-    {
-        QTest::addColumn<qint16>("code");
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("logged");
-        QTest::newRow("lost file of one's own")
-            << qint16(2) << u"/nonexistent/Lost.wav"_s << u"/nonexistent/Lost.wav"_s;
-        QTest::newRow("folder, not a file") << qint16(2) << u"<dir>"_s << u"<dir>"_s;
-        QTest::newRow("built-in missing beside the program")
-            << qint16(5) << QString() << u"<dir>/Media/Choir.wav"_s;
-    }
-
+    // A lost file of one's own, a folder, and a built-in missing beside the program: logged, and silent.
     void missingFileIsLoggedAndSilent()
     {
-        QFETCH(qint16, code);
-        QFETCH(QString, file);
-        QFETCH(QString, logged);
-        file.replace(u"<dir>"_s, m_profile->path());
-        logged.replace(u"<dir>"_s, m_profile->path());
-        SoundPlayer player;
-        player.setProgramDirectory(m_profile->path());
-        QSignalSpy done(&player, &SoundPlayer::SoundDone);
-        player.PlayFile(code, file, true);
-        QCoreApplication::processEvents();
-        QVERIFY2(logText().contains(u"frmBanner:PlayFile - Sound File "_s + logged + u" does not exists"_s),
-                 qPrintable(logText()));
-        QCOMPARE(player.loadedFile(), QString());
-        QVERIFY(!player.isPlaying());
-        QCOMPARE(done.count(), 0);
+        const QString dir = m_profile->path();
+        for (const auto &[code, file, logged] :
+             {std::tuple{qint16(2), u"/nonexistent/Lost.wav"_s, u"/nonexistent/Lost.wav"_s},
+              std::tuple{qint16(2), dir, dir},
+              std::tuple{qint16(5), QString(), QString(dir + u"/Media/Choir.wav"_s)}}) {
+            SoundPlayer player;
+            player.setProgramDirectory(dir);
+            QSignalSpy done(&player, &SoundPlayer::SoundDone);
+            player.PlayFile(code, file, true);
+            QCoreApplication::processEvents();
+            QVERIFY2(
+                logText().contains(u"frmBanner:PlayFile - Sound File "_s + logged + u" does not exists"_s),
+                qPrintable(logText()));
+            QCOMPARE(player.loadedFile(), QString());
+            QVERIFY(!player.isPlaying());
+            QCOMPARE(done.count(), 0);
+        }
     }
 
     void playsOnceFromWhereItLies_data()
@@ -154,32 +145,23 @@ private Q_SLOTS:
         QVERIFY(!logText().contains(u"does not exists"_s));
     }
 
-    void audioForgetsFilesAndLoops_data()
-    {
-        QTest::addColumn<qint32>("type");
-        QTest::addColumn<bool>("keepsFile");
-        QTest::newRow("beep") << 1 << false;
-        QTest::newRow("own file") << 2 << true;
-        QTest::newRow("built-in code") << 3 << false;
-    }
-
+    // Only a file of one's own keeps its path; a lost file and a beep without a display are quietly survived.
     void audioForgetsFilesAndLoops()
     {
-        QFETCH(qint32, type);
-        QFETCH(bool, keepsFile);
-        Audio audio;
         const QString file = m_profile->path() + u"/gone.wav"_s;
-        audio.setWaveFile(file);
-        audio.setSoundType(type);
-        QCOMPARE(audio.WaveFile(), keepsFile ? file : QString());
-        // A lost file and a beep without a display are quietly survived.
-        audio.StartSound();
-        QVERIFY(!audio.IsLooping());
-        audio.LoopResSound();
-        audio.LoopResSound();
-        QVERIFY(audio.IsLooping());
-        audio.StopSound();
-        QVERIFY(!audio.IsLooping());
+        for (qint32 type : {1, 2, 3}) {
+            Audio audio;
+            audio.setWaveFile(file);
+            audio.setSoundType(type);
+            QCOMPARE(audio.WaveFile(), type == 2 ? file : QString());
+            audio.StartSound();
+            QVERIFY(!audio.IsLooping());
+            audio.LoopResSound();
+            audio.LoopResSound();
+            QVERIFY(audio.IsLooping());
+            audio.StopSound();
+            QVERIFY(!audio.IsLooping());
+        }
     }
 };
 
