@@ -57,7 +57,7 @@ private Q_SLOTS:
 
         // Ann's menu, opened by a second start where the pointer rests: "Show replies" is
         // ticked, then "Send a message" opens the composer.
-        QVERIFY(ann.chooseMenuItem(3, {640, 400}));
+        QVERIFY(ann.chooseMenuItem(4, {640, 400}));
         QVERIFY(ann.chooseMenuItem(1, {640, 400}));
         QString composer;
         QTRY_VERIFY_WITH_TIMEOUT(!(composer = visibleWindow(u"^New message "_s)).isEmpty(), 15000);
