@@ -13,6 +13,8 @@ PACKAGES=(
     # tests and the desktop harness
     dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils xdotool imagemagick sox
     fonts-dejavu-core procps xdg-utils
+    # the Debian package and its checks
+    dpkg-dev lintian desktop-file-utils
 )
 
 missing=()

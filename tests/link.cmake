@@ -1,3 +1,5 @@
 korvane_add_test(tst_framecodec SOURCES tst_framecodec.cpp)
 korvane_add_test(tst_link SOURCES tst_link.cpp)
 korvane_add_test(tst_reconnect SOURCES tst_reconnect.cpp)
+korvane_add_test(tst_wakeups SOURCES tst_wakeups.cpp)
+korvane_add_test(tst_udprelay SOURCES tst_udprelay.cpp)

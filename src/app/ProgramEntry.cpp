@@ -17,23 +17,9 @@
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
-#include <QDir>
 
 #include <csignal>
 #include <unistd.h>
-
-namespace {
-
-// Where the fixed layouts lie: beside the program in a build, under share/ once installed.
-QString layoutsBase()
-{
-    const QDir program(QCoreApplication::applicationDirPath());
-    return program.exists(QStringLiteral("Layouts"))
-               ? program.path()
-               : program.absoluteFilePath(QStringLiteral("../share/korvane"));
-}
-
-} // namespace
 
 int ProgramEntry::run(int argc, char **argv)
 {
@@ -77,12 +63,12 @@ int ProgramEntry::run(int argc, char **argv)
                          gSession(), gProcess(), *engine->receipts(), frontend,
                          [&engine](const QString &payload) { return engine->SendData(payload); }});
 
-    Selection::SetLayoutsBase(layoutsBase());
+    Selection::SetLayoutsBase(AppPaths::resourceFolder());
     frontend.setConsole(ConsoleContext{
         ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(), gPolicies(),
         gLevels(), [&engine](const QString &payload) { return engine->SendData(payload); },
         [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
-        AppPaths::userStoreFile(), layoutsBase(), gProcess().AppDataPath});
+        AppPaths::userStoreFile(), AppPaths::resourceFolder(), gProcess().AppDataPath});
 
     frontend.setEngineCalls(
         {[&engine](const QString &reference, const QString &codes) {

@@ -1,11 +1,11 @@
 #include "banner/SoundPlayer.h"
 
 #include "banner/SoundCodes.h"
+#include "core/AppPaths.h"
 #include "core/Log.h"
 
 #include <QAudioDevice>
 #include <QAudioOutput>
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QMediaDevices>
@@ -102,7 +102,7 @@ QString SoundPlayer::BellFile() const
 
 QString SoundPlayer::programDirectory() const
 {
-    return m_programDirectory.isEmpty() ? QCoreApplication::applicationDirPath() : m_programDirectory;
+    return m_programDirectory.isEmpty() ? AppPaths::resourceFolder() : m_programDirectory;
 }
 
 void SoundPlayer::setProgramDirectory(const QString &directory)

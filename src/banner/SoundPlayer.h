@@ -38,7 +38,7 @@ public:
     // The sound theme's bell where the desktop has one, else the built-in bell.
     QString BellFile() const;
 
-    // Where the built-in sounds lie below; the program's directory unless set.
+    // Where the built-in sounds lie below; AppPaths::resourceFolder() unless set.
     QString programDirectory() const;
     void setProgramDirectory(const QString &directory);
 

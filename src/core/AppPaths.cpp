@@ -1,5 +1,6 @@
 #include "core/AppPaths.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -56,4 +57,13 @@ QString AppPaths::runtimeFolder()
     if (folder.isEmpty())
         folder = QDir::temp().filePath(QStringLiteral("korvane-%1").arg(getuid()));
     return folder;
+}
+
+QString AppPaths::resourceFolder()
+{
+    // A build tree copies the layouts beside the program; an installed program has none there.
+    const QDir program(QCoreApplication::applicationDirPath());
+    if (program.exists(QStringLiteral("Layouts")))
+        return program.path();
+    return QDir::cleanPath(program.absoluteFilePath(QStringLiteral("../share/korvane")));
 }

@@ -19,4 +19,7 @@ QString dataFolder();
 QString fallbackDataFolder();
 // The per-user runtime folder, for the single-instance lock and socket.
 QString runtimeFolder();
+// The program's own read-only files (Media, help, Layouts): beside the
+// executable in a build tree, <exe>/../share/korvane once installed.
+QString resourceFolder();
 } // namespace AppPaths

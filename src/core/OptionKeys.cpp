@@ -18,7 +18,7 @@ constexpr qint64 number(qint64 value)
 // The crossing of "Speed" and "Refresh Rate" is deliberate: the file format and
 // the options form depend on it. A file without "FontBold" gives a bold font,
 // while a reset gives a plain one: the two defaults differ on purpose.
-const std::array<OptionKey, 16> keys = {{
+const std::array<OptionKey, 17> keys = {{
     {"Language"_L1, &Options::Language, number(0), number(0)},
     {"Speed"_L1, &Options::RefreshRate, number(100), number(100)},
     {"Refresh Rate"_L1, &Options::RefreshSteps, number(1), number(1)},
@@ -36,6 +36,8 @@ const std::array<OptionKey, 16> keys = {{
     {"WatchdogFrequency"_L1, &Options::WatchdogFrequency, number(10), number(10)},
     // How dates travel on the wire: set by a site to match its server, never saved by the client.
     {"DateTimeFormat"_L1, &Options::DateTimeFormat, QString(), std::nullopt, false},
+    // Who may give UDP orders ("server", or anyone when empty): an administrator's choice, never saved.
+    {"UdpOrdersFrom"_L1, &Options::UdpOrdersFrom, QString(), std::nullopt, false},
 }};
 
 template <typename T>

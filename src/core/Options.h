@@ -39,6 +39,8 @@ public:
     // Read only: how dates are written on the wire (a Qt date-time format; empty
     // means the locale's short date and long time).
     QString DateTimeFormat;
+    // Read only: "server" lets only the server's addresses give UDP orders; empty lets anyone.
+    QString UdpOrdersFrom;
 
     void setIniPath(const QString &userFile, const QString &deployedDefaults = QString());
     const QString &iniPath() const { return m_ini.fileName(); }

@@ -16,12 +16,11 @@
 #include "link/ConnectionManager.h"
 #include "link/Encryption.h"
 #include "link/LinkCommands.h"
+#include "link/LinkWakeups.h"
 #include "link/Policies.h"
 #include "link/ServerConfig.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QFileInfo>
 
 namespace {
 
@@ -76,6 +75,8 @@ bool KorvanClient::Load(QString *error)
     WriteLog(QStringLiteral("Creating encryptor..."));
     m_encryptor = std::make_unique<Encryption>();
     m_connection = std::make_unique<ConnectionManager>(*m_encryptor);
+    // Owned by the link it wakes, and gone with it.
+    new LinkWakeups(*m_connection, m_connection.get());
     m_dispatcher = std::make_unique<CommandDispatcher>(*m_encryptor);
     m_linkCommands = std::make_unique<LinkCommands>(*m_connection, [this] { SetMenu(); });
     const auto send = [this](const QString &payload) { return SendData(payload); };
@@ -341,11 +342,7 @@ void KorvanClient::mnuHelp_Click()
 {
     TraceLog(Form + QStringLiteral("mnuHelp_Click"));
     const QString name = QStringLiteral("KorvaneClient%1.html").arg(gOptions().Language);
-    const QDir programFolder(QCoreApplication::applicationDirPath());
-    // Beside the program in a build, under share/ once installed.
-    QString file = programFolder.filePath(QStringLiteral("help/") + name);
-    if (!QFileInfo::exists(file))
-        file = programFolder.filePath(QStringLiteral("../share/korvane/help/") + name);
+    const QString file = QDir(AppPaths::resourceFolder()).filePath(QStringLiteral("help/") + name);
     if (Frontend *frontend = Frontend::current())
-        frontend->OpenDocument(QDir::cleanPath(file));
+        frontend->OpenDocument(file);
 }

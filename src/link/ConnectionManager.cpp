@@ -9,6 +9,7 @@
 #include "core/UserInfos.h"
 #include "link/Encryption.h"
 #include "link/Policies.h"
+#include "link/UdpOrderRelay.h"
 
 #include <QHostInfo>
 #include <QNetworkDatagram>
@@ -70,6 +71,13 @@ ConnectionManager::ConnectionManager(Encryption &encryptor, QObject *parent)
     connect(&wsClient, &QTcpSocket::channelReadyRead, this, &ConnectionManager::onReadyRead);
     connect(&wsUDP, &QUdpSocket::readyRead, this, &ConnectionManager::onDatagrams);
     connect(&wsUDP, &QUdpSocket::disconnected, this, [this] { tmrUdpStarter.setEnabled(true); });
+    m_udpRelay = std::make_unique<UdpOrderRelay>(wsUDP);
+    m_udpFilter = new UdpOrderFilter(this);
+    connect(m_udpRelay.get(), &UdpOrderRelay::orderRelayed, this, &ConnectionManager::onUdpOrder);
+    // The holder left: try for the port at once, then at the starter's pace.
+    connect(m_udpRelay.get(), &UdpOrderRelay::holderGone, this, &ConnectionManager::tmrUdpStarter_Timer,
+            Qt::QueuedConnection);
+    connect(m_udpFilter, &UdpOrderFilter::accepted, this, &ConnectionManager::wsUDP_DataArrival);
     tmrUdpStarter.setEnabled(true);
 }
 
@@ -128,6 +136,22 @@ void ConnectionManager::ReconnectToServer(QString host, int port)
     QMetaObject::invokeMethod(
         this, [this, host, port] { wsClient.connectToHost(host, static_cast<quint16>(port)); },
         Qt::QueuedConnection);
+}
+
+void ConnectionManager::ReconnectNow(const QString &reason)
+{
+    // Without a known server the attempt would ask a person who may be away.
+    if (gOptions().Server.isEmpty())
+        return;
+    WriteLog(QStringLiteral("CONNECTION - Reconnecting at once: ") + reason);
+    if (wsClient.state() == QAbstractSocket::ConnectedState) {
+        // A link dropped here raises no close event, so its marks are cleared by hand.
+        ConnectedToServer = false;
+        StopMonitor();
+        tmrAdminWatchdog.setEnabled(false);
+        Q_EMIT notifyIcon(false, ResString(421));
+    }
+    ConnectToServer();
 }
 
 void ConnectionManager::mnuConnect_Click()
@@ -238,6 +262,9 @@ void ConnectionManager::wsClient_Connect()
     options.ClientPort = wsClient.peerPort();
     options.SaveConnectionSettings();
     WriteLog(QStringLiteral("CONNECTION - Connected to ") + RemoteHost());
+    QString keepAliveError;
+    if (!ApplyKeepAlive(wsClient, keepAlive, &keepAliveError))
+        WriteLog(Form + QStringLiteral("wsClient_Connect - ") + keepAliveError);
     tmrReconnect.setEnabled(false);
     tmrAdminWatchdog.setEnabled(gUserInfos().IsAdministrator());
     gProcess().ReconnectTicks = 0;
@@ -319,15 +346,36 @@ void ConnectionManager::tmrAdminWatchdog_Timer()
 void ConnectionManager::tmrUdpStarter_Timer()
 {
     tmrUdpStarter.setEnabled(false);
-    if (wsUDP.state() != QAbstractSocket::UnconnectedState)
+    if (wsUDP.state() != QAbstractSocket::UnconnectedState) {
+        // The port is held but the relay's name was still taken: the other users' clients wait for it.
+        if (!m_udpRelay->listen())
+            tmrUdpStarter.setEnabled(true);
+        return;
+    }
+    if (m_udpRelay->isFollowing())
         return;
     const int port = gOptions().ClientPort;
-    WriteLog(QStringLiteral("Binding UDP winsock to port ") + QString::number(port));
-    if (port <= 0 || port > 65535 ||
-        !wsUDP.bind(QHostAddress::Any, static_cast<quint16>(port), QAbstractSocket::ShareAddress)) {
-        WriteLog(QStringLiteral("UDP winsock error #") + QString::number(errorNumber(wsUDP.error())) +
-                 QStringLiteral(": ") + wsUDP.errorString());
+    const bool valid = port > 0 && port <= 65535;
+    if (valid && m_udpRelay->follow(static_cast<quint16>(port))) {
+        WriteLog(QStringLiteral("UDP orders of port ") + QString::number(port) +
+                 QStringLiteral(" come through the client that holds it"));
+        m_lastUdpError = 0;
+        return;
     }
+    if (m_lastUdpError == 0)
+        WriteLog(QStringLiteral("Binding UDP winsock to port ") + QString::number(port));
+    if (valid && m_udpRelay->hold(static_cast<quint16>(port))) {
+        m_lastUdpError = 0;
+        tmrUdpStarter.setEnabled(!m_udpRelay->isRelaying());
+        return;
+    }
+    // Another user's client may be on its way in or out: try again, logging a lasting error once.
+    const int number = errorNumber(wsUDP.error());
+    if (number != m_lastUdpError)
+        WriteLog(QStringLiteral("UDP winsock error #") + QString::number(number) + QStringLiteral(": ") +
+                 wsUDP.errorString());
+    m_lastUdpError = number;
+    tmrUdpStarter.setEnabled(true);
 }
 
 void ConnectionManager::wsUDP_DataArrival(const QByteArray &datagram)
@@ -397,8 +445,16 @@ void ConnectionManager::onReadyRead()
 void ConnectionManager::onDatagrams()
 {
     while (wsUDP.hasPendingDatagrams()) {
-        const QByteArray datagram = wsUDP.receiveDatagram(512).data();
-        if (!datagram.isEmpty())
-            wsUDP_DataArrival(datagram);
+        const QNetworkDatagram datagram = wsUDP.receiveDatagram(512);
+        if (datagram.data().isEmpty())
+            continue;
+        // Every datagram goes to the other users' clients, which judge its sender for themselves.
+        m_udpRelay->relay(datagram.data(), datagram.senderAddress());
+        onUdpOrder(datagram.data(), datagram.senderAddress());
     }
+}
+
+void ConnectionManager::onUdpOrder(const QByteArray &datagram, const QHostAddress &sender)
+{
+    m_udpFilter->check(datagram, sender);
 }

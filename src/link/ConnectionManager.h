@@ -1,12 +1,17 @@
 #pragma once
 
 #include "core/Ticker.h"
+#include "link/KeepAlive.h"
 
 #include <QObject>
 #include <QTcpSocket>
 #include <QUdpSocket>
 
+#include <memory>
+
 class Encryption;
+class UdpOrderFilter;
+class UdpOrderRelay;
 
 // Keeps the one TCP link to the server up, watches it, and obeys the server's
 // UDP orders. It frames what goes out; what comes in goes to the dispatcher.
@@ -36,6 +41,8 @@ public:
 
     void ConnectToServer();
     void ReconnectToServer(QString host, int port);
+    // Renews the link now, outside the timers; the caller judged it down or stale.
+    void ReconnectNow(const QString &reason);
     // The menu's Connect: asks for the host and the port, then connects.
     void mnuConnect_Click();
     // Ends the link without a word to the server and without a close event.
@@ -70,6 +77,8 @@ public:
     Ticker tmrMonitor;
     Ticker tmrAdminWatchdog;
     Ticker tmrUdpStarter;
+    // Set on each new link; tests shorten it.
+    KeepAliveSettings keepAlive;
 
     bool ConnectedToServer = false;
     qint16 MonitorTicks = 0;
@@ -79,6 +88,9 @@ public:
     QString RemoteHost() const;
     QString LocalHostName() const;
     QString LocalIP() const;
+
+    // Shares the UDP port with the other users' clients of this machine.
+    const UdpOrderRelay &udpRelay() const { return *m_udpRelay; }
 
 Q_SIGNALS:
     // Sets the icon and its tip; the engine then runs SetMenu.
@@ -90,6 +102,7 @@ private:
     void onDisconnected();
     void onReadyRead();
     void onDatagrams();
+    void onUdpOrder(const QByteArray &datagram, const QHostAddress &sender);
 
     Encryption &m_encryptor;
     QString m_remoteHost;
@@ -97,4 +110,8 @@ private:
     bool m_errorReported = false;
     // A close by this side raises no close event.
     bool m_closingHere = false;
+    // Declared after wsUDP, which it closes when it goes.
+    std::unique_ptr<UdpOrderRelay> m_udpRelay;
+    UdpOrderFilter *m_udpFilter = nullptr;
+    int m_lastUdpError = 0;
 };

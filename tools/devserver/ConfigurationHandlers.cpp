@@ -76,7 +76,8 @@ void DevServer::storeServerConfig(ClientLink &link, const QString &code, const Q
     config.ToObject(data);
     m_state.serverConfig = config.ToString();
     changed();
-    qInfo("server configuration stored by %s: %s", peer(link).constData(), qUtf8Printable(m_state.serverConfig));
+    qInfo("server configuration stored by %s: %s", peer(link).constData(),
+          qUtf8Printable(m_state.serverConfig));
     if (config.Trace != m_trace)
         qInfo("debug trace %s", config.Trace ? "on" : "off");
     m_trace = config.Trace;
