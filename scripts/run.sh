@@ -81,7 +81,15 @@ if [ "$HEADLESS" = 1 ]; then
     [ -n "$console" ] && xdotool mousemove --window "$console" 60 74 click 1
     sleep 2
     import -window root "$DEMO/console.png"
-    echo "run: screenshots in $DEMO/screenshot.png, $DEMO/composer.png and $DEMO/console.png; client log in $DEMO/data/Korvane/client.log"
+    # Configuration, the seventh item, holds the level editor at the head of its submenu.
+    xdotool mousemove 640 400
+    QT_QPA_PLATFORM=xcb "$BUILD_DIR/src/korvane-client"
+    sleep 1
+    xdotool key Down Down Down Down Down Down Down Right Return
+    sleep 2
+    import -window root "$DEMO/levels.png"
+    echo "run: screenshots in $DEMO/screenshot.png, $DEMO/composer.png, $DEMO/console.png and $DEMO/levels.png;"
+    echo "     client log in $DEMO/data/Korvane/client.log"
     exit 0
 fi
 
