@@ -5,6 +5,7 @@
 #include "core/Options.h"
 #include "support/StoreFixture.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QFontMetrics>
@@ -159,6 +160,17 @@ private Q_SLOTS:
         QTRY_COMPARE(QToolTip::text(), u"Fire drill at noon in the east wing"_s);
         QTest::mouseMove(display->cmdDetails, QPoint(3, 3));
         QTRY_COMPARE(QToolTip::text(), display->cmdDetails->toolTip());
+    }
+
+    void announcedToScreenReaders()
+    {
+        StoreFixture store;
+        auto banner = firstBanner(0, 0, 12);
+        QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(banner->display());
+        QVERIFY(strip);
+        QCOMPARE(strip->role(), QAccessible::AlertMessage);
+        QCOMPARE(strip->text(QAccessible::Name), u"Fire drill at noon in the east wing"_s);
+        QVERIFY(!strip->text(QAccessible::Description).isEmpty());
     }
 
     void writeTextDrawsTextAndShadowOnce()

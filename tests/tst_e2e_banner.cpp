@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
@@ -21,15 +22,15 @@ namespace {
 
 using DesktopSession::run;
 
-// Fast scrolling so that the text passes in a moment; the banner at the top left.
+// Fast scrolling so that the text passes in a moment; the banner at the top left unless told.
 struct Client
 {
     TempProfile profile;
     ClientProcess process;
-    Client(const QByteArray &name, quint16 port)
+    Client(const QByteArray &name, quint16 port, const QByteArray &place = "Horizontal position=0\n")
     {
         ClientProcess::prepare(profile, port, name,
-                               "Speed=100\nRefresh Rate=4\nHorizontal position=0\nVertical position=0\n");
+                               "Speed=100\nRefresh Rate=4\nVertical position=0\n" + place);
         process.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY), u"xcb"_s);
     }
 };
@@ -157,6 +158,55 @@ private Q_SLOTS:
                                  10000);
         notifyd.kill();
         notifyd.waitForFinished();
+    }
+
+    void bannerFollowsThePrimaryScreen()
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            QSKIP("needs the desktop session of tests/e2e/desktop_session.sh");
+        // Two monitors side by side on the one X screen, the narrow right one primary.
+        const auto xrandr = [](const QStringList &arguments) {
+            int exitCode = -1;
+            run(u"xrandr"_s, arguments, &exitCode);
+            return exitCode;
+        };
+        QCOMPARE(xrandr({u"--setmonitor"_s, u"LEFT"_s, u"800/210x800/210+0+0"_s, u"screen"_s}), 0);
+        QCOMPARE(xrandr({u"--setmonitor"_s, u"*RIGHT"_s, u"480/130x800/210+800+0"_s, u"none"_s}), 0);
+        const auto restore = qScopeGuard([&xrandr] {
+            xrandr({u"--delmonitor"_s, u"RIGHT"_s});
+            xrandr({u"--delmonitor"_s, u"LEFT"_s});
+        });
+
+        FakeServer server;
+        Client reader("Reader Person", server.port(), "Horizontal position=2\n");
+        QTRY_COMPARE_WITH_TIMEOUT(server.connections(), 1, 15000);
+        server.sendTo(0, FakeServer::command(u"CON"_s, u"agent-1"_s));
+        server.sendTo(0, FakeServer::command(u"LVL"_s, AlertLevel));
+        server.sendTo(0, message(u"someone-else"_s));
+        QString window;
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = DesktopSession::bannerWindow()).isEmpty(), 15000);
+        // Top right of the primary monitor, the strip half its width.
+        const QRect right(800, 0, 480, 800);
+        QRect banner;
+        QTRY_VERIFY_WITH_TIMEOUT((banner = DesktopSession::geometryOf(window)).right() == right.right(),
+                                 10000);
+        QCOMPARE(banner.top(), 0);
+        QCOMPARE(banner.width() - banner.height(), right.width() / 2);
+        QCOMPARE(
+            DesktopSession::screenshot(u"screens-primary.png"_s).pixelColor(banner.topLeft() + QPoint(3, 3)),
+            QColor(255, 0, 0));
+
+        // The primary monitor goes while the message scrolls: the banner takes the same corner of
+        // the one that remains, at once and without a new message.
+        QCOMPARE(xrandr({u"--delmonitor"_s, u"RIGHT"_s}), 0);
+        const QRect left(0, 0, 800, 800);
+        QTRY_VERIFY_WITH_TIMEOUT((banner = DesktopSession::geometryOf(window)).right() == left.right(),
+                                 10000);
+        QCOMPARE(banner.top(), 0);
+        QCOMPARE(banner.width() - banner.height(), left.width() / 2);
+        QCOMPARE(DesktopSession::screenshot(u"screens-remaining.png"_s)
+                     .pixelColor(banner.topLeft() + QPoint(3, 3)),
+                 QColor(255, 0, 0));
     }
 };
 

@@ -1,3 +1,4 @@
+#include "banner/BannerPlacement.h"
 #include "banner/ScrollArithmetic.h"
 
 #include <QTest>
@@ -118,6 +119,21 @@ private Q_SLOTS:
         scroll.ScrollX = 1;
         scroll.Tick();
         QCOMPARE(scroll.ScrollX, 4);
+    }
+
+    // A monitor right of another: the edges and the middle are its own, not the desktop's; a
+    // banner left past a vanished monitor's edge comes back, one in view stays put.
+    void placementOnAMonitorAwayFromTheOrigin()
+    {
+        const QRect right(800, 0, 480, 800), left(0, 0, 800, 800);
+        const QSize window(260, 20);
+        QCOMPARE(BannerPlacement::Place(right, window, 0, 0, {5, 5}), QPoint(800, 0));
+        QCOMPARE(BannerPlacement::Place(right, window, 1, 1, {5, 5}), QPoint(910, 780));
+        QCOMPARE(BannerPlacement::Place(right, window, 2, 1, {5, 5}), QPoint(1020, 780));
+        QCOMPARE(BannerPlacement::Place(right, window, 7, 7, {5, 5}), QPoint(5, 5));
+        QCOMPARE(BannerPlacement::KeepInView(left, window, {1020, 790}), QPoint(540, 780));
+        QCOMPARE(BannerPlacement::KeepInView(left, window, {10, 10}), QPoint(10, 10));
+        QCOMPARE(BannerPlacement::KeepInView(QRect(0, 0, 200, 10), window, {10, 10}), QPoint(0, 0));
     }
 };
 

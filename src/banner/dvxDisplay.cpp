@@ -2,6 +2,7 @@
 
 #include "banner/SystemColor.h"
 
+#include <QAccessibleWidget>
 #include <QFontMetrics>
 #include <QKeyEvent>
 #include <QLabel>
@@ -156,10 +157,20 @@ QToolButton *ImageButton(QWidget *parent, const QIcon &icon, const QString &tip)
     return button;
 }
 
+// A screen reader takes the strip for an alert: its name is the message, its description the from line.
+QAccessibleInterface *stripAccessible(const QString &className, QObject *object)
+{
+    if (className != QLatin1String("dvxDisplay") || !object || !object->isWidgetType())
+        return nullptr;
+    return new QAccessibleWidget(static_cast<QWidget *>(object), QAccessible::AlertMessage);
+}
+
 } // namespace
 
 dvxDisplay::dvxDisplay(QWidget *parent) : QWidget(parent)
 {
+    static const bool factoryInstalled = (QAccessible::installFactory(stripAccessible), true);
+    Q_UNUSED(factoryInstalled);
     const QScreen *screen = this->screen();
     const double twipsPerPixelX = 1440.0 / screen->logicalDotsPerInchX();
     const double twipsPerPixelY = 1440.0 / screen->logicalDotsPerInchY();
@@ -261,6 +272,7 @@ void dvxDisplay::SetToolTipText(const QString &tip)
 void dvxDisplay::SetText(const QString &text)
 {
     m_text = text;
+    setAccessibleName(text);
     Picture1->move(0, Picture1->y());
 }
 
@@ -341,6 +353,7 @@ void dvxDisplay::SetReplyHint(const QString &hint)
 void dvxDisplay::SetFromInfo(const QString &info)
 {
     lblFrom->setText(info);
+    setAccessibleDescription(info);
 }
 
 void dvxDisplay::ReadProperties(const QVariantMap &bag)

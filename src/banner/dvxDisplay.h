@@ -60,6 +60,8 @@ public:
     quint32 ShadowColor() const { return m_shadowColor; }
     void SetShadowColor(quint32 color) { m_shadowColor = color; }
     void WriteText(bool Restart);
+    // The picture is made of whole screen widths: a new screen takes effect at the next WriteText.
+    void SetScreenWidth(int pixels) { m_scroll.ScreenWidthPx = pixels; }
     void SetEnabled(bool enabled);
     void SetReplyEnabled(bool enabled);
     void SetLinkEnabled(bool enabled);

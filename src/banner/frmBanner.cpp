@@ -1,5 +1,6 @@
 #include "banner/frmBanner.h"
 
+#include "banner/BannerPlacement.h"
 #include "banner/SoundPlayer.h"
 #include "banner/dvxDisplay.h"
 #include "core/Globals.h"
@@ -8,6 +9,7 @@
 #include "core/StringTable.h"
 #include "netsvc/NetworkPaths.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QCursor>
 #include <QDesktopServices>
@@ -16,6 +18,7 @@
 #include <QMenu>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
 #include <QToolButton>
 #include <QUrl>
 #include <QWindow>
@@ -96,6 +99,23 @@ frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
     connect(mnuAttachment, &QAction::triggered, this, [this] { m_queue.dvxDisplay_DblClick(); });
     connect(mnuViewProperties, &QAction::triggered, this, &frmBanner::mnuViewProperties_Click);
 
+    // Screens come, go, change size or trade the primary role; one pass follows a burst of them.
+    m_screensChanged = new QTimer(this);
+    m_screensChanged->setSingleShot(true);
+    m_screensChanged->setInterval(0);
+    connect(m_screensChanged, &QTimer::timeout, this, &frmBanner::FollowScreens);
+    const auto watch = [this](QScreen *screen) {
+        connect(screen, &QScreen::geometryChanged, m_screensChanged, qOverload<>(&QTimer::start));
+    };
+    for (QScreen *screen : QGuiApplication::screens())
+        watch(screen);
+    connect(qApp, &QGuiApplication::screenAdded, this, [this, watch](QScreen *screen) {
+        watch(screen);
+        m_screensChanged->start();
+    });
+    connect(qApp, &QGuiApplication::screenRemoved, m_screensChanged, qOverload<>(&QTimer::start));
+    connect(qApp, &QGuiApplication::primaryScreenChanged, m_screensChanged, qOverload<>(&QTimer::start));
+
     Form_Load();
 }
 
@@ -141,21 +161,25 @@ void frmBanner::onDisplayResize()
 
 void frmBanner::PositionForm(int horizontal, int vertical)
 {
+    move(BannerPlacement::Place(screenArea(), size(), horizontal, vertical, pos()));
+}
+
+void frmBanner::FollowScreens()
+{
+    // The strip is half as wide as the screen it stands on, whichever that is now.
     const QRect screen = screenArea();
-    QPoint at = pos();
-    if (horizontal == 0)
-        at.setX(screen.left());
-    else if (horizontal == 1)
-        at.setX(screen.left() + screen.width() / 2 - width() / 2);
-    else if (horizontal == 2)
-        at.setX(screen.right() + 1 - width());
-    // There is no vertical centre, and the whole screen counts: a bottom banner
-    // lies over the panel.
-    if (vertical == 0)
-        at.setY(screen.top());
-    else if (vertical == 1)
-        at.setY(screen.bottom() + 1 - height());
-    move(at);
+    TraceLog(Banner + QStringLiteral("FollowScreens %1x%2+%3+%4")
+                          .arg(screen.width())
+                          .arg(screen.height())
+                          .arg(screen.x())
+                          .arg(screen.y()));
+    if (dvxDisplay1->width() != screen.width() / 2) {
+        dvxDisplay1->SetScreenWidth(screen.width());
+        dvxDisplay1->resize(screen.width() / 2, dvxDisplay1->height());
+        if (isVisible())
+            dvxDisplay1->WriteText(false);
+    }
+    PositionForm(gOptions().HorizontalPosition, gOptions().VerticalPosition);
 }
 
 bool frmBanner::isShown() const
@@ -167,13 +191,7 @@ void frmBanner::ActivateMessages()
 {
     TraceLog(Banner + QStringLiteral("ActivateMessages"));
     // A screen that changed since the last message pulls the banner back into view.
-    const QRect screen = screenArea();
-    QPoint at = pos();
-    if (screen.bottom() + 1 - height() < at.y())
-        at.setY(qMax(screen.top(), screen.bottom() + 1 - height()));
-    if (screen.right() + 1 - width() < at.x())
-        at.setX(qMax(screen.left(), screen.right() + 1 - width()));
-    move(at);
+    move(BannerPlacement::KeepInView(screenArea(), size(), pos()));
     dvxDisplay1->SetEnabled(true);
     if (!isVisible()) {
         show();
@@ -204,6 +222,9 @@ void frmBanner::showStrip(const StripLook &look)
     dvxDisplay1->SetFromInfo(look.FromInfo);
     dvxDisplay1->SetText(look.Text);
     dvxDisplay1->WriteText(true);
+    // Each new message is announced by the screen reader, not only drawn.
+    QAccessibleEvent alert(dvxDisplay1, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
 }
 
 void frmBanner::setAcknowledgeEnabled(bool enabled)

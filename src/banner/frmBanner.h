@@ -7,6 +7,7 @@
 
 class QAction;
 class QMenu;
+class QTimer;
 class QToolButton;
 class SoundPlayer;
 class dvxDisplay;
@@ -29,6 +30,8 @@ public:
 
     // Places the window at the edges or the middle of the whole screen, in twips.
     void PositionForm(int horizontal, int vertical);
+    // After the screens changed: the banner takes its settings' place on the primary screen.
+    void FollowScreens();
 
     // BannerView
     bool isShown() const override;
@@ -62,5 +65,6 @@ private:
     QAction *mnuReplyToAll = nullptr;
     QAction *mnuAttachment = nullptr;
     QAction *mnuViewProperties = nullptr;
+    QTimer *m_screensChanged = nullptr;
     DisplayQueue m_queue;
 };

@@ -1,5 +1,6 @@
 # The banner's logic: no widgets, compiled under the engine's rules.
 set(BANNER_LOGIC_SOURCES
+    banner/BannerPlacement.cpp banner/BannerPlacement.h
     banner/BannerView.h
     banner/DisplayMessage.h
     banner/ClientConfigForm.cpp banner/ClientConfigForm.h

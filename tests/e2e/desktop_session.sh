@@ -3,7 +3,7 @@
 # and a tray host, a PulseAudio null sink, and a private session bus. Exits 77
 # (skipped) when the machine lacks the pieces.
 set -u
-for tool in Xvfb openbox trayer pulseaudio dbus-run-session xdotool import pactl; do
+for tool in Xvfb openbox trayer pulseaudio dbus-run-session xdotool xrandr import pactl; do
     command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
 done
 
