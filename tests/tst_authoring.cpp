@@ -487,9 +487,13 @@ private Q_SLOTS:
         package.OKButton();
         QCOMPARE((QList<QVariant>{f.lastRecord().Message, f.lastRecord().InitID, f.lastRecord().Status}),
                  (QList<QVariant>{u"Install it today"_s, QString(), int(StatusCancelled)}));
-        // Its directory requests carry P.
+        // Its directory requests carry P; its trace lines are signed with its own form.
         package.RecipientsButton(SelectUsers);
         QCOMPARE(f.sent.last(), u"RUS\u0001P"_s);
+        gOptions().Trace = true;
+        package.OKButton();
+        QVERIFY(logText().contains(u"frmPackage:OKButton"_s));
+        QVERIFY(!logText().contains(u"frmMessage:"_s));
     }
 
     void groupEditor()

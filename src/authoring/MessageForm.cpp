@@ -21,7 +21,6 @@
 
 namespace {
 
-const QString Form = QStringLiteral("frmMessage:");
 constexpr int OutboxList = 2;
 constexpr int PersonalTemplatesList = 6;
 
@@ -52,6 +51,11 @@ MessageForm::MessageForm(AuthoringContext context, bool package)
 QString MessageForm::VariableList()
 {
     return QStringLiteral("%DAYOFWEEK%|%DATE%|%LONGDATE%|%TIME%|%LONGTIME%|%USERID%|%USERNAME%|%MACHINEID%");
+}
+
+QString MessageForm::tracePrefix() const
+{
+    return m_package ? QStringLiteral("frmPackage:") : QStringLiteral("frmMessage:");
 }
 
 QString MessageForm::Caption() const
@@ -114,10 +118,13 @@ void MessageForm::ViewMessage(const DVMessage &msg)
 bool MessageForm::DuplicateMessage(Database &store, const QString &table, const QString &oldID,
                                    const QString &newID)
 {
-    TraceLog(Form + QStringLiteral("DuplicateMessage"));
+    // The package composer has the same method under its own name.
+    const QString method =
+        tracePrefix() + (m_package ? QStringLiteral("DuplicatePackage") : QStringLiteral("DuplicateMessage"));
+    TraceLog(method);
     DVMessage msg = GetMessage(store, table, oldID);
     if (msg.MsgID.isEmpty()) {
-        WriteLog(Form + QStringLiteral("DuplicateMessage - ") + table + QStringLiteral(" #") + oldID);
+        WriteLog(method + QStringLiteral(" - ") + table + QStringLiteral(" #") + oldID);
         return false;
     }
     const QDateTime now = m_ctx.clock.currentDateTime();
@@ -346,7 +353,7 @@ void MessageForm::keepUnshown(DVMessage &msg) const
 
 MessageForm::Outcome MessageForm::OKButton()
 {
-    TraceLog(Form + QStringLiteral("OKButton"));
+    TraceLog(tracePrefix() + QStringLiteral("OKButton"));
     unquote(Fields.txtSubject);
     unquote(Fields.txtText);
     unquote(Fields.txtTarget);
@@ -414,7 +421,7 @@ MessageForm::Outcome MessageForm::OKButton()
         msg.CreationDate = msg.ModificationDate = now;
         msg.Status = StatusActive;
         if (!SaveMessage(m_ctx.clientDB, QStringLiteral("MyTemplates"), msg, false, false))
-            WriteLog(Form + QStringLiteral("OKButton - ") + m_ctx.clientDB.lastError());
+            WriteLog(tracePrefix() + QStringLiteral("OKButton - ") + m_ctx.clientDB.lastError());
         refresh(PersonalTemplatesList, msg);
         break;
     case EditPersonalTemplate:
@@ -423,7 +430,7 @@ MessageForm::Outcome MessageForm::OKButton()
             break;
         msg.ModificationDate = now;
         if (!SaveMessage(m_ctx.clientDB, QStringLiteral("MyTemplates"), msg, true, false))
-            WriteLog(Form + QStringLiteral("OKButton - ") + m_ctx.clientDB.lastError());
+            WriteLog(tracePrefix() + QStringLiteral("OKButton - ") + m_ctx.clientDB.lastError());
         refresh(PersonalTemplatesList, msg);
         break;
     default:

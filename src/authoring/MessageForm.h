@@ -161,6 +161,8 @@ public:
 
 private:
     void select(int kind);
+    // Each composer signs its trace lines with its own form's name.
+    QString tracePrefix() const;
     // The letter of the directory requests: "P" for a package, "M" for a message.
     QChar requester() const;
     void keepUnshown(DVMessage &msg) const;
