@@ -35,3 +35,11 @@ QString FormHints::Hint(const QString &controlName)
     return QStringLiteral("<b>") + text.left(bar).toHtmlEscaped() + QStringLiteral("</b><br>") +
            text.mid(bar + 1);
 }
+
+QString FormHints::Title(const QString &controlName)
+{
+    const qsizetype index = Controls().indexOf(controlName);
+    if (index < 0)
+        return {};
+    return ResString(AuthoringTexts::HintFirst + int(index)).section(QLatin1Char('|'), 0, 0);
+}

@@ -13,5 +13,7 @@ const QStringList &Controls();
 // The hint of a control (its time partner shares the date's) as rich text:
 // the title in bold, then the body. Empty for a control without one.
 QString Hint(const QString &controlName);
+// The hint's title alone, as plain text: what a control without a caption is called.
+QString Title(const QString &controlName);
 
 } // namespace FormHints

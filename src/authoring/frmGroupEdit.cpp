@@ -5,6 +5,7 @@
 #include "authoring/MessageForm.h"
 #include "authoring/Selection.h"
 #include "core/StringTable.h"
+#include "ui/Mnemonics.h"
 
 #include <QEvent>
 #include <QPointer>
@@ -74,6 +75,7 @@ void frmGroupEdit::AssignLabels()
         button->setToolTip(hint.section(QLatin1Char('|'), 1));
     }
     setWindowTitle(m_logic.Caption());
+    Mnemonics::assign(this);
 }
 
 void frmGroupEdit::changeEvent(QEvent *event)

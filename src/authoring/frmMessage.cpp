@@ -12,6 +12,8 @@
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "store/MessageCodes.h"
+#include "ui/AccessibleTexts.h"
+#include "ui/Mnemonics.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -149,16 +151,18 @@ void frmMessage::AssignLabels()
     FormFields::FillList(ui.cboRepeat, RepeatFirst, 7, RepeatDays);
     m_levels->setHorizontalHeaderLabels({ResString(LevelColumnName), ResString(LevelColumnDescription)});
     // The buttons speak through their hint's title; the icons tell them apart.
-    const QList<QPair<QToolButton *, QString>> buttons = {
-        {ui.cmdMyGroups, QStringLiteral("cmdMyGroups")}, {ui.cmdKorvan, QStringLiteral("cmdKorvan")},
-        {ui.cmdDomain, QStringLiteral("cmdDomain")},     {ui.cmdUsers, QStringLiteral("cmdUsers")},
-        {ui.cmdMachines, QStringLiteral("cmdMachines")}, {ui.cmdVariable, QStringLiteral("cmdVariable")}};
-    for (const auto &[button, name] : buttons) {
-        const QString hint = ResString(HintFirst + int(FormHints::Controls().indexOf(name)));
-        button->setText(hint.section(QLatin1Char('|'), 0, 0));
-    }
+    for (QToolButton *button : {ui.cmdMyGroups, ui.cmdKorvan, ui.cmdDomain, ui.cmdUsers, ui.cmdMachines})
+        button->setText(FormHints::Title(button->objectName()));
     ui.cmdVariable->setText(QStringLiteral("%"));
+    ui.cmdVariable->setAccessibleName(FormHints::Title(QStringLiteral("cmdVariable")));
+    ui.cmdLink->setAccessibleName(ResString(9906));
+    ui.cboRepeat->setAccessibleName(ResString(AccessibleTexts::RepeatUnit));
+    ui.timeNextRun->setAccessibleName(ResString(AccessibleTexts::NextRunTime));
+    ui.timeExpiration->setAccessibleName(ResString(AccessibleTexts::ExpirationTime));
+    ui.lblSample->setAccessibleName(ResString(LabelPreview));
+    ui.lblHint->setAccessibleName(ResString(AccessibleTexts::FieldHelp));
     setWindowTitle(m_logic.Caption());
+    Mnemonics::assign(this);
     if (m_hints)
         m_hints->refresh();
 }

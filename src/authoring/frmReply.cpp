@@ -2,9 +2,12 @@
 
 #include "authoring/AuthoringTexts.h"
 #include "authoring/FormFields.h"
+#include "authoring/FormHints.h"
 #include "authoring/HintPane.h"
 #include "authoring/MessageForm.h"
 #include "core/StringTable.h"
+#include "ui/AccessibleTexts.h"
+#include "ui/Mnemonics.h"
 
 frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent), m_logic(std::move(context))
 {
@@ -46,6 +49,8 @@ frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent),
     AssignLabels();
     m_logic.Load();
     showFields();
+    // The tab order reads from the original down; the keyboard starts where the answer is written.
+    ui.txtText->setFocus();
 }
 
 void frmReply::AssignLabels()
@@ -62,7 +67,11 @@ void frmReply::AssignLabels()
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));
     FormFields::FillList(ui.cboDelivery, DeliveryFirst, 4);
+    ui.cmdVariable->setAccessibleName(FormHints::Title(QStringLiteral("cmdVariable")));
+    ui.timeNextRun->setAccessibleName(ResString(AccessibleTexts::NextRunTime));
+    ui.lblHint->setAccessibleName(ResString(AccessibleTexts::FieldHelp));
     setWindowTitle(m_logic.Caption());
+    Mnemonics::assign(this);
     if (m_hints)
         m_hints->refresh();
 }

@@ -6,6 +6,8 @@
 #include "console/GridState.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
+#include "ui/ContextMenuKey.h"
+#include "ui/Mnemonics.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,6 +18,8 @@ frmSelection::frmSelection(QWidget *parent) : QDialog(parent)
     ui.setupUi(this);
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));
+    Mnemonics::assign(this);
+    ContextMenuKey::attach(ui.grdSelection);
     ui.grdSelection->setHeaderLabels(
         {ResString(AuthoringTexts::ColumnName), ResString(AuthoringTexts::ColumnDescription)});
     mnuSelection = new QMenu(this);
@@ -48,6 +52,7 @@ frmSelection::frmSelection(QWidget *parent) : QDialog(parent)
 void frmSelection::Initialize(int kind, const QList<SelectionList::Row> &rows, const QString &target)
 {
     setWindowTitle(ResString(AuthoringTexts::SelectionTitleFirst + qBound(0, kind, 4)));
+    ui.grdSelection->setAccessibleName(windowTitle());
     m_target = m_result = target;
     m_list.Initialize(rows, target);
     ui.grdSelection->clear();

@@ -2,6 +2,8 @@
 
 #include "core/PropertyRows.h"
 #include "core/StringTable.h"
+#include "ui/AccessibleTexts.h"
+#include "ui/Mnemonics.h"
 
 #include <QEvent>
 #include <QFontDialog>
@@ -42,6 +44,9 @@ void frmClientConfig::AssignLabels()
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));
     ui.DefaultButton->setText(ResString(1452));
+    ui.propConfig->setAccessibleName(ResString(AccessibleTexts::Properties));
+    ui.lblHint->setAccessibleName(ResString(AccessibleTexts::FieldHelp));
+    Mnemonics::assign(this);
     OnEditing(m_hintKey);
 }
 

@@ -9,6 +9,8 @@
 #include "core/Log.h"
 #include "core/StringTable.h"
 #include "netsvc/NetworkPaths.h"
+#include "ui/AccessibleTexts.h"
+#include "ui/Mnemonics.h"
 
 #include <QCloseEvent>
 #include <QColorDialog>
@@ -74,6 +76,9 @@ frmLevelEdit::frmLevelEdit(LevelEditForm::Context context, QWidget *parent)
     ui.cmdStop->setIcon(style()->standardIcon(QStyle::SP_MediaStop));
     m_browse = ui.txtSoundFile->addAction(style()->standardIcon(QStyle::SP_DirOpenIcon),
                                           QLineEdit::TrailingPosition);
+    // The keyboard browses as in the option lists: F4 or Alt+Down in the field.
+    m_browse->setShortcuts({QKeySequence(Qt::Key_F4), QKeySequence(Qt::AltModifier | Qt::Key_Down)});
+    m_browse->setShortcutContext(Qt::WidgetShortcut);
     for (QToolButton *button : {ui.colBackground, ui.colForeground, ui.colShadow})
         button->setIconSize(QSize(40, 14));
     ui.Picture1->installEventFilter(this);
@@ -179,9 +184,19 @@ void frmLevelEdit::AssignLabels()
     ui.OKButton->setText(ResString(T::ButtonOK));
     ui.CancelButton->setText(ResString(T::ButtonCancel));
     ui.DefaultButton->setText(ResString(T::ButtonReset));
+    m_browse->setText(ResString(9906));
     m_browse->setToolTip(ResString(9906));
+    // The colour buttons show only their colour: they are called as their captions read.
+    ui.colBackground->setAccessibleName(ResString(T::LabelBackground));
+    ui.colForeground->setAccessibleName(ResString(T::LabelForeground));
+    ui.colShadow->setAccessibleName(ResString(T::CheckShadow));
+    ui.cmdPLay->setAccessibleName(ResString(AccessibleTexts::Play));
+    ui.cmdStop->setAccessibleName(ResString(AccessibleTexts::Stop));
+    ui.Picture1->setAccessibleName(ResString(T::LabelPreview));
+    ui.lblHint->setAccessibleName(ResString(AccessibleTexts::FieldHelp));
     m_levels->setHorizontalHeaderLabels({ResString(T::LabelLevelName), ResString(T::LabelDescription)});
     fillLists();
+    Mnemonics::assign(this);
     if (m_hints)
         m_hints->refresh();
 }

@@ -52,6 +52,15 @@ const QList<std::pair<QString, int>> &ConsoleFrame::Groups()
     return groups;
 }
 
+int ConsoleFrame::CaptionOf(int list)
+{
+    for (const Item &item : Items()) {
+        if (item.list == list)
+            return item.text;
+    }
+    return 0;
+}
+
 ConsoleFrame::ConsoleFrame(ProcessState &process, Session &session, const UserInfos &user,
                            const Policies &policies, std::function<bool(const QString &)> sendData)
     : m_process(process), m_session(session), m_user(user), m_policies(policies),

@@ -31,6 +31,8 @@ public:
     static const QList<Item> &Items();
     // The four groups in order, each with its caption's number.
     static const QList<std::pair<QString, int>> &Groups();
+    // The number of the caption a list has in the side bar, 0 for a list it has not.
+    static int CaptionOf(int list);
 
     // What a click asks of the window.
     struct Step

@@ -5,6 +5,7 @@
 #include "core/Globals.h"
 #include "core/StringTable.h"
 #include "core/UserStore.h"
+#include "ui/AccessibleTexts.h"
 
 #include <QCloseEvent>
 
@@ -47,6 +48,7 @@ frmAdmin::frmAdmin(ConsoleContext context, QWidget *parent)
             delete top;
     }
     ui.dxSideBar1->expandAll();
+    ui.dxSideBar1->setAccessibleName(ResString(AccessibleTexts::ConsoleLists));
     ui.splitter->setStretchFactor(1, 1);
     connect(ui.dxSideBar1, &QTreeWidget::itemActivated, this, &frmAdmin::clicked);
     connect(ui.dxSideBar1, &QTreeWidget::itemClicked, this, &frmAdmin::clicked);
@@ -93,12 +95,15 @@ void frmAdmin::replaceChild(int list)
         connect(directory, &frmDirectory::waitingForServer, ui.lblProgress, &QWidget::show);
         m_child = directory;
         ui.layoutPane->addWidget(directory);
+        // Shown at once, so that the focus given to its grid is on a control Tab can leave.
+        directory->show();
         directory->ui.grid->setFocus();
         return;
     }
     auto *records = new frmList(list, m_ctx, ui.ActiveSizer2);
     m_child = records;
     ui.layoutPane->addWidget(records);
+    records->show();
     records->ui.grid->setFocus();
 }
 

@@ -1,8 +1,10 @@
 #include "console/frmAdminsEdit.h"
 
+#include "authoring/FormHints.h"
 #include "authoring/MessageForm.h"
 #include "authoring/Selection.h"
 #include "core/StringTable.h"
+#include "ui/Mnemonics.h"
 
 #include <QEvent>
 #include <QPointer>
@@ -51,6 +53,9 @@ void frmAdminsEdit::AssignLabels()
     for (int authority = 0; authority < 4; ++authority)
         ui.cboRole->addItem(ResString(1268 + authority));
     ui.cboRole->setCurrentIndex(qMax(0, role));
+    // The ellipsis speaks as the composer's Users button does.
+    ui.cmdUsers->setAccessibleName(FormHints::Title(QStringLiteral("cmdUsers")));
+    Mnemonics::assign(this);
 }
 
 void frmAdminsEdit::changeEvent(QEvent *event)

@@ -1,8 +1,10 @@
 #include "console/frmDirectory.h"
 
 #include "authoring/frmGroupEdit.h"
+#include "console/ConsoleFrame.h"
 #include "console/frmAdminsEdit.h"
 #include "core/StringTable.h"
+#include "ui/ContextMenuKey.h"
 
 #include <QAction>
 #include <QHeaderView>
@@ -35,7 +37,11 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
     ui.grid->horizontalHeader()->setSectionsMovable(true);
     ui.grid->sortByColumn(-1, Qt::AscendingOrder);
     ui.txtFilter->setPlaceholderText(ResString(1234));
+    ui.txtFilter->setAccessibleName(ResString(1234));
+    ui.grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(list)));
+    ContextMenuKey::attach(ui.grid);
     ui.gridMembers->setHeaderLabels({ResString(1272)});
+    ui.gridMembers->setAccessibleName(ResString(1272));
     ui.gridMembers->setVisible(m_directory.HasMembers());
     connect(ui.txtFilter, &QLineEdit::textChanged, &m_filter, &QSortFilterProxyModel::setFilterFixedString);
     connect(ui.grid, &QWidget::customContextMenuRequested, this, &frmDirectory::showMenu);

@@ -1,6 +1,7 @@
 #include "console/frmList.h"
 
 #include "console/CodeCellDelegate.h"
+#include "console/ConsoleFrame.h"
 #include "console/CsvExport.h"
 #include "console/LevelCellDelegate.h"
 #include "core/Frontend.h"
@@ -9,6 +10,7 @@
 #include "core/StringTable.h"
 #include "core/UserStore.h"
 #include "store/DBFunctions.h"
+#include "ui/ContextMenuKey.h"
 
 #include <QAction>
 #include <QFile>
@@ -124,8 +126,16 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
             ui.ActiveSizer1->setSizes({grid, qMax(1, ui.ActiveSizer1->height() - grid)});
     }
     ui.txtFilter->setPlaceholderText(ResString(1234));
+    ui.txtFilter->setAccessibleName(ResString(1234));
     ui.tabDetails->setTabText(0, ResString(1236));
     ui.tabDetails->setTabText(1, ResString(1237));
+    ui.gridReceipt->setAccessibleName(ResString(1236));
+    ui.gridHistory->setAccessibleName(ResString(1237));
+    for (QAbstractItemView *grid :
+         {static_cast<QAbstractItemView *>(ui.grid), static_cast<QAbstractItemView *>(ui.groupGrid)}) {
+        grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(list)));
+        ContextMenuKey::attach(grid);
+    }
     const bool receipts = m_messages && m_messages->HasReceipts();
     const bool history = m_messages && m_messages->HasHistory();
     ui.tabDetails->setTabVisible(0, receipts);

@@ -1,6 +1,9 @@
 #include "console/frmPolicies.h"
 
 #include "authoring/HintPane.h"
+#include "core/StringTable.h"
+#include "ui/AccessibleTexts.h"
+#include "ui/Mnemonics.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -103,6 +106,8 @@ void frmPolicies::AssignLabels()
         if (!text.isEmpty())
             label->setText(text);
     }
+    ui.lblHint->setAccessibleName(ResString(AccessibleTexts::FieldHelp));
+    Mnemonics::assign(this);
     if (m_hints)
         m_hints->refresh();
 }

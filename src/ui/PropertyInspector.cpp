@@ -190,8 +190,15 @@ void PropertyInspector::watch(QWidget *widget, const QString &key)
 
 void PropertyInspector::setCaption(const QString &key, const QString &caption)
 {
-    if (const auto row = m_rows.constFind(key); row != m_rows.constEnd())
-        row->item->setText(0, caption);
+    const auto row = m_rows.constFind(key);
+    if (row == m_rows.constEnd())
+        return;
+    row->item->setText(0, caption);
+    // The caption stands in another column, where no buddy reaches: the field is named after it.
+    if (QWidget *field = editor(key))
+        field->setAccessibleName(caption);
+    if (row->button)
+        row->button->setAccessibleName(caption);
 }
 
 QString PropertyInspector::caption(const QString &key) const

@@ -1,6 +1,7 @@
 #include "ui/frmAbout.h"
 
 #include "core/StringTable.h"
+#include "ui/Mnemonics.h"
 
 #include <QEvent>
 
@@ -27,6 +28,7 @@ void frmAbout::AssignLabels()
     for (int n = 0; n < captions.size(); ++n)
         captions[n]->setText(ResString(1282 + n));
     ui.OKButton->setText(ResString(9900));
+    Mnemonics::assign(this);
 }
 
 void frmAbout::changeEvent(QEvent *event)

@@ -3,6 +3,7 @@
 #include "core/Frontend.h"
 #include "core/StringTable.h"
 #include "ui/DialogButtonSet.h"
+#include "ui/Mnemonics.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -86,6 +87,7 @@ void frmDialog::AssignLabels()
     for (int i = 0; i < 4; ++i)
         Button[i]->setText(ResString(9900 + i));
     cmdBrowse->setToolTip(ResString(9906));
+    cmdBrowse->setAccessibleName(ResString(9906));
 }
 
 void frmDialog::setup(const QString &text, const QString &caption, int icon, int buttonSet)
@@ -109,6 +111,10 @@ void frmDialog::setup(const QString &text, const QString &caption, int icon, int
     }
     Button[shown.first()]->setDefault(true);
     Button[shown.first()]->setFocus();
+    // The field is called by the question it answers; the text is no label, so '&' stays a character.
+    txtInput->setAccessibleName(text);
+    cboChoice->setAccessibleName(text);
+    Mnemonics::assign(this);
     fitWidth();
 }
 

@@ -3,6 +3,7 @@
 #include "core/Frontend.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
+#include "ui/Mnemonics.h"
 
 #include <QClipboard>
 #include <QFile>
@@ -48,6 +49,8 @@ void frmLog::AssignLabels()
     setWindowTitle(ResString(9904));
     btnCopy->setText(ResString(9905));
     OKButton->setText(ResString(9900));
+    rtfLog->setAccessibleName(ResString(9904));
+    Mnemonics::assign(this);
 }
 
 void frmLog::btnCopy_Click()

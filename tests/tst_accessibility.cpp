@@ -1,0 +1,204 @@
+#include "authoring/AuthoringTexts.h"
+#include "authoring/frmMessage.h"
+#include "authoring/frmReply.h"
+#include "console/frmAdmin.h"
+#include "console/frmList.h"
+#include "console/frmPolicies.h"
+#include "core/Frontend.h"
+#include "core/Options.h"
+#include "core/StringTable.h"
+#include "core/UserInfos.h"
+#include "delivery/Receipts.h"
+#include "link/Policies.h"
+#include "store/DBFunctions.h"
+#include "store/LevelCollection.h"
+#include "support/RecordingFrontend.h"
+#include "support/StoreFixture.h"
+#include "ui/InputBox.h"
+#include "ui/frmDialog.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QMenu>
+#include <QPointer>
+#include <QTemporaryFile>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString nameOf(QWidget *widget)
+{
+    return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+}
+
+QString id(const QWidget *widget)
+{
+    return widget->objectName() + u' ' + QLatin1String(widget->metaObject()->className());
+}
+
+// What a person works with, as against captions, panes that only show, and Qt's parts inside a control.
+bool operated(const QWidget *w)
+{
+    const QWidget *owner = w->parentWidget();
+    return !w->objectName().startsWith(u"qt_"_s) && !qobject_cast<const QAbstractSpinBox *>(owner) &&
+           !qobject_cast<const QComboBox *>(owner) && !qobject_cast<const QHeaderView *>(w) &&
+           (qobject_cast<const QAbstractButton *>(w) || qobject_cast<const QLineEdit *>(w) ||
+            qobject_cast<const QAbstractSpinBox *>(w) || qobject_cast<const QComboBox *>(w) ||
+            qobject_cast<const QPlainTextEdit *>(w) || qobject_cast<const QAbstractItemView *>(w));
+}
+
+// Tab from the focus until it comes back: every control shown and enabled is on the way, every
+// control shown has a name, every push button a letter, and no letter serves twice.
+void checkKeyboard(QWidget *window)
+{
+    window->show();
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    QWidget *const first = QApplication::focusWidget();
+    QList<QWidget *> reached{first};
+    for (int press = 0; press < 200 && reached.last() && (press == 0 || reached.last() != first); ++press) {
+        QTest::keyClick(reached.last(), Qt::Key_Tab);
+        reached << QApplication::focusWidget();
+    }
+    QVERIFY2(reached.last() == first, qPrintable(u"Tab never came back to "_s + id(first)));
+    QSet<QKeySequence> letters;
+    for (QWidget *w : window->findChildren<QWidget *>()) {
+        if (w->window() != window || !w->isVisibleTo(window))
+            continue;
+        if (operated(w)) {
+            QVERIFY2(reached.contains(w) || !w->isEnabled(), qPrintable(id(w) + u" is out of Tab's reach"_s));
+            QVERIFY2(!nameOf(w).trimmed().isEmpty(), qPrintable(id(w) + u" has no name"_s));
+        }
+        // A label without a buddy shows its '&'.
+        const auto *label = qobject_cast<QLabel *>(w);
+        const auto *button = qobject_cast<QAbstractButton *>(w);
+        const QKeySequence letter = QKeySequence::mnemonic(label && label->buddy() ? label->text()
+                                                           : button                ? button->text()
+                                                                                   : QString());
+        QVERIFY2(!qobject_cast<QPushButton *>(w) || !letter.isEmpty(),
+                 qPrintable(id(w) + u" has no letter"_s));
+        QVERIFY2(letter.isEmpty() || !letters.contains(letter),
+                 qPrintable(id(w) + u" takes a used letter"_s));
+        letters.insert(letter);
+    }
+}
+
+void switchLanguage(QWidget *window, int language)
+{
+    gOptions().Language = language;
+    QEvent change(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(window, &change);
+}
+
+} // namespace
+
+class TestAccessibility : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { gOptions().Language = 0; }
+
+    // The composer, the package composer, the reply and the policies (many check boxes, one
+    // alphabet), walked by Tab in English and in French; a label's letter takes the keyboard to its field.
+    void formsWalkedByKeyboard()
+    {
+        StoreFixture f;
+        RecordingFrontend frontend;
+        UserInfos user(u"jdoe"_s);
+        const auto send = [](const QString &) { return true; };
+        Receipts senders(send);
+        const AuthoringContext context{f.clock,    ClientDB(), TempDB(), user,     gPolicies(), gLevels(),
+                                       gSession(), gProcess(), senders,  frontend, send};
+        frmMessage composer(context), package(context, true);
+        composer.OpenNew(0, u"ID1"_s, QString());
+        package.OpenNew(0, u"P1"_s, QString());
+        frmReply reply(context);
+        reply.Open(DVMessage(), u"R1"_s, false);
+        // The reply starts where the answer is written, though Tab reads from the original down.
+        reply.show();
+        QVERIFY(QTest::qWaitForWindowActive(&reply));
+        QCOMPARE(QApplication::focusWidget(), reply.ui.txtText);
+        QPointer<frmPolicies> policies = new frmPolicies({[](const QString &, const QString &) {}});
+        policies->Initialise(QString(), u"SEND;LINK;"_s);
+        for (QWidget *form : QList<QWidget *>{&composer, &package, &reply, policies}) {
+            for (int language : {0, 1}) {
+                switchLanguage(form, language);
+                checkKeyboard(form);
+            }
+            form->hide();
+        }
+
+        composer.show();
+        QVERIFY(QTest::qWaitForWindowActive(&composer));
+        QCOMPARE(composer.ui.lblSubject->text().remove(u'&'), ResString(AuthoringTexts::LabelSubject));
+        QCOMPARE(nameOf(composer.ui.timeNextRun), u"Heure de la prochaine diffusion"_s);
+        composer.ui.CancelButton->setFocus();
+        QTest::keySequence(&composer, QKeySequence::mnemonic(composer.ui.lblTarget->text()));
+        QCOMPARE(QApplication::focusWidget(), composer.ui.txtTarget);
+        delete policies;
+    }
+
+    // An input box is named by its question, and a '&' in a caption stays a character.
+    void inputBoxWalkedByKeyboard()
+    {
+        TempProfile profile;
+        QTemporaryFile table;
+        QFile builtIn(u":/resources/strings.tsv"_s);
+        QVERIFY(table.open() && builtIn.open(QIODevice::ReadOnly));
+        table.write(builtIn.readAll().replace("\n9901\tCancel\n", "\n9901\tQ&A\n"));
+        table.close();
+        QVERIFY(StringTable::load(table.fileName()));
+        QString field, button;
+        QTimer::singleShot(0, qApp, [&field, &button] {
+            auto *dialog = qobject_cast<frmDialog *>(QApplication::activeModalWidget());
+            checkKeyboard(dialog);
+            field = nameOf(dialog->txtInput);
+            button = dialog->Button[1]->text();
+            dialog->close();
+        });
+        InputBox::InputText(u"Name of the R&D share"_s, u"Title"_s, IconQuestion, ButtonsOkCancel, u"x"_s);
+        QVERIFY(StringTable::load(u":/resources/strings.tsv"_s));
+        QCOMPARE(field, u"Name of the R&D share"_s);
+        // As drawn: "&&" is one '&', a lone one marks the letter.
+        QCOMPARE(button.replace(u"&&"_s, u"+"_s).remove(u'&'), u"Q+A"_s);
+    }
+
+    // The console without a mouse: the side bar by arrows and Enter, the grid's menu by Shift+F10,
+    // and Tab out of the grid rather than from cell to cell.
+    void consoleByKeyboard()
+    {
+        StoreFixture f;
+        RecordingFrontend frontend;
+        UserInfos user(u"jdoe"_s);
+        Policies policies;
+        Session session;
+        DVMessage row;
+        row.MsgID = u"M1"_s;
+        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, row, false, true));
+        frmAdmin console({ClientDB(), TempDB(), f.clock, frontend, gProcess(), session, user, policies,
+                          gLevels(), [](const QString &) { return true; }, nullptr,
+                          f.profile.path() + u"/Client.conf"_s, f.profile.path(), f.profile.dataHome()});
+        console.show();
+        QVERIFY(QTest::qWaitForWindowActive(&console));
+        console.ui.dxSideBar1->setFocus();
+        for (Qt::Key key : {Qt::Key_Home, Qt::Key_Down, Qt::Key_Return})
+            QTest::keyClick(console.ui.dxSideBar1, key);
+        frmList *inbox = console.currentList();
+        QCOMPARE(inbox->list(), 1);
+        QCOMPARE(QApplication::focusWidget(), inbox->ui.grid);
+        inbox->ui.grid->selectRow(0);
+        QTest::keyClick(inbox->ui.grid, Qt::Key_F10, Qt::ShiftModifier);
+        QTRY_VERIFY(inbox->menu()->isVisible());
+        inbox->menu()->hide();
+        QTest::keyClick(inbox->ui.grid, Qt::Key_Tab);
+        QVERIFY(QApplication::focusWidget() != inbox->ui.grid);
+        checkKeyboard(&console);
+    }
+};
+
+QTEST_MAIN(TestAccessibility)
+#include "tst_accessibility.moc"
