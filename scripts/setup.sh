@@ -8,7 +8,7 @@ PACKAGES=(
     cmake ninja-build g++ ccache pkg-config clang-format libsqlite3-dev python3
     # fuzzing and benchmarks
     clang libclang-rt-14-dev libbenchmark-dev
-    qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6sql6-sqlite libgl-dev
+    qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6sql6-sqlite libgl-dev libxcb1-dev
     qt6-multimedia-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     # tests and the desktop harness
     dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils x11-xserver-utils xdotool imagemagick sox

@@ -3,6 +3,7 @@
 #include "banner/dvxDisplay.h"
 #include "banner/frmBanner.h"
 #include "core/Options.h"
+#include "e2e/DesktopSession.h"
 #include "support/StoreFixture.h"
 
 #include <QAccessible>
@@ -80,6 +81,13 @@ class TestDvxDisplay : public QObject
     Q_OBJECT
 
 private:
+    // The block of the picture that the strip shows at the present ScrollX, in device pixels.
+    static QImage blockOf(const dvxDisplay &display, qreal ratio, const QSize &size)
+    {
+        const QPoint at(qRound(display.Scroll().ScrollX * ratio), 0);
+        return rgb(display.Picture2()).copy(QRect(at, size));
+    }
+
     // Set up as the banner does, with the timer held so that only driven ticks move the text.
     static void writeStill(dvxDisplay &display, const QString &text, bool shadow = true)
     {
@@ -192,20 +200,75 @@ private Q_SLOTS:
         QCOMPARE(mnemonic.copy(aboveUnderline), plain.copy(aboveUnderline));
         QVERIFY(boundsOf(mnemonic, rgbOf(Red)).bottom() > letters.bottom());
         QCOMPARE(display.ToolTipText(), u"A&B"_s);
+    }
 
-        // A tick copies the block at ScrollX to the strip, which is cleared until the first one.
+    // At the screen's own density: CTest runs this once more under QT_SCALE_FACTOR=2.
+    void stripIsThePictureDevicePixelForDevicePixel()
+    {
+        dvxDisplay display;
         writeStill(display, u"Hello world"_s);
         const QRect strip = display.Picture1->geometry();
-        QImage shown = rgb(display.grab(strip));
-        QCOMPARE(boundsOf(shown, rgbOf(White)), QRect(QPoint(0, 0), strip.size()));
+        const qreal ratio = display.devicePixelRatioF();
+        // The picture is drawn at the device's pixels, not drawn small and enlarged.
+        QCOMPARE(display.Picture2().devicePixelRatio(), ratio);
+        QCOMPARE(display.Picture2().size(), display.Picture2().deviceIndependentSize().toSize() * ratio);
 
+        // The strip is cleared until the first tick.
+        QImage shown = rgb(display.grab(strip));
+        QCOMPARE(shown.size(), strip.size() * ratio);
+        QCOMPARE(boundsOf(shown, rgbOf(White)), QRect(QPoint(0, 0), shown.size()));
+
+        // Then a tick shows the block at ScrollX as it is in the picture: every glyph edge as hard
+        // as drawn, where an enlarged or smoothed copy would differ.
         for (int i = 0; i < 100; ++i)
             display.Timer1_Timer();
-        const int x = display.Scroll().ScrollX;
         shown = rgb(display.grab(strip));
-        const QImage expected = rgb(display.Picture2()).copy(x, 0, strip.width(), strip.height());
+        const QImage expected = blockOf(display, ratio, shown.size());
         QVERIFY(!boundsOf(expected, rgbOf(Red)).isEmpty());
         QCOMPARE(shown, expected);
+    }
+
+    void stripOnTheXServer()
+    {
+        if (QGuiApplication::platformName() != u"xcb"_s)
+            QSKIP("needs an X server: CTest runs it in tests/e2e/desktop_session.sh");
+        dvxDisplay display;
+        display.move(100, 100);
+        writeStill(display, u"Hello world"_s);
+        display.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&display));
+        const qreal ratio = display.devicePixelRatioF();
+        const QRect strip(QPoint(0, 0), display.Picture1->size() * ratio);
+        const auto onScreen = [&display, &strip] {
+            return rgb(display.screen()->grabWindow(display.winId())).copy(strip);
+        };
+        for (int i = 0; i < 100; ++i)
+            display.Timer1_Timer();
+        const QImage expected = blockOf(display, ratio, strip.size());
+        QVERIFY(!boundsOf(expected, rgbOf(Red)).isEmpty());
+        QTRY_COMPARE(onScreen(), expected);
+
+        // A window that covered the strip leaves it drawn again, ticks or not.
+        {
+            QWidget cover;
+            cover.setWindowFlags(Qt::ToolTip);
+            cover.setGeometry(QRect(display.mapToGlobal(QPoint(0, 0)), display.size()));
+            cover.setPalette(QPalette(Qt::black));
+            cover.setAutoFillBackground(true);
+            cover.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&cover));
+            QTRY_VERIFY(boundsOf(onScreen(), rgbOf(Red)).isEmpty());
+        }
+        QTRY_COMPARE(onScreen(), expected);
+
+        // The pointer passes through to the strip below: a click on it is the strip's click.
+        QSignalSpy click(&display, &dvxDisplay::Click);
+        DesktopSession::clickAt(display.Picture1->mapToGlobal(QPoint(20, 5)) * ratio);
+        QTRY_COMPARE(click.size(), 1);
+
+        // A border is drawn across the strip, which the widget then paints itself.
+        display.SetBorderStyle(1);
+        QTRY_COMPARE(onScreen().pixel(0, 0), display.palette().color(QPalette::Shadow).rgb());
     }
 
     void ticksRaiseDisplayedThenLooped()

@@ -1,5 +1,6 @@
 #include "banner/dvxDisplay.h"
 
+#include "banner/StripWindow.h"
 #include "banner/SystemColor.h"
 
 #include <QAccessibleWidget>
@@ -192,6 +193,7 @@ dvxDisplay::dvxDisplay(QWidget *parent) : QWidget(parent)
     Picture1->setFocusPolicy(Qt::ClickFocus);
     Picture1->setToolTip(QStringLiteral("Test"));
     Picture1->installEventFilter(this);
+    m_stripWindow = StripWindow::Create(Picture1, m_picture2);
 
     cmdDetails = ImageButton(this, DetailsIcon(), QStringLiteral("View document details"));
     cmdReply = ImageButton(this, ReplyIcon(), QStringLiteral("Reply to sender"));
@@ -212,6 +214,8 @@ dvxDisplay::dvxDisplay(QWidget *parent) : QWidget(parent)
 
     RunResizeLogic();
 }
+
+dvxDisplay::~dvxDisplay() = default;
 
 void dvxDisplay::SetBackColor(quint32 color)
 {
@@ -309,6 +313,8 @@ void dvxDisplay::WriteText(bool Restart)
     painter.setPen(ResolveColor(m_foreColor));
     painter.drawText(layout.TextRect, StripTextFlags, m_text);
     painter.end();
+    if (m_stripWindow)
+        m_stripWindow->PictureChanged(ResolveColor(m_backColor));
 
     // Resting the pointer on the strip shows the whole message.
     Picture1->setToolTip(m_text);
@@ -411,7 +417,8 @@ void dvxDisplay::Timer1_Timer()
     const ScrollArithmetic::TickResult tick = m_scroll.Tick();
     // The one copy of the tick; nothing is measured or rendered while scrolling.
     m_copyX = tick.CopyX;
-    update(Picture1->geometry());
+    if (!ShowOnServer())
+        update(Picture1->geometry());
     if (tick.Displayed)
         Q_EMIT Displayed();
     if (tick.Looped)
@@ -489,21 +496,29 @@ void dvxDisplay::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
     const QRect strip = Picture1->geometry();
+    if (event->rect().intersects(strip))
+        ShowOnServer();
     // Below the strip lie the buttons and the caption, on the window's colour.
     if (!strip.contains(event->rect()))
         painter.fillRect(rect(), palette().window());
     const QColor back = ResolveColor(m_backColor);
-    const qreal ratio = m_picture2.devicePixelRatio();
     const bool copied = m_copyX >= 0 && !m_picture2.isNull();
     // A block reaching past the picture's right edge shows background there.
     if (!copied || m_copyX + strip.width() > m_picture2.deviceIndependentSize().width())
         painter.fillRect(strip, back);
-    if (copied && ratio == 1.0)
-        // The ordinary case: a plain block copy, with no scaling on the way.
-        painter.drawPixmap(strip.topLeft(), m_picture2, QRect(m_copyX, 0, strip.width(), strip.height()));
-    else if (copied)
+    const qreal ratio = m_picture2.devicePixelRatio();
+    if (copied && ratio == devicePixelRatioF()) {
+        // Device pixels onto device pixels: a plain block copy, nothing scaled to soften the glyphs.
+        const QRect target = StripWindow::DeviceRect(strip, ratio);
+        painter.save();
+        painter.scale(1 / ratio, 1 / ratio);
+        painter.drawPixmap(target, m_picture2, QRect(QPoint(qRound(m_copyX * ratio), 0), target.size()));
+        painter.restore();
+    } else if (copied) {
+        // A picture drawn for another screen's density, until the next WriteText draws it again.
         painter.drawPixmap(QRectF(strip), m_picture2,
                            QRectF(m_copyX * ratio, 0, strip.width() * ratio, strip.height() * ratio));
+    }
     if (m_borderStyle == 1) {
         painter.setPen(palette().color(QPalette::Shadow));
         painter.drawRect(rect().adjusted(0, 0, -1, -1));
@@ -571,4 +586,17 @@ void dvxDisplay::ClearPicture2()
 {
     if (!m_picture2.isNull())
         m_picture2.fill(ResolveColor(m_backColor));
+    if (m_stripWindow)
+        m_stripWindow->PictureChanged(ResolveColor(m_backColor));
+}
+
+bool dvxDisplay::ShowOnServer()
+{
+    if (!m_stripWindow)
+        return false;
+    // The border is drawn across the strip, which a window of its own would cover.
+    if (m_borderStyle == 0 && m_stripWindow->ShowBlock(m_copyX))
+        return true;
+    m_stripWindow->Hide();
+    return false;
 }

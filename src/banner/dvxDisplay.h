@@ -7,13 +7,17 @@
 #include <QVariantMap>
 #include <QWidget>
 
+#include <memory>
+
 class QLabel;
 class QTimer;
 class QToolButton;
+class StripWindow;
 
 // One line of text sliding from the right edge of a strip to the left, with a one-pixel
 // shadow, and under the strip three small buttons and the sender's caption. The text is
-// drawn once per WriteText into an off-screen picture; each tick copies one block of it.
+// drawn once per WriteText into an off-screen picture; each tick copies one block of it, on an
+// X server by the server itself into the strip's own window (StripWindow).
 // The control knows nothing of messages: it tells its owner when the end of the text has
 // come into view (Displayed) and when the text has left the strip (Looped).
 class dvxDisplay final : public QWidget
@@ -25,6 +29,7 @@ public:
     static constexpr int HandPointer = 99;
 
     explicit dvxDisplay(QWidget *parent = nullptr);
+    ~dvxDisplay() override;
 
     // Colours are stored colour values: blue-green-red, or a system colour index.
     quint32 BackColor() const { return m_backColor; }
@@ -120,6 +125,9 @@ private:
     void RunResizeLogic();
     void StartTimer();
     void ClearPicture2();
+    // Shows the block on show through the strip's own window when there is one; false when the
+    // widget must paint it.
+    bool ShowOnServer();
     bool ForwardMouse(QWidget *source, QEvent *event);
     bool ForwardKey(QEvent *event);
     int PxX(double twips) const { return ScrollArithmetic::Round(twips / m_scroll.TwipsPerPixelX); }
@@ -130,6 +138,7 @@ private:
 
     ScrollArithmetic m_scroll;
     QPixmap m_picture2;
+    std::unique_ptr<StripWindow> m_stripWindow;
     QFont m_font;
     QFont m_ambientFont;
     QString m_text;

@@ -27,13 +27,17 @@ namespace {
 
 const QString Banner = QStringLiteral("frmBanner:");
 
-// A check mark for the acknowledge button.
-QIcon checkIcon()
+// A check mark for the acknowledge button, drawn at the button's size in the screen's own pixels so
+// that no scaling softens it.
+QIcon checkIcon(int size, qreal ratio)
 {
-    QPixmap pixmap(32, 32);
+    QPixmap pixmap(QSize(size, size) * ratio);
+    pixmap.setDevicePixelRatio(ratio);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
+    // The mark is laid out on a square of 32.
+    painter.scale(size / 32.0, size / 32.0);
     painter.setPen(QPen(QColor(0x1b, 0x8a, 0x3a), 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPolyline(QPolygonF({QPointF(6, 17), QPointF(13, 24), QPointF(26, 8)}));
     return QIcon(pixmap);
@@ -62,7 +66,6 @@ frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
 
     dvxDisplay1 = new dvxDisplay(this);
     cmdOK = new QToolButton(this);
-    cmdOK->setIcon(checkIcon());
     cmdOK->setAutoRaise(true);
     cmdOK->setFocusPolicy(Qt::NoFocus);
     Mp3play1 = new SoundPlayer(this);
@@ -155,7 +158,9 @@ void frmBanner::onDisplayResize()
     // The acknowledge button stands right of the strip, as high as the control.
     const int height = dvxDisplay1->height();
     cmdOK->setGeometry(dvxDisplay1->width(), 0, height, height);
-    cmdOK->setIconSize(QSize(height * 2 / 3, height * 2 / 3));
+    const int icon = height * 2 / 3;
+    cmdOK->setIconSize(QSize(icon, icon));
+    cmdOK->setIcon(checkIcon(icon, devicePixelRatioF()));
     setFixedSize(dvxDisplay1->width() + cmdOK->width(), height);
 }
 

@@ -19,4 +19,5 @@ list(APPEND UI_SOURCES
     banner/LevelSample.cpp banner/LevelSample.h
     banner/frmLevelEdit.cpp banner/frmLevelEdit.h banner/frmLevelEdit.ui
     banner/dvxDisplay.cpp banner/dvxDisplay.h
+    banner/StripWindow.cpp banner/StripWindow.h
 )
