@@ -340,7 +340,10 @@ void frmMessage::updateSample()
 {
     const QVariantList colors = ui.cboLevel->currentData(ColorRole).toList();
     const QSize size(qMax(ui.lblSample->width(), 1), ui.lblSample->minimumHeight());
-    QPixmap pixmap(size);
+    // Drawn at the screen's own pixels, so that the sample's text is as sharp as the banner's.
+    const qreal ratio = devicePixelRatioF();
+    QPixmap pixmap(size * ratio);
+    pixmap.setDevicePixelRatio(ratio);
     pixmap.fill(palette().color(QPalette::Window));
     if (colors.size() == 4) {
         const FontSpec &spec = gOptions().Font;
@@ -354,7 +357,7 @@ void frmMessage::updateSample()
         QString text = DisplayQueue::ConvertText(ui.txtText->toPlainText()).simplified();
         if (text.isEmpty())
             text = ui.cboLevel->currentText();
-        DrawLevelSample(painter, pixmap.rect(), text, colors[0].toUInt(), colors[1].toUInt(),
+        DrawLevelSample(painter, QRect(QPoint(0, 0), size), text, colors[0].toUInt(), colors[1].toUInt(),
                         colors[2].toUInt(), colors[3].toBool());
     }
     ui.lblSample->setPixmap(pixmap);

@@ -31,12 +31,18 @@ quint32 storedColor(const QColor &color)
 
 QIcon swatch(quint32 color)
 {
-    QPixmap pixmap(40, 14);
-    pixmap.fill(ResolveColor(color));
-    QPainter painter(&pixmap);
-    painter.setPen(Qt::gray);
-    painter.drawRect(pixmap.rect().adjusted(0, 0, -1, -1));
-    return QIcon(pixmap);
+    // At both densities, so that a screen at twice the density draws its edge sharp.
+    QIcon icon;
+    for (int ratio : {1, 2}) {
+        QPixmap pixmap(40 * ratio, 14 * ratio);
+        pixmap.fill(Qt::gray);
+        QPainter painter(&pixmap);
+        painter.fillRect(pixmap.rect().adjusted(ratio, ratio, -ratio, -ratio), ResolveColor(color));
+        painter.end();
+        pixmap.setDevicePixelRatio(ratio);
+        icon.addPixmap(pixmap);
+    }
+    return icon;
 }
 
 QList<QWidget *> hinted(Ui::frmLevelEdit &ui)
