@@ -21,8 +21,22 @@
 #include <csignal>
 #include <unistd.h>
 
+namespace {
+
+// A Wayland compositor lets no client keep a window above the others or place it, so the banner
+// goes through the session's X server when it has one; an explicit QT_QPA_PLATFORM still rules.
+void PreferXWayland()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        !qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
+} // namespace
+
 int ProgramEntry::run(int argc, char **argv)
 {
+    PreferXWayland();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("korvane-client"));
     // No display name: on X11 the toolkit would append it to every window title,
