@@ -261,6 +261,15 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(onScreen(), expected);
 
+        // A line longer than an X copy's reach is still shown right at its far end.
+        display.SetText(QString(3000, u'W'));
+        display.WriteText(true);
+        display.Timer1->stop();
+        QVERIFY(display.Picture2().width() > 40000);
+        while (display.Scroll().ScrollX * ratio < 36000)
+            display.Timer1_Timer();
+        QTRY_COMPARE(onScreen(), blockOf(display, ratio, strip.size()));
+
         // The pointer passes through to the strip below: a click on it is the strip's click.
         QSignalSpy click(&display, &dvxDisplay::Click);
         DesktopSession::clickAt(display.Picture1->mapToGlobal(QPoint(20, 5)) * ratio);

@@ -89,6 +89,7 @@ void StripWindow::PictureChanged(const QColor &background)
 {
     m_background = background;
     m_uploaded = false;
+    m_tooLarge = false;
 }
 
 bool StripWindow::ShowBlock(int x)
@@ -129,7 +130,7 @@ bool StripWindow::nativeEventFilter(const QByteArray &eventType, void *message, 
 
 bool StripWindow::Prepare()
 {
-    if (m_unsupported || !m_area || !m_area->isVisible())
+    if (m_unsupported || m_tooLarge || !m_area || !m_area->isVisible())
         return false;
     QWidget *top = m_area->window();
     const auto parent = std::uint32_t(top->internalWinId());
@@ -207,6 +208,11 @@ bool StripWindow::Upload()
     if (m_picture.isNull()) {
         m_uploaded = true;
         return true;
+    }
+    // The protocol's copy reads from 16-bit signed offsets: a longer line is the widget's to paint.
+    if (m_picture.width() > 32767 || m_picture.height() > 32767) {
+        m_tooLarge = true;
+        return false;
     }
     const QImage image = m_picture.toImage().convertToFormat(QImage::Format_RGB32);
     const int stride = int(image.bytesPerLine());

@@ -62,6 +62,8 @@ private:
     std::uint8_t m_depth = 0;
     // A parent whose visual this cannot draw on: the widget paints the strip for as long as it lives.
     bool m_unsupported = false;
+    // A picture wider than a copy can reach into: the widget paints it until the next one.
+    bool m_tooLarge = false;
     bool m_mapped = false;
     QSize m_pixmapSize;
     QRect m_geometry;
