@@ -14,16 +14,20 @@
 #include "store/LevelCollection.h"
 #include "support/RecordingFrontend.h"
 #include "support/StoreFixture.h"
+#include "ui/AccessibleTexts.h"
 #include "ui/InputBox.h"
 #include "ui/frmDialog.h"
 
 #include <QAccessible>
 #include <QApplication>
+#include <QHeaderView>
 #include <QMenu>
 #include <QPointer>
 #include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -216,6 +220,34 @@ private Q_SLOTS:
         inbox->menu()->hide();
         QTest::keyClick(inbox->ui.grid, Qt::Key_Tab);
         QVERIFY(QApplication::focusWidget() != inbox->ui.grid);
+
+        // Ctrl+Shift+F10 opens the header's menu at the focused column: sorted, then grouped, by keys alone.
+        QHeaderView *columns = inbox->ui.grid->horizontalHeader();
+        const int column = columns->logicalIndex(2);
+        inbox->ui.grid->setCurrentIndex(inbox->ui.grid->model()->index(0, column));
+        const QString name = inbox->ui.grid->model()->headerData(column, Qt::Horizontal).toString();
+        const auto choose = [](QWidget *grid, const QString &text) {
+            // Shared, since the menu may never open and the timer then fires after this returns.
+            const auto found = std::make_shared<bool>(false);
+            QTimer::singleShot(0, qApp, [found, text] {
+                auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+                for (QAction *action : menu ? menu->actions() : QList<QAction *>())
+                    if (action->text() == text && !*found) {
+                        *found = true;
+                        menu->setActiveAction(action);
+                        QTest::keyClick(menu, Qt::Key_Return);
+                    }
+                if (menu && !*found)
+                    menu->close();
+            });
+            QTest::keyClick(grid, Qt::Key_F10, Qt::ControlModifier | Qt::ShiftModifier);
+            return *found;
+        };
+        QVERIFY(choose(inbox->ui.grid, ResString(AccessibleTexts::SortDescending).arg(name)));
+        QCOMPARE(columns->sortIndicatorSection(), column);
+        QCOMPARE(columns->sortIndicatorOrder(), Qt::DescendingOrder);
+        QVERIFY(choose(inbox->ui.grid, ResString(1250).arg(name)));
+        QTRY_VERIFY(inbox->ui.groupGrid->isVisible());
         checkKeyboard(&console);
     }
 };

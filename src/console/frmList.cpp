@@ -10,6 +10,7 @@
 #include "core/StringTable.h"
 #include "core/UserStore.h"
 #include "store/DBFunctions.h"
+#include "ui/AccessibleTexts.h"
 #include "ui/ContextMenuKey.h"
 
 #include <QAction>
@@ -135,6 +136,7 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
          {static_cast<QAbstractItemView *>(ui.grid), static_cast<QAbstractItemView *>(ui.groupGrid)}) {
         grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(list)));
         ContextMenuKey::attach(grid);
+        grid->installEventFilter(this);
     }
     const bool receipts = m_messages && m_messages->HasReceipts();
     const bool history = m_messages && m_messages->HasHistory();
@@ -221,6 +223,20 @@ QHeaderView *frmList::header() const
 
 bool frmList::eventFilter(QObject *watched, QEvent *event)
 {
+    // Ctrl+Shift+F10, or Ctrl with the Menu key, opens the header's menu at the focused column.
+    if ((watched == ui.grid || watched == ui.groupGrid) && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        const Qt::KeyboardModifiers modifiers = key->modifiers() & ~Qt::KeypadModifier;
+        if ((key->key() == Qt::Key_F10 && modifiers == (Qt::ControlModifier | Qt::ShiftModifier)) ||
+            (key->key() == Qt::Key_Menu && modifiers == Qt::ControlModifier)) {
+            const auto *grid = static_cast<QAbstractItemView *>(watched);
+            const int column = qMax(0, grid->currentIndex().column());
+            QHeaderView *columns = header();
+            const int x = columns->sectionViewportPosition(column) + columns->sectionSize(column) / 2;
+            showLayoutMenu(QPoint(qBound(0, x, columns->width() - 1), columns->height() / 2));
+            return true;
+        }
+    }
     if (watched == header()->viewport()) {
         const auto *mouse = static_cast<QMouseEvent *>(event);
         if (event->type() == QEvent::MouseButtonPress) {
@@ -385,9 +401,17 @@ void frmList::showLayoutMenu(const QPoint &at)
         ->setEnabled(state.simpleEnabled);
     menu.addAction(ResString(1241), this, [this] { chooseLayout(GridLayout::Custom); });
     const int column = header()->logicalIndexAt(at);
-    if (column >= 0)
-        menu.addAction(ResString(1250).arg(m_model.headerData(column, Qt::Horizontal).toString()), this,
-                       [this, column] { setGrouping(column); });
+    if (column >= 0) {
+        const QString name = m_model.headerData(column, Qt::Horizontal).toString();
+        menu.addAction(ResString(1250).arg(name), this, [this, column] { setGrouping(column); });
+        // What a click on the header does, for those who reach the header from the keyboard.
+        if (m_grouped.groupColumn() < 0)
+            for (const auto &[text, order] :
+                 {std::pair(AccessibleTexts::SortAscending, Qt::AscendingOrder),
+                  std::pair(AccessibleTexts::SortDescending, Qt::DescendingOrder)})
+                menu.addAction(ResString(text).arg(name), this,
+                               [this, column, order] { ui.grid->sortByColumn(column, order); });
+    }
     if (m_grouped.groupColumn() >= 0) {
         menu.addSeparator();
         menu.addAction(ResString(1251), this, [this] { setGrouping(-1); });

@@ -1,7 +1,8 @@
 #pragma once
 
 // The numbers of the names read out for controls that show no caption of their
-// own (French at each number plus 10000).
+// own, and of what the keyboard reaches in place of the mouse (French at each
+// number plus 10000).
 namespace AccessibleTexts {
 enum : int {
     FieldHelp = 1300,
@@ -12,5 +13,7 @@ enum : int {
     Play,
     Stop,
     Properties,
+    SortAscending,
+    SortDescending,
 };
 } // namespace AccessibleTexts
