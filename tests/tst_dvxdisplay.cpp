@@ -150,6 +150,10 @@ private Q_SLOTS:
         // The button waits for the text to pass; the menu acknowledges at once.
         QVERIFY(!banner->acknowledgeButton()->isEnabled());
         QVERIFY(banner->acknowledgeAction()->isEnabled());
+        // Its mark is drawn at the density of whichever screen the banner comes to stand on.
+        const QToolButton *ok = banner->acknowledgeButton();
+        for (qreal ratio : {1.0, 2.0})
+            QCOMPARE(ok->icon().pixmap(ok->iconSize(), ratio).size(), ok->iconSize() * ratio);
     }
 
     void tipsShowOnTheInactiveBanner()

@@ -15,6 +15,7 @@
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QIconEngine>
 #include <QMenu>
 #include <QPainter>
 #include <QScreen>
@@ -27,21 +28,32 @@ namespace {
 
 const QString Banner = QStringLiteral("frmBanner:");
 
-// A check mark for the acknowledge button, drawn at the button's size in the screen's own pixels so
-// that no scaling softens it.
-QIcon checkIcon(int size, qreal ratio)
+// A check mark for the acknowledge button, drawn afresh at whatever size and density it is asked
+// for, so that a banner moved to a screen of another density shows it as sharp.
+class CheckMarkEngine final : public QIconEngine
 {
-    QPixmap pixmap(QSize(size, size) * ratio);
-    pixmap.setDevicePixelRatio(ratio);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    // The mark is laid out on a square of 32.
-    painter.scale(size / 32.0, size / 32.0);
-    painter.setPen(QPen(QColor(0x1b, 0x8a, 0x3a), 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawPolyline(QPolygonF({QPointF(6, 17), QPointF(13, 24), QPointF(26, 8)}));
-    return QIcon(pixmap);
-}
+public:
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
+    {
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->translate(rect.topLeft());
+        // The mark is laid out on a square of 32.
+        painter->scale(rect.width() / 32.0, rect.height() / 32.0);
+        painter->setPen(QPen(QColor(0x1b, 0x8a, 0x3a), 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter->drawPolyline(QPolygonF({QPointF(6, 17), QPointF(13, 24), QPointF(26, 8)}));
+        painter->restore();
+    }
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
+    }
+    QIconEngine *clone() const override { return new CheckMarkEngine; }
+};
 
 QRect screenArea()
 {
@@ -66,6 +78,7 @@ frmBanner::frmBanner(DisplayQueue::Hooks hooks, QWidget *parent)
 
     dvxDisplay1 = new dvxDisplay(this);
     cmdOK = new QToolButton(this);
+    cmdOK->setIcon(QIcon(new CheckMarkEngine));
     cmdOK->setAutoRaise(true);
     cmdOK->setFocusPolicy(Qt::NoFocus);
     Mp3play1 = new SoundPlayer(this);
@@ -160,7 +173,6 @@ void frmBanner::onDisplayResize()
     cmdOK->setGeometry(dvxDisplay1->width(), 0, height, height);
     const int icon = height * 2 / 3;
     cmdOK->setIconSize(QSize(icon, icon));
-    cmdOK->setIcon(checkIcon(icon, devicePixelRatioF()));
     setFixedSize(dvxDisplay1->width() + cmdOK->width(), height);
 }
 
