@@ -143,27 +143,12 @@ private Q_SLOTS:
         composer.ui.CancelButton->setFocus();
         QTest::keySequence(&composer, QKeySequence::mnemonic(composer.ui.lblTarget->text()));
         QCOMPARE(QApplication::focusWidget(), composer.ui.txtTarget);
-        delete policies;
-    }
-
-    // The composer's sample is drawn at the screen's pixels: CTest runs this once more at twice the density.
-    void sampleAtTheScreensDensity()
-    {
-        StoreFixture f;
-        RecordingFrontend frontend;
-        UserInfos user(u"jdoe"_s);
-        const auto send = [](const QString &) { return true; };
-        Receipts senders(send);
-        const AuthoringContext context{f.clock,    ClientDB(), TempDB(), user,     gPolicies(), gLevels(),
-                                       gSession(), gProcess(), senders,  frontend, send};
-        frmMessage composer(context);
-        composer.OpenNew(0, u"ID1"_s, QString());
-        composer.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&composer));
+        // The sample is drawn at the screen's pixels: CTest runs this once more at twice the density.
         composer.ui.txtText->setPlainText(u"Sharp"_s);
         const QPixmap sample = composer.ui.lblSample->pixmap();
         QCOMPARE(sample.devicePixelRatio(), composer.devicePixelRatioF());
         QCOMPARE(sample.size(), composer.ui.lblSample->size() * composer.devicePixelRatioF());
+        delete policies;
     }
 
     // An input box is named by its question, and a '&' in a caption stays a character.

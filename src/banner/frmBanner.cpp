@@ -171,8 +171,7 @@ void frmBanner::onDisplayResize()
     // The acknowledge button stands right of the strip, as high as the control.
     const int height = dvxDisplay1->height();
     cmdOK->setGeometry(dvxDisplay1->width(), 0, height, height);
-    const int icon = height * 2 / 3;
-    cmdOK->setIconSize(QSize(icon, icon));
+    cmdOK->setIconSize(QSize(height * 2 / 3, height * 2 / 3));
     setFixedSize(dvxDisplay1->width() + cmdOK->width(), height);
 }
 
