@@ -1,1 +1,3 @@
 korvane_add_test(tst_authoring SOURCES tst_authoring.cpp LIBS authoring_logic)
+korvane_add_test(tst_groupedit SOURCES tst_groupedit.cpp LIBS ui)
+korvane_add_test(tst_composerforms SOURCES tst_composerforms.cpp LIBS ui)

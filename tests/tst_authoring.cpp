@@ -35,9 +35,12 @@ struct Fixture : StoreFixture
     Session session;
     ProcessState process;
     QStringList sent;
+    // Down, the link takes nothing.
+    bool linkUp = true;
     std::function<bool(const QString &)> send = [this](const QString &p) {
-        sent << p;
-        return true;
+        if (linkUp)
+            sent << p;
+        return linkUp;
     };
     Receipts senders{send};
     AuthoringContext context{clock,   ClientDB(), TempDB(), user,     policies, levels,
@@ -336,6 +339,180 @@ private Q_SLOTS:
                      asked ? u"Bad properties selection?"_s : QString());
             QCOMPARE(f.sent.size(), asked ? 0 : 1);
         }
+    }
+
+    // Separators pasted in, characters the code page lacks, a record over one
+    // frame and a link that is down: each is said, the form stays open over
+    // what was written, and nothing partial reaches the wire.
+    void whatCannotTravelIsSaid()
+    {
+        Fixture f;
+        const auto caption = [&f] {
+            return f.frontend.questions.isEmpty() ? QString() : f.frontend.questions.last().caption;
+        };
+        f.form.OpenNew(NewMessage, u"ID1"_s, QString());
+        f.form.Fields.txtText = u"Drill\x02"
+                                "at noon"_s;
+        f.form.Fields.txtTarget = u"bob\x04TGT\x03"
+                                  "everyone"_s;
+        f.form.Fields.txtSubject = u"\x01"
+                                   "Drill"_s;
+        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(caption(), u"Invalid characters"_s);
+        QCOMPARE((QStringList{f.form.Fields.txtSubject, f.form.Fields.txtText, f.form.Fields.txtTarget}),
+                 (QStringList{u"Drill"_s, u"Drillat noon"_s, u"bobTGTeveryone"_s}));
+        QVERIFY(f.sent.isEmpty());
+        // What is left goes as shown: one target field.
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QCOMPARE(f.sent.size(), 1);
+        QCOMPARE(f.sent[0].count(u"\x04TGT\x03"_s), 1);
+        QCOMPARE(f.lastRecord().Target, u"bobTGTeveryone"_s);
+
+        // Characters the code page lacks are named before anything goes; No keeps the form.
+        f.sent.clear();
+        f.form.OpenNew(NewMessage, u"ID2"_s, u"bob"_s);
+        f.form.Fields.txtText = u"Coffee \u2615 at 10 \u2014 \U0001D11E, \u2615"_s;
+        f.frontend.answerBox(ResultNo);
+        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(caption(), u"Characters not supported"_s);
+        QVERIFY(f.frontend.questions.last().text.contains(u": \u2615 \U0001D11E\n"_s));
+        QVERIFY(f.sent.isEmpty());
+        f.frontend.answerBox(ResultYes);
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QCOMPARE(f.sent.size(), 1);
+
+        // A subject too long for a frame: told, kept, not sent; so with the link down.
+        f.sent.clear();
+        f.form.OpenNew(NewMessage, u"ID3"_s, u"bob"_s);
+        f.form.Fields.txtText = u"Text"_s;
+        f.form.Fields.txtSubject = QString(32767, u'x');
+        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(caption(), u"Too long to send"_s);
+        QCOMPARE(f.form.Fields.txtSubject.size(), 32767);
+        QVERIFY(f.sent.isEmpty());
+        // Exactly one frame goes, with Chr(0) and "jdoe" behind the payload; one character more does not.
+        const auto sendSubject = [&f](const QString &subject) {
+            f.form.OpenNew(NewMessage, u"ID3"_s, u"bob"_s);
+            f.form.Fields.txtText = u"Text"_s;
+            f.form.Fields.txtSubject = subject;
+            return f.form.OKButton();
+        };
+        QCOMPARE(sendSubject(u"x"_s), MessageForm::Close);
+        const qsizetype room = 32763 - 5 - (f.sent.takeLast().size() - 1);
+        QCOMPARE(sendSubject(QString(room + 1, u'x')), MessageForm::StayOpen);
+        QVERIFY(f.frontend.questions.last().text.contains(u" 1 "_s));
+        QCOMPARE(sendSubject(QString(room, u'x')), MessageForm::Close);
+        QCOMPARE(f.sent.size(), 1);
+        QCOMPARE(f.sent[0].size() + 5, 32763);
+        f.sent.clear();
+        f.process.CurrentList = 2;
+        f.linkUp = false;
+        f.form.OpenNew(NewMessage, u"ID4"_s, u"bob"_s);
+        f.form.Fields.txtText = u"Text"_s;
+        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(caption(), u"Not sent"_s);
+        QVERIFY(!f.frontend.events.contains(u"add 2 ID4"_s));
+        f.linkUp = true;
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QVERIFY(f.frontend.events.contains(u"add 2 ID4"_s));
+
+        // The package composer and a shared template say the same.
+        MessageForm package(f.context, true);
+        package.Load();
+        package.OpenNew(NewMessage, u"P1"_s, u"bob"_s);
+        package.Fields.txtText = u"Install\x03"_s;
+        package.Fields.txtLink = u"//files/share/setup.msi"_s;
+        QCOMPARE(package.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(package.Fields.txtText, u"Install"_s);
+        f.linkUp = false;
+        QCOMPARE(package.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(caption(), u"Not sent"_s);
+        f.form.OpenNew(NewSharedTemplate, u"T1"_s, QString());
+        f.form.Fields.txtText = u"Template"_s;
+        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        f.linkUp = true;
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QVERIFY(f.sent.last().startsWith(u"STP\x01T1\x02"_s));
+
+        // A reply-all to two thousand readers cannot go: nothing stands in the Outbox as if sent.
+        ReplyForm reply(f.context);
+        DVMessage msg =
+            Fixture::record(u"R1"_s, u"M0"_s, u"alice"_s, u"Noon?"_s, FakeClock::at(2026, 11, 23, 9, 0));
+        QStringList readers;
+        for (int i = 0; i < 2000; ++i)
+            readers << u"reader%1"_s.arg(i, 5, 10, QChar(u'0'));
+        f.sent.clear();
+        reply.Load();
+        reply.Original(msg, u"R2"_s);
+        reply.ReplyToAll(readers.join(u','));
+        reply.Fields.txtText = u"Yes\x02"_s;
+        QVERIFY(!reply.OKButton());
+        QCOMPARE(reply.Fields.txtText, u"Yes"_s);
+        QVERIFY(!reply.OKButton());
+        QCOMPARE(caption(), u"Too long to send"_s);
+        QVERIFY(f.sent.isEmpty());
+        QVERIFY(!MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
+        reply.Original(msg, u"R3"_s);
+        reply.Fields.txtText = u"Yes"_s;
+        f.linkUp = false;
+        QVERIFY(!reply.OKButton());
+        QCOMPARE(caption(), u"Not sent"_s);
+        QVERIFY(!MessageExist(ClientDB(), u"Outbox"_s, u"R3"_s));
+        f.linkUp = true;
+        QVERIFY(reply.OKButton());
+        QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R3"_s));
+    }
+
+    // Nothing of a long target is cut on its way through the composer, blanks
+    // around names go, and a Scheduled message that would expire before it starts is refused.
+    void recipientsAndDates()
+    {
+        Fixture f;
+        QStringList names;
+        for (int i = 0; i < 400; ++i)
+            names << u"user%1"_s.arg(i, 4, 10, QChar(u'0'));
+        const QString whole = names.join(u',');
+        QVERIFY(whole.size() > 3000);
+        f.form.OpenNew(NewMessage, u"ID1"_s, whole);
+        QCOMPARE(f.form.Fields.txtTarget, whole);
+        f.form.getSelection = [&whole](int, const QString &target) -> QString {
+            return target + u",zed,"_s + whole;
+        };
+        f.form.DisplayUsers();
+        QCOMPARE(f.form.Fields.txtTarget, whole + u",zed,"_s + whole);
+        DVMessage stored = Fixture::record(u"M1"_s, u"M1"_s, u"jdoe"_s, QString(5000, u'a'),
+                                           FakeClock::at(2026, 11, 24, 8, 0));
+        stored.Target = whole;
+        f.form.EditMessage(stored, EditMessageAction);
+        QCOMPARE(f.form.Fields.txtTarget, whole);
+        QCOMPARE(f.form.Fields.txtText.size(), 5000);
+
+        f.form.OpenNew(NewMessage, u"ID2"_s, u" bob , alice,, "_s);
+        f.form.Fields.txtText = u"Hi"_s;
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QCOMPARE(f.lastRecord().Target, u"bob,alice"_s);
+
+        f.sent.clear();
+        f.form.OpenNew(NewMessage, u"ID3"_s, u"bob"_s);
+        f.form.Fields.txtText = u"Later"_s;
+        f.form.Fields.cboDelivery = DeliveryScheduled;
+        f.form.Fields.dateNextRun = QDate(2026, 12, 2);
+        f.form.Fields.timeNextRun = QTime(9, 0);
+        f.form.Fields.dateExpiration = QDate(2026, 12, 2);
+        f.form.Fields.timeExpiration = QTime(8, 59);
+        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QCOMPARE(f.frontend.questions.last().caption, u"Dates do not match"_s);
+        QVERIFY(f.sent.isEmpty());
+        // Starting and expiring in the same minute still shows once.
+        f.form.Fields.timeExpiration = QTime(9, 0);
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QCOMPARE(f.sent.size(), 1);
+        // Other deliveries keep their dates as they are.
+        f.form.OpenNew(NewMessage, u"ID4"_s, u"bob"_s);
+        f.form.Fields.txtText = u"Now"_s;
+        f.form.Fields.dateNextRun = QDate(2027, 1, 1);
+        QCOMPARE(f.form.OKButton(), MessageForm::Close);
+        QCOMPARE(f.sent.size(), 2);
     }
 
     void replies()

@@ -39,8 +39,6 @@ enum : int {
     HintFirst = 1070,
     LabelPreview = 1095,
     FileFilter,
-    // "%1 of %2 characters" under a field that has reached its limit.
-    LimitReached,
     ReplyCaption = 1100,
     LabelOriginal,
     // The title of the selection dialog, one per kind.
@@ -60,5 +58,11 @@ enum : int {
     PackageTitleFirst = 1170,
     CheckMandatory = 1173,
     HintMandatory,
+    // A composer being written when a new ID arrives for it: replace it?
+    ReplaceText = 1188,
+    ReplaceTitle,
+    // A Scheduled record that expires before it starts.
+    DatesText,
+    DatesTitle,
 };
 } // namespace AuthoringTexts

@@ -3,8 +3,6 @@
 #include "core/StringTable.h"
 
 #include <QComboBox>
-#include <QPlainTextEdit>
-#include <QSignalBlocker>
 
 void FormFields::FillList(QComboBox *combo, int firstText, int count, int defaultIndex)
 {
@@ -13,15 +11,4 @@ void FormFields::FillList(QComboBox *combo, int firstText, int count, int defaul
     for (int i = 0; i < count; ++i)
         combo->addItem(ResString(firstText + i));
     combo->setCurrentIndex(chosen < 0 ? defaultIndex : chosen);
-}
-
-bool FormFields::Limit(QPlainTextEdit *field, int limit)
-{
-    const QString text = field->toPlainText();
-    if (text.size() <= limit)
-        return false;
-    const QSignalBlocker blocker(field);
-    field->setPlainText(text.left(limit));
-    field->moveCursor(QTextCursor::End);
-    return true;
 }

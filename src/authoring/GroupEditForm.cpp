@@ -1,7 +1,6 @@
 #include "authoring/GroupEditForm.h"
 
 #include "authoring/AuthoringTexts.h"
-#include "authoring/MessageForm.h"
 #include "authoring/SelectionList.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
@@ -11,6 +10,7 @@
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
 #include "link/Commands.h"
+#include "link/OutgoingText.h"
 #include "link/Policies.h"
 #include "store/DBFunctions.h"
 #include "store/Database.h"
@@ -72,7 +72,7 @@ void GroupEditForm::RecipientsButton(int kind)
 void GroupEditForm::select(int kind)
 {
     if (getSelection)
-        fields.txtTarget = getSelection(kind, fields.txtTarget).left(MessageForm::TargetLimit);
+        fields.txtTarget = getSelection(kind, fields.txtTarget);
 }
 
 bool GroupEditForm::exists(Database &store, const QString &table) const
@@ -89,13 +89,20 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
     fields.txtDescription = withoutQuotes(fields.txtDescription);
     fields.txtTarget = withoutQuotes(fields.txtTarget);
     m_refresh = 0;
+    if (!OutgoingText::Admit(m_ctx.frontend,
+                             {&fields.txtGroupName, &fields.txtDescription, &fields.txtTarget}))
+        return StayOpen;
+    const QStringList members = OutgoingText::Entries(fields.txtTarget);
     const auto refused = [this](int title) {
         m_ctx.frontend.MessageBoxShow(ResString(GroupExists), ResString(title), IconExclamation, ButtonsOk);
         return StayOpen;
     };
+    // The server has the group before the mirror does: what did not leave is not kept.
     const auto sendGroup = [&] {
-        m_ctx.sendData(Commands::KVG(fields.txtGroupName, fields.txtDescription, now, m_ctx.user.UserID(),
-                                     fields.txtTarget));
+        const QString payload = Commands::KVG(fields.txtGroupName, fields.txtDescription, now,
+                                              m_ctx.user.UserID(), members.join(QLatin1Char(',')));
+        return OutgoingText::Told(m_ctx.frontend,
+                                  OutgoingText::Send(payload, m_ctx.user.UserID(), m_ctx.sendData));
     };
     switch (m_action) {
     case NewPersonal:
@@ -103,7 +110,7 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
             return refused(GroupExistsPersonal);
         [[fallthrough]];
     case EditPersonal:
-        saveGroup(m_ctx.clientDB, QStringLiteral("MyGroups"), QStringLiteral("MyGroupUsers"),
+        saveGroup(m_ctx.clientDB, QStringLiteral("MyGroups"), QStringLiteral("MyGroupUsers"), members,
                   StoredDate(now));
         if (m_ctx.process.CurrentList == 12)
             m_refresh = 12;
@@ -111,15 +118,17 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
     case NewShared:
         if (exists(m_ctx.tempDB, QStringLiteral("KorvaneGroups")))
             return refused(GroupExistsShared);
-        sendGroup();
-        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"),
+        if (!sendGroup())
+            return StayOpen;
+        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"), members,
                   StoredDate(now));
         if (m_ctx.process.CurrentList == 11)
             m_refresh = 11;
         break;
     case EditShared:
-        sendGroup();
-        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"),
+        if (!sendGroup())
+            return StayOpen;
+        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"), members,
                   StoredDate(now));
         break;
     }
@@ -127,7 +136,7 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
 }
 
 bool GroupEditForm::saveGroup(Database &store, const QString &groups, const QString &members,
-                              const QString &now)
+                              const QStringList &memberIDs, const QString &now)
 {
     const QString step = groups == QLatin1String("MyGroups")
                              ? QStringLiteral("frmGroupEdit:SaveMyGroup - ")
@@ -143,7 +152,7 @@ bool GroupEditForm::saveGroup(Database &store, const QString &groups, const QStr
                     {name}))
         return failed();
     // A group without members does not exist.
-    if (fields.txtTarget.isEmpty()) {
+    if (memberIDs.isEmpty()) {
         if (!store.exec(QStringLiteral("DELETE FROM ") + groups + QStringLiteral(" WHERE GroupName = ?"),
                         {name}))
             return failed();
@@ -156,10 +165,8 @@ bool GroupEditForm::saveGroup(Database &store, const QString &groups, const QStr
                                "CreationDate = excluded.CreationDate, Creator = excluded.Creator"),
             {name, fields.txtDescription, now, m_ctx.user.UserID()}))
         return failed();
-    // SaveMembers: every item a row under UserID, whatever it names; a blank item is none.
-    for (const QString &item : fields.txtTarget.split(QLatin1Char(','))) {
-        if (item.isEmpty() || item == QLatin1String(" "))
-            continue;
+    // SaveMembers: every member a row under UserID, whatever it names.
+    for (const QString &item : memberIDs) {
         if (!store.exec(QStringLiteral("INSERT OR IGNORE INTO ") + members +
                             QStringLiteral(" (GroupName, UserID) VALUES (?, ?)"),
                         {name, item}))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -83,7 +84,8 @@ private:
     void select(int kind);
     bool exists(Database &store, const QString &table) const;
     // SaveMyGroup or SaveKorvaneGroup, by the store and tables of the mode.
-    bool saveGroup(Database &store, const QString &groups, const QString &members, const QString &now);
+    bool saveGroup(Database &store, const QString &groups, const QString &members,
+                   const QStringList &memberIDs, const QString &now);
 
     Context m_ctx;
     Action m_action = NewPersonal;

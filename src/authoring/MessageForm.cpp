@@ -95,9 +95,10 @@ void MessageForm::OpenNew(int action, const QString &msgID, const QString &targe
     Load();
     m_action = action;
     Tag = msgID;
-    Fields.txtTarget = target.left(TargetLimit);
+    Fields.txtTarget = target;
     EnableFields();
     TextChanged();
+    opened();
 }
 
 void MessageForm::EditMessage(const DVMessage &msg, int action)
@@ -107,6 +108,7 @@ void MessageForm::EditMessage(const DVMessage &msg, int action)
     m_action = action;
     EnableFields();
     TextChanged();
+    opened();
 }
 
 void MessageForm::ViewMessage(const DVMessage &msg)
@@ -142,6 +144,7 @@ bool MessageForm::DuplicateMessage(Database &store, const QString &table, const 
     Tag = newID;
     EnableFields();
     TextChanged();
+    opened();
     return true;
 }
 
@@ -161,7 +164,7 @@ void MessageForm::Msg2Fields(bool full)
         Fields.dateExpiration = msg.ExpirationDate.date();
         Fields.timeExpiration = toMinute(msg.ExpirationDate);
     }
-    Fields.txtText = msg.Message.left(TextLimit);
+    Fields.txtText = msg.Message;
     Fields.cboDelivery = qBound(0, int(msg.MsgDelivery), 3);
     if (!m_package)
         Fields.cboLevel = msg.MsgLevel;
@@ -174,7 +177,7 @@ void MessageForm::Msg2Fields(bool full)
         Fields.timeNextRun = toMinute(msg.StartDate);
     }
     Fields.txtSubject = msg.Subject;
-    Fields.txtTarget = msg.Target.left(TargetLimit);
+    Fields.txtTarget = msg.Target;
 }
 
 DVMessage MessageForm::Fields2Msg() const
@@ -276,7 +279,7 @@ bool MessageForm::AppendVariable(Frontend &frontend, QString &text)
                                                   ResString(AuthoringTexts::VariableTitle), IconQuestion,
                                                   VariableList(), QStringLiteral("%DATE%"));
     // At the end of the text, whatever the hint says of the cursor.
-    if (variable.isEmpty() || text.size() + variable.size() > TextLimit)
+    if (variable.isEmpty())
         return false;
     text += variable;
     return true;
@@ -305,7 +308,7 @@ void MessageForm::select(int kind)
 {
     if (!getSelection)
         return;
-    Fields.txtTarget = getSelection(kind, Fields.txtTarget).left(TargetLimit);
+    Fields.txtTarget = getSelection(kind, Fields.txtTarget);
     TextChanged();
 }
 
@@ -351,12 +354,31 @@ void MessageForm::keepUnshown(DVMessage &msg) const
     msg.DeleteAtExpiration = m_base->DeleteAtExpiration;
 }
 
+bool MessageForm::datesAgree(const DVMessage &msg) const
+{
+    if (msg.MsgDelivery != DeliveryScheduled || msg.StartDate <= msg.ExpirationDate)
+        return true;
+    m_ctx.frontend.MessageBoxShow(ResString(AuthoringTexts::DatesText), ResString(AuthoringTexts::DatesTitle),
+                                  IconExclamation, ButtonsOk);
+    return false;
+}
+
+MessageForm::Outcome MessageForm::sent(const OutgoingText::Sending &sending) const
+{
+    return OutgoingText::Told(m_ctx.frontend, sending) ? Close : StayOpen;
+}
+
 MessageForm::Outcome MessageForm::OKButton()
 {
     TraceLog(tracePrefix() + QStringLiteral("OKButton"));
     unquote(Fields.txtSubject);
     unquote(Fields.txtText);
     unquote(Fields.txtTarget);
+    // "bob, alice" reaches alice: the blank would be part of her name.
+    Fields.txtTarget = OutgoingText::Entries(Fields.txtTarget).join(QLatin1Char(','));
+    if (!OutgoingText::Admit(m_ctx.frontend,
+                             {&Fields.txtSubject, &Fields.txtText, &Fields.txtTarget, &Fields.txtLink}))
+        return StayOpen;
     if (!VerifyFile(Fields.txtLink))
         return StayOpen;
     DVMessage msg = Fields2Msg();
@@ -372,24 +394,26 @@ MessageForm::Outcome MessageForm::OKButton()
     }
 
     if (m_package) {
+        if (m_action != NewMessage && m_action != EditMessageAction)
+            return Close;
+        if (!datesAgree(msg))
+            return StayOpen;
         // The engine's own intake refreshes the packages' list.
         if (m_action == NewMessage) {
             msg.CreationDate = msg.ModificationDate = now;
             msg.Status = StatusActive;
             msg.InitID = msg.MsgID;
-            m_ctx.senders.PkgNew(msg);
-        } else if (m_action == EditMessageAction) {
-            DVMessage compared = msg;
-            keepUnshown(compared);
-            if (m_base && compared.IsEqual(*m_base))
-                return Close;
-            // Unlike a message's edit, the creation and next run are not carried over and InitID goes.
-            msg.ModificationDate = now;
-            msg.InitID.clear();
-            msg.Status = m_base ? m_base->Status : StatusActive;
-            m_ctx.senders.PkgEdit(msg);
+            return sent(m_ctx.senders.PkgNew(msg));
         }
-        return Close;
+        DVMessage compared = msg;
+        keepUnshown(compared);
+        if (m_base && compared.IsEqual(*m_base))
+            return Close;
+        // Unlike a message's edit, the creation and next run are not carried over and InitID goes.
+        msg.ModificationDate = now;
+        msg.InitID.clear();
+        msg.Status = m_base ? m_base->Status : StatusActive;
+        return sent(m_ctx.senders.PkgEdit(msg));
     }
     const int list = m_ctx.process.CurrentList;
     const auto refresh = [this, list](int shown, const DVMessage &record) {
@@ -398,25 +422,30 @@ MessageForm::Outcome MessageForm::OKButton()
     };
     switch (m_action) {
     case NewMessage:
+        if (!datesAgree(msg))
+            return StayOpen;
         msg.CreationDate = msg.ModificationDate = now;
         msg.Status = StatusActive;
         msg.InitID = msg.MsgID;
-        m_ctx.senders.MsgNew(msg);
+        if (sent(m_ctx.senders.MsgNew(msg)) == StayOpen)
+            return StayOpen;
         refresh(OutboxList, msg);
         break;
     case EditMessageAction:
         keepUnshown(msg);
         if (m_base && msg.IsEqual(*m_base))
             break;
+        if (!datesAgree(msg))
+            return StayOpen;
         msg.ModificationDate = now;
-        m_ctx.senders.MsgEdit(msg);
+        if (sent(m_ctx.senders.MsgEdit(msg)) == StayOpen)
+            return StayOpen;
         refresh(OutboxList, msg);
         break;
     case NewSharedTemplate:
     case EditSharedTemplate:
         // No date is touched: the server keeps the template as written.
-        m_ctx.senders.SharedTemplate(msg);
-        break;
+        return sent(m_ctx.senders.SharedTemplate(msg));
     case NewPersonalTemplate:
         msg.CreationDate = msg.ModificationDate = now;
         msg.Status = StatusActive;

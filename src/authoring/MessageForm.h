@@ -1,6 +1,7 @@
 #pragma once
 
 #include "authoring/AuthoringContext.h"
+#include "link/OutgoingText.h"
 #include "store/DVMessage.h"
 
 #include <QDate>
@@ -57,6 +58,8 @@ struct MessageFields
     bool chkNotify = false;
     bool chkExactTime = false;
     bool chkBroadcast = false;
+
+    bool operator==(const MessageFields &) const = default;
 };
 
 // Which controls the composer shows or lets the person use.
@@ -151,9 +154,8 @@ public:
     // Shows the selection dialog of a kind over a target and gives the new target.
     std::function<QString(int kind, const QString &target)> getSelection;
 
-    // The longest text and target the store keeps; the fields stop there.
-    static constexpr int TextLimit = 2048;
-    static constexpr int TargetLimit = 1024;
+    // Whether the person changed a field since the record was opened.
+    bool Changed() const { return !(Fields == m_opened); }
     // The variables that cmdVariable offers, in its order.
     static QString VariableList();
     // Asks for a variable and puts it at the end of a text; false when none was taken.
@@ -166,6 +168,12 @@ private:
     // The letter of the directory requests: "P" for a package, "M" for a message.
     QChar requester() const;
     void keepUnshown(DVMessage &msg) const;
+    // The fields as opened, for Changed.
+    void opened() { m_opened = Fields; }
+    // Refuses a Scheduled record that would expire before it starts.
+    bool datesAgree(const DVMessage &msg) const;
+    // Shows the box of a record that did not leave; Close when it did.
+    Outcome sent(const OutgoingText::Sending &sending) const;
 
     AuthoringContext m_ctx;
     int m_action = NewMessage;
@@ -173,4 +181,5 @@ private:
     MessageEnabling m_enabling;
     QList<LevelRow> m_levels;
     std::optional<DVMessage> m_base;
+    MessageFields m_opened;
 };

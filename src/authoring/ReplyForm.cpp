@@ -106,16 +106,19 @@ void ReplyForm::cmdVariable_Click()
         TextChanged();
 }
 
-void ReplyForm::OKButton()
+bool ReplyForm::OKButton()
 {
     TraceLog(QStringLiteral("frmReply:OKButton"));
     Fields.txtText.replace(QLatin1Char('"'), QLatin1Char('\''));
     Fields.txtSubject.replace(QLatin1Char('"'), QLatin1Char('\''));
+    // The subject is not sent, so only what is gets checked.
+    if (!OutgoingText::Admit(m_ctx.frontend, {&Fields.txtText, &Fields.txtLink}))
+        return false;
     // Five fields and no more: the subject and the start stay those of the message answered.
     m_reply.Attachment = Fields.txtLink;
     m_reply.Message = Fields.txtText;
     m_reply.MsgDelivery = qint16(Fields.cboDelivery);
     m_reply.Notify = Fields.chkNotify;
     m_reply.ReceiptRequired = Fields.chkReceipt;
-    m_ctx.senders.ReplyNew(m_reply, m_toAll);
+    return OutgoingText::Told(m_ctx.frontend, m_ctx.senders.ReplyNew(m_reply, m_toAll));
 }

@@ -19,6 +19,8 @@ struct ReplyFields
     QTime timeNextRun;
     bool chkReceipt = false;
     bool chkNotify = false;
+
+    bool operator==(const ReplyFields &) const = default;
 };
 
 struct ReplyEnabling
@@ -49,10 +51,14 @@ public:
     void chkReceipt_Click(bool checked);
     void TextChanged();
     void cmdVariable_Click();
-    // Hands the reply to the engine; the form then closes.
-    void OKButton();
+    // Hands the reply to the engine. False when it did not leave: the form
+    // stays open over what was written, and the person has been told why.
+    bool OKButton();
 
     ReplyFields Fields;
+    // Marks the fields as opened; Changed tells whether the person has written since.
+    void Opened() { m_opened = Fields; }
+    bool Changed() const { return !(Fields == m_opened); }
     const ReplyEnabling &Enabling() const { return m_enabling; }
     const DVMessage &Reply() const { return m_reply; }
     bool ToAll() const { return m_toAll; }
@@ -62,4 +68,5 @@ private:
     ReplyEnabling m_enabling;
     DVMessage m_reply;
     bool m_toAll = false;
+    ReplyFields m_opened;
 };

@@ -10,6 +10,8 @@
 #include <QEvent>
 #include <QPointer>
 
+#include <limits>
+
 namespace {
 
 QPointer<frmGroupEdit> gOpen;
@@ -26,7 +28,9 @@ frmGroupEdit::frmGroupEdit(GroupEditForm::Context context, GroupEditForm::Action
     };
     m_logic.Load();
     m_logic.setAction(action);
-    ui.txtTarget->setMaxLength(MessageForm::TargetLimit);
+    // Nothing typed is cut: a line edit would drop all past 32,767 characters unsaid.
+    for (QLineEdit *edit : {ui.txtGroupName, ui.txtDescription, ui.txtTarget})
+        edit->setMaxLength(std::numeric_limits<int>::max());
     const auto members = [this](int kind) {
         readFields();
         m_logic.RecipientsButton(kind);
@@ -37,11 +41,16 @@ frmGroupEdit::frmGroupEdit(GroupEditForm::Context context, GroupEditForm::Action
     connect(ui.cmdKorvan, &QToolButton::clicked, this, [members] { members(SelectKorvanGroups); });
     connect(ui.cmdUsers, &QToolButton::clicked, this, [members] { members(SelectUsers); });
     connect(ui.cmdMachines, &QToolButton::clicked, this, [members] { members(SelectMachines); });
-    for (QLineEdit *edit : {ui.txtGroupName, ui.txtTarget})
-        connect(edit, &QLineEdit::textChanged, this, [this] {
-            readFields();
+    // Each edit gives only its own text: showFields fills them one by one, and
+    // reading them all here would take the ones not yet filled as emptied.
+    const auto follow = [this](QLineEdit *edit, QString GroupEditForm::Fields::*field) {
+        connect(edit, &QLineEdit::textChanged, this, [this, field](const QString &text) {
+            m_logic.fields.*field = text;
             ui.OKButton->setEnabled(m_logic.OKEnabled());
         });
+    };
+    follow(ui.txtGroupName, &GroupEditForm::Fields::txtGroupName);
+    follow(ui.txtTarget, &GroupEditForm::Fields::txtTarget);
     connect(ui.OKButton, &QPushButton::clicked, this, &frmGroupEdit::pressOK);
     connect(ui.CancelButton, &QPushButton::clicked, this, &QDialog::reject);
     AssignLabels();

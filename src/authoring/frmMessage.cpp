@@ -22,6 +22,8 @@
 #include <QStandardItemModel>
 #include <QTreeView>
 
+#include <limits>
+
 namespace {
 
 constexpr int ColorRole = LevelDelegate::ColorRole;
@@ -57,8 +59,9 @@ frmMessage::frmMessage(AuthoringContext context, bool package, QWidget *parent)
     ui.cboLevel->setModel(m_levels);
     ui.cboLevel->setView(view);
     ui.cboLevel->setItemDelegate(new LevelDelegate(ui.cboLevel));
-    ui.txtTarget->setMaxLength(MessageForm::TargetLimit);
-    ui.txtLink->setMaxLength(MessageForm::TargetLimit);
+    // Nothing here is cut as it is typed: what cannot go in one frame is said at OK.
+    for (QLineEdit *edit : {ui.txtSubject, ui.txtTarget, ui.txtLink})
+        edit->setMaxLength(std::numeric_limits<int>::max());
     ui.lblTextLimit->hide();
     m_logic.getSelection = [this](int kind, const QString &target) {
         return Selection::GetSelection(kind, target, this);
@@ -69,7 +72,6 @@ frmMessage::frmMessage(AuthoringContext context, bool package, QWidget *parent)
     ui.lblSample->installEventFilter(this);
 
     connect(ui.txtText, &QPlainTextEdit::textChanged, this, [this] {
-        updateLimit();
         readFields();
         m_logic.TextChanged();
         applyEnabling();
@@ -213,6 +215,14 @@ bool frmMessage::DuplicateMessage(Database &store, const QString &table, const Q
     return found;
 }
 
+bool frmMessage::BeingWritten()
+{
+    if (!isVisible())
+        return false;
+    readFields();
+    return m_logic.Changed();
+}
+
 void frmMessage::DisplayList(int kind)
 {
     readFields();
@@ -267,7 +277,6 @@ void frmMessage::showFields()
     ui.chkExactTime->setChecked(f.chkExactTime);
     ui.chkBroadcast->setChecked(f.chkBroadcast);
     setWindowTitle(m_logic.Caption());
-    updateLimit();
     applyEnabling();
     updateSample();
 }
@@ -324,16 +333,6 @@ void frmMessage::applyEnabling()
         const int korvan = ui.layoutRecipients->indexOf(ui.cmdKorvan);
         ui.layoutRecipients->insertWidget(e.cmdDomainInKorvanPlace ? korvan : korvan + 1, ui.cmdDomain);
     }
-}
-
-void frmMessage::updateLimit()
-{
-    // The store keeps 2048 characters: the field stops there and says so.
-    FormFields::Limit(ui.txtText, MessageForm::TextLimit);
-    const QString text = ui.txtText->toPlainText();
-    ui.lblTextLimit->setText(
-        ResString(AuthoringTexts::LimitReached).arg(text.size()).arg(MessageForm::TextLimit));
-    ui.lblTextLimit->setVisible(text.size() >= MessageForm::TextLimit * 9 / 10);
 }
 
 void frmMessage::updateSample()

@@ -18,6 +18,8 @@ public:
     explicit frmMessage(AuthoringContext context, bool package = false, QWidget *parent = nullptr);
 
     MessageForm &logic() { return m_logic; }
+    // On show with fields the person changed since it was opened.
+    bool BeingWritten();
     // Loads the form afresh, then the record of the mode.
     void OpenNew(int action, const QString &msgID, const QString &target);
     void EditMessage(const DVMessage &msg, int action);
@@ -40,7 +42,6 @@ private:
     void applyEnabling();
     void fillLevels();
     void updateSample();
-    void updateLimit();
     void pressOK();
     void recipients(int kind);
 

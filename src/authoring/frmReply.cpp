@@ -9,17 +9,19 @@
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
 
+#include <limits>
+
 frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
-    ui.txtLink->setMaxLength(MessageForm::TargetLimit);
+    // Nothing is cut as it is typed: what cannot go in one frame is said at OK.
+    ui.txtLink->setMaxLength(std::numeric_limits<int>::max());
     m_hints =
         new HintPane(ui.lblHint, this,
                      {ui.txtSubject, ui.txtText, ui.cmdVariable, ui.txtLink, ui.cboDelivery, ui.dateNextRun,
                       ui.timeNextRun, ui.chkReceipt, ui.chkNotify, ui.OKButton, ui.CancelButton});
     connect(ui.txtText, &QPlainTextEdit::textChanged, this, [this] {
-        FormFields::Limit(ui.txtText, MessageForm::TextLimit);
         readFields();
         m_logic.TextChanged();
         applyEnabling();
@@ -41,9 +43,10 @@ frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent),
     });
     connect(ui.OKButton, &QPushButton::clicked, this, [this] {
         readFields();
-        m_logic.OKButton();
+        const bool sent = m_logic.OKButton();
         showFields();
-        close();
+        if (sent)
+            close();
     });
     connect(ui.CancelButton, &QPushButton::clicked, this, &QWidget::close);
     AssignLabels();
@@ -92,6 +95,15 @@ void frmReply::Open(const DVMessage &msg, const QString &newID, bool toAll)
     m_logic.EnableFields();
     m_logic.TextChanged();
     showFields();
+    m_logic.Opened();
+}
+
+bool frmReply::BeingWritten()
+{
+    if (!isVisible())
+        return false;
+    readFields();
+    return m_logic.Changed();
 }
 
 void frmReply::showFields()

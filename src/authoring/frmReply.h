@@ -16,6 +16,8 @@ public:
     explicit frmReply(AuthoringContext context, QWidget *parent = nullptr);
 
     ReplyForm &logic() { return m_logic; }
+    // On show with fields the person changed since it was opened.
+    bool BeingWritten();
     // Loads the form afresh for the message answered, widened to all when asked.
     void Open(const DVMessage &msg, const QString &newID, bool toAll);
     void AssignLabels();

@@ -3,6 +3,7 @@
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
+#include "core/UserInfos.h"
 #include "delivery/BooleanText.h"
 #include "delivery/Targeting.h"
 #include "link/Commands.h"
@@ -29,61 +30,76 @@ bool insertReceipt(Database &database, const QStringList &fields)
 
 } // namespace
 
-void Receipts::MsgNew(DVMessage msg)
+Receipts::Sending Receipts::send(const QString &payload) const
+{
+    return OutgoingText::Send(payload, gUserInfos().UserID(), m_sendData);
+}
+
+Receipts::Sending Receipts::MsgNew(DVMessage msg)
 {
     TraceLog(Form + QStringLiteral("MsgNew"));
     msg.Target = Targeting::ReplaceMyGroupsInTarget(msg.Target);
-    m_sendData(Commands::MSG(msg));
+    return send(Commands::MSG(msg));
 }
 
-void Receipts::PkgNew(DVMessage msg)
+Receipts::Sending Receipts::PkgNew(DVMessage msg)
 {
     // The same log text as for messages: it has always said so.
     TraceLog(Form + QStringLiteral("MsgNew"));
     msg.Target = Targeting::ReplaceMyGroupsInTarget(msg.Target);
-    m_sendData(Commands::PKG(msg));
+    return send(Commands::PKG(msg));
 }
 
-void Receipts::edit(DVMessage &msg, const QString &logName)
+Receipts::Sending Receipts::edit(DVMessage msg, const QString &logName, QString (*command)(const DVMessage &))
 {
     TraceLog(Form + logName);
     msg.Target = Targeting::ReplaceMyGroupsInTarget(msg.Target);
+    // A record that cannot go is said so before the repost question, not after it.
+    if (const qsizetype excess = OutgoingText::Excess(command(msg), gUserInfos().UserID()))
+        return {Sending::TooLong, excess};
     Frontend *frontend = Frontend::current();
     if (frontend &&
         frontend->MessageBoxShow(QStringLiteral("Do you wish to repost the mesage?"),
                                  QStringLiteral("Message edited"), IconQuestion, ButtonsYesNo) == ResultYes)
         msg.Status = StatusResubmitted;
+    return send(command(msg));
 }
 
-void Receipts::MsgEdit(DVMessage msg)
+Receipts::Sending Receipts::MsgEdit(DVMessage msg)
 {
-    edit(msg, QStringLiteral("MsgEdit"));
-    m_sendData(Commands::MSG(msg));
+    return edit(std::move(msg), QStringLiteral("MsgEdit"), &Commands::MSG);
 }
 
-void Receipts::PkgEdit(DVMessage msg)
+Receipts::Sending Receipts::PkgEdit(DVMessage msg)
 {
-    edit(msg, QStringLiteral("PkgEdit"));
-    m_sendData(Commands::PKG(msg));
+    return edit(std::move(msg), QStringLiteral("PkgEdit"), &Commands::PKG);
 }
 
-void Receipts::ReplyNew(const DVMessage &msg, bool toAll)
+Receipts::Sending Receipts::ReplyNew(const DVMessage &msg, bool toAll)
 {
     TraceLog(Form + QStringLiteral("ReplyNew"));
+    const QString payload = toAll ? Commands::RPA(msg) : Commands::RPL(msg);
+    if (const qsizetype excess = OutgoingText::Excess(payload, gUserInfos().UserID()))
+        return {Sending::TooLong, excess};
     if (!SaveMessage(ClientDB(), QStringLiteral("Outbox"), msg, true, false)) {
         WriteLog(Form + QStringLiteral("ReplyNew - Unable to save message #") + msg.MsgID);
-        return;
+        return {Sending::NotSent, 0};
     }
-    m_sendData(toAll ? Commands::RPA(msg) : Commands::RPL(msg));
+    const Sending sent = send(payload);
+    // A reply that did not leave is not shown in the Outbox as if it had.
+    if (sent.result != Sending::Sent)
+        DeleteMessage(ClientDB(), QStringLiteral("Outbox"), msg.MsgID);
+    return sent;
 }
 
-void Receipts::SharedTemplate(const DVMessage &msg)
+Receipts::Sending Receipts::SharedTemplate(const DVMessage &msg)
 {
     TraceLog(Form + QStringLiteral("SharedTemplate - ") + msg.MsgID);
-    m_sendData(Commands::STP(msg));
-    if (gProcess().CurrentList == SharedTemplatesView)
+    const Sending sent = send(Commands::STP(msg));
+    if (sent.result == Sending::Sent && gProcess().CurrentList == SharedTemplatesView)
         if (Frontend *frontend = Frontend::current())
             frontend->AddRecord(SharedTemplatesView, msg);
+    return sent;
 }
 
 void Receipts::GetReceipt(const QString &payload)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "link/OutgoingText.h"
+
 #include <QString>
 
 #include <functional>
@@ -16,19 +18,23 @@ public:
 
     explicit Receipts(Sender sendData) : m_sendData(std::move(sendData)) {}
 
-    void MsgNew(DVMessage msg);
+    // Each tells whether its record left; one too long for a frame is not sent.
+    using Sending = OutgoingText::Sending;
+    Sending MsgNew(DVMessage msg);
     // Asks whether to repost; Yes sends the message as new to every reader.
-    void MsgEdit(DVMessage msg);
-    void PkgNew(DVMessage msg);
-    void PkgEdit(DVMessage msg);
-    void ReplyNew(const DVMessage &msg, bool toAll);
-    void SharedTemplate(const DVMessage &msg);
+    Sending MsgEdit(DVMessage msg);
+    Sending PkgNew(DVMessage msg);
+    Sending PkgEdit(DVMessage msg);
+    // The reply stands in the Outbox only once it has left.
+    Sending ReplyNew(const DVMessage &msg, bool toAll);
+    Sending SharedTemplate(const DVMessage &msg);
 
     void GetReceipt(const QString &payload);
     void GetAdminReceipt(const QString &payload);
 
 private:
-    void edit(DVMessage &msg, const QString &logName);
+    Sending edit(DVMessage msg, const QString &logName, QString (*command)(const DVMessage &));
+    Sending send(const QString &payload) const;
 
     Sender m_sendData;
     QString m_popupText;

@@ -6,6 +6,7 @@ set(LINK_SOURCES
     link/LinkWakeups.cpp link/LinkWakeups.h
     link/Cp1252.cpp link/Cp1252.h
     link/Encryption.cpp link/Encryption.h
+    link/OutgoingText.cpp link/OutgoingText.h
     link/LinkCommands.cpp link/LinkCommands.h
     link/Queue.h
     link/Commands.cpp link/Commands.h

@@ -1,5 +1,6 @@
 #include "ui/DesktopFrontend.h"
 
+#include "authoring/AuthoringTexts.h"
 #include "authoring/MessageForm.h"
 #include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
@@ -14,6 +15,7 @@
 #include "console/frmPolicies.h"
 #include "core/Globals.h"
 #include "core/Log.h"
+#include "core/StringTable.h"
 #include "store/DBFunctions.h"
 #include "store/DVMessage.h"
 #include "store/Database.h"
@@ -96,7 +98,7 @@ frmMessage *DesktopFrontend::composer()
 {
     if (!m_authoring)
         return nullptr;
-    // One composer: a second answer reuses the open one, its fields overwritten.
+    // One composer: a second answer reuses it, once the person lets go of what is being written.
     if (!m_message)
         m_message = new frmMessage(*m_authoring);
     return m_message;
@@ -116,9 +118,21 @@ frmMessage *DesktopFrontend::composerFor(const DVMessage &msg)
     return msg.MsgLevel == QLatin1String("sysKVPackage") ? packageComposer() : composer();
 }
 
+bool DesktopFrontend::mayReplace(frmMessage *form)
+{
+    return form && (!form->BeingWritten() || askReplace(form));
+}
+
+bool DesktopFrontend::askReplace(QWidget *form)
+{
+    form->raise();
+    return MessageBox::Show(ResString(AuthoringTexts::ReplaceText), ResString(AuthoringTexts::ReplaceTitle),
+                            IconQuestion, ButtonsYesNo, form) == ResultYes;
+}
+
 void DesktopFrontend::OpenPackageForm(const QString &msgID, const QString &target)
 {
-    if (frmMessage *form = packageComposer()) {
+    if (frmMessage *form = packageComposer(); mayReplace(form)) {
         form->OpenNew(0, msgID, target);
         form->show();
         form->raise();
@@ -129,7 +143,7 @@ void DesktopFrontend::OpenPackageForm(const QString &msgID, const QString &targe
 void DesktopFrontend::DuplicatePackageForm(const QString &oldID, const QString &newID, bool copy)
 {
     frmMessage *form = packageComposer();
-    if (!form)
+    if (!mayReplace(form))
         return;
     form->OpenNew(0, newID, QString());
     if (copy && !form->DuplicateMessage(ClientDB(), QStringLiteral("InPkg"), oldID, newID)) {
@@ -143,7 +157,7 @@ void DesktopFrontend::DuplicatePackageForm(const QString &oldID, const QString &
 
 void DesktopFrontend::OpenMessageForm(int action, const QString &msgID, const QString &target)
 {
-    if (frmMessage *form = composer()) {
+    if (frmMessage *form = composer(); mayReplace(form)) {
         form->OpenNew(action, msgID, target);
         form->show();
         form->raise();
@@ -154,7 +168,7 @@ void DesktopFrontend::OpenMessageForm(int action, const QString &msgID, const QS
 void DesktopFrontend::DuplicateMessageForm(int action, bool temporaryStore, const QString &table,
                                            const QString &oldID, const QString &newID)
 {
-    if (frmMessage *form = composer()) {
+    if (frmMessage *form = composer(); mayReplace(form)) {
         form->logic().setAction(action);
         if (!form->DuplicateMessage(temporaryStore ? TempDB() : ClientDB(), table, oldID, newID)) {
             form->close();
@@ -170,7 +184,7 @@ void DesktopFrontend::EditMessage(const DVMessage &msg, int action)
 {
     if (msg.MsgID.isEmpty())
         return;
-    if (frmMessage *form = composerFor(msg)) {
+    if (frmMessage *form = composerFor(msg); mayReplace(form)) {
         form->EditMessage(msg, action);
         form->show();
         form->raise();
@@ -180,7 +194,7 @@ void DesktopFrontend::EditMessage(const DVMessage &msg, int action)
 
 void DesktopFrontend::ViewMessage(const DVMessage &msg)
 {
-    if (frmMessage *form = composerFor(msg)) {
+    if (frmMessage *form = composerFor(msg); mayReplace(form)) {
         form->ViewMessage(msg);
         form->show();
         form->raise();
@@ -194,6 +208,8 @@ void DesktopFrontend::OpenReplyForm(const QString &newID, bool toAll)
         return;
     if (!m_reply)
         m_reply = new frmReply(*m_authoring);
+    else if (m_reply->BeingWritten() && !askReplace(m_reply))
+        return;
     m_reply->Open(m_banner->queue().DisplayedMsg()->ActualMessage, newID, toAll);
     m_reply->show();
     m_reply->raise();

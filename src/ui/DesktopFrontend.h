@@ -74,8 +74,9 @@ public:
     // What the option, policy and configuration forms hand back to the engine.
     struct EngineCalls
     {
-        std::function<void(const QString &reference, const QString &codes)> newPoliciesToSend;
-        std::function<void(const ServerConfig &config)> updateServerConfiguration;
+        // False when the command did not leave: the form then stays open.
+        std::function<bool(const QString &reference, const QString &codes)> newPoliciesToSend;
+        std::function<bool(const ServerConfig &config)> updateServerConfiguration;
         std::function<void()> optionsChanged;
     };
     void setEngineCalls(EngineCalls calls) { m_engineCalls = std::move(calls); }
@@ -109,5 +110,8 @@ private:
     frmMessage *packageComposer();
     // The composer for a stored record: the package one for a package.
     frmMessage *composerFor(const DVMessage &msg);
+    // A composer being written is replaced only if the person says so.
+    bool mayReplace(frmMessage *form);
+    bool askReplace(QWidget *form);
     void ViewMessage(const DVMessage &msg);
 };
