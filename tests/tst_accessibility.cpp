@@ -126,7 +126,8 @@ private Q_SLOTS:
         reply.show();
         QVERIFY(QTest::qWaitForWindowActive(&reply));
         QCOMPARE(QApplication::focusWidget(), reply.ui.txtText);
-        QPointer<frmPolicies> policies = new frmPolicies({[](const QString &, const QString &) {}});
+        const auto sendPolicies = [](const QString &, const QString &) { return true; };
+        QPointer<frmPolicies> policies = new frmPolicies({sendPolicies});
         policies->Initialise(QString(), u"SEND;LINK;"_s);
         for (QWidget *form : QList<QWidget *>{&composer, &package, &reply, policies}) {
             for (int language : {0, 1}) {

@@ -103,20 +103,20 @@ private Q_SLOTS:
         addLevel(u"Urgent"_s, 1);
         addLevel(u"Info"_s, 0);
         const QStringList before = storedLevels();
+        RecordingFrontend frontend;
         QStringList sent;
         // The desktop's window colour is white here.
-        LevelEditForm form({ClientDB(),
-                            TempDB(),
+        LevelEditForm form({ClientDB(), TempDB(),
                             [&sent](const QString &payload) {
                                 sent << payload;
                                 return true;
                             },
-                            {},
+                            [](QString &path) { return path.startsWith(u"//"_s); },
                             [](quint32 color) { return color == 0x80000005u ? 0xFFFFFFu : color; }});
         form.Load();
         const auto addNew = [&form] {
             form.txtLevelName = u"New"_s;
-            form.txtDescription = u"a\u0002b\u0003\"c\u0004"_s;
+            form.txtDescription = u"a\"c"_s;
             form.colBackground = 0x80000005u; // a desktop colour, sent as the colour it stands for
             form.colForeground = 0;
             form.chkShadow = false;
@@ -150,10 +150,129 @@ private Q_SLOTS:
         // Fields parted by Chr(2), rows by Chr(3), in buffer order, no closing Chr(3).
         QCOMPARE(sent.first(),
                  u"LVL\u0001Urgent\u0002Now\u0002255\u000216777215\u00020\u0002False\u00020\u0002"
-                 "\u0002False\u00021\u0003New\u0002ab'c\u000216777215\u00020\u00020\u0002False\u0002"
+                 "\u0002False\u00021\u0003New\u0002a'c\u000216777215\u00020\u00020\u0002False\u0002"
                  "2\u0002//srv/media/a.wav\u0002True\u00022"_s);
         // The store changes only when the server sends the levels back.
         QCOMPARE(storedLevels(), before);
+    }
+
+    // Separators pasted in a text never reach the buffer nor the wire; levels that
+    // do not leave, or cannot go in one frame, keep the editor open; in both languages.
+    void refusedBeforeTheWire()
+    {
+        StoreFixture f;
+        RecordingFrontend frontend;
+        addLevel(u"Info"_s, 0);
+        bool linkUp = false;
+        QStringList sent;
+        LevelEditForm form({ClientDB(), TempDB(),
+                            [&](const QString &payload) {
+                                if (linkUp)
+                                    sent << payload;
+                                return linkUp;
+                            },
+                            [](QString &path) { return path.startsWith(u"//"_s); }});
+        form.Load();
+        const auto buffered = [] {
+            return StoreFixture::count(TempDB(), u"SELECT COUNT(*) FROM Levels WHERE ToSend = 1"_s);
+        };
+        for (QString LevelEditForm::*field :
+             {&LevelEditForm::txtLevelName, &LevelEditForm::txtDescription, &LevelEditForm::txtSoundFile}) {
+            form.txtLevelName = u"New"_s;
+            form.txtDescription = u"Fresh"_s;
+            form.cboSoundType = 2;
+            form.txtSoundFile = u"//srv/media/a.wav"_s;
+            form.*field = u"\u0001"_s + form.*field + u"\u0004"_s;
+            QVERIFY(!form.cmdAdd());
+            QCOMPARE(frontend.questions.last().caption, u"Invalid characters"_s);
+            QVERIFY(!(form.*field).contains(u'\u0001') && !(form.*field).contains(u'\u0004'));
+            QCOMPARE(buffered(), 0);
+        }
+        // A character the code page lacks would arrive as "?": asked first, No keeps it out.
+        form.txtDescription = u"Fresh \u2192"_s;
+        frontend.answerBox(ResultNo);
+        QVERIFY(!form.cmdAdd());
+        QCOMPARE(frontend.questions.last().caption, u"Characters not supported"_s);
+        QCOMPARE(buffered(), 0);
+        form.txtDescription = u"Fresh"_s;
+        const qsizetype asked = frontend.questions.size();
+        QVERIFY(form.cmdAdd());
+        QCOMPARE(frontend.questions.size(), asked);
+
+        QCOMPARE(form.OKButton(), LevelEditForm::StayOpen);
+        QCOMPARE(frontend.questions.last().caption, u"Not sent"_s);
+        gOptions().Language = 1;
+        QCOMPARE(form.OKButton(), LevelEditForm::StayOpen);
+        QCOMPARE(frontend.questions.last().caption, u"Non envoyé"_s);
+        gOptions().Language = 0;
+
+        linkUp = true;
+        form.txtDescription = QString(40000, u'x');
+        QVERIFY(form.cmdUpdate());
+        QCOMPARE(form.OKButton(), LevelEditForm::StayOpen);
+        QCOMPARE(frontend.questions.last().caption, u"Too long to send"_s);
+        QVERIFY(sent.isEmpty());
+        form.txtDescription = u"Fresh"_s;
+        QVERIFY(form.cmdUpdate());
+        QCOMPARE(form.OKButton(), LevelEditForm::Close);
+        QCOMPARE(sent,
+                 QStringList{u"LVL\u0001New\u0002Fresh\u0002255\u000216777215\u00020\u0002True\u00022\u0002"
+                             "//srv/media/a.wav\u0002False\u00020"_s});
+    }
+
+    // A sound path typed in the field meets the rule of a browsed one: ADD and UPDATE
+    // refuse a path other clients cannot fetch, with the "ERROR" box in either language.
+    void typedSoundPathMustBeShared()
+    {
+        StoreFixture f;
+        RecordingFrontend frontend;
+        addLevel(u"Wave"_s, 0, 2, u"//srv/media/a.wav"_s);
+        QStringList sent;
+        frmLevelEdit window({ClientDB(), TempDB(),
+                             [&](const QString &payload) {
+                                 sent << payload;
+                                 return true;
+                             },
+                             [](QString &path) { return path.startsWith(u"//"_s); }});
+        window.setAttribute(Qt::WA_DeleteOnClose, false);
+        window.show();
+        QVERIFY(window.ui.txtSoundFile->isEnabled());
+        window.ui.txtLevelName->selectAll();
+        QTest::keyClicks(window.ui.txtLevelName, u"Local"_s);
+        window.ui.txtSoundFile->selectAll();
+        QTest::keyClicks(window.ui.txtSoundFile, u"/home/me/local.wav"_s);
+        QVERIFY(window.ui.cmdAdd->isEnabled());
+        window.ui.cmdAdd->click();
+        QCOMPARE(frontend.questions.size(), 1);
+        QCOMPARE(frontend.questions.last().text, u"ERROR"_s);
+        QCOMPARE(frontend.questions.last().caption, u"Other clients cannot fetch this sound file"_s);
+        QCOMPARE(window.ui.txtSoundFile->text(), u"/home/me/local.wav"_s);
+        QVERIFY(!window.ui.OKButton->isEnabled());
+
+        // The same for UPDATE of the chosen level, in French.
+        gOptions().Language = 1;
+        window.ui.txtLevelName->selectAll();
+        QTest::keyClicks(window.ui.txtLevelName, u"Wave"_s);
+        QVERIFY(window.ui.cmdUpdate->isEnabled());
+        window.ui.cmdUpdate->click();
+        QCOMPARE(frontend.questions.last().text, u"ERREUR"_s);
+        QCOMPARE(frontend.questions.last().caption,
+                 u"Les autres clients ne peuvent pas récupérer ce fichier son"_s);
+        gOptions().Language = 0;
+        QCOMPARE(StoreFixture::count(TempDB(), u"SELECT COUNT(*) FROM Levels WHERE ToSend = 1"_s), 0);
+
+        window.ui.txtLevelName->selectAll();
+        QTest::keyClicks(window.ui.txtLevelName, u"Shared"_s);
+        window.ui.txtSoundFile->selectAll();
+        QTest::keyClicks(window.ui.txtSoundFile, u"//srv/media/b.wav"_s);
+        window.ui.cmdAdd->click();
+        QCOMPARE(frontend.questions.size(), 2);
+        QVERIFY(window.ui.OKButton->isEnabled());
+        window.ui.OKButton->click();
+        QCOMPARE(sent,
+                 QStringList{u"LVL\u0001Shared\u0002Wave level\u0002255\u000216777215\u00020\u0002True\u0002"
+                             "2\u0002//srv/media/b.wav\u0002False\u00020"_s});
+        QVERIFY(!window.isVisible());
     }
 
     void soundAndPaths()
@@ -196,7 +315,8 @@ private Q_SLOTS:
             QCOMPARE(form.chkLoopingEnabled, bool(row[2]));
             QCOMPARE(form.cmdPLayEnabled, bool(row[3]));
         }
-        window->close();
+        // Escape closes the editor as it does any dialog.
+        QTest::keyClick(window->ui.txtLevelName, Qt::Key_Escape);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(window.isNull());
 

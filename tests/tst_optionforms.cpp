@@ -5,12 +5,14 @@
 #include "core/PropertyRows.h"
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
+#include "link/Commands.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 #include "ui/PropertyInspector.h"
 
 #include <QApplication>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -32,6 +34,29 @@ private:
         options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
         options.ReadOptions();
         return options;
+    }
+
+    // A window on screen and active, so that its letters reach their buttons.
+    static void showActive(QWidget *window)
+    {
+        window->show();
+        QApplication::setActiveWindow(window);
+        QVERIFY(QTest::qWaitForWindowActive(window));
+    }
+
+    // Digits typed over a spin row's value, the focus left in it, then OK by its letter.
+    static void typeThenAltO(QDialog &form, PropertyInspector &rows, const QString &key,
+                             const QString &digits)
+    {
+        const auto *ok = form.findChild<QPushButton *>(u"OKButton"_s);
+        QCOMPARE(QKeySequence::mnemonic(ok->text()), QKeySequence(Qt::ALT | Qt::Key_O));
+        QWidget *spin = rows.editor(key);
+        spin->setFocus();
+        QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(spin, digits);
+        QCOMPARE(QApplication::focusWidget(), spin);
+        QTest::keyClick(spin, Qt::Key_O, Qt::AltModifier);
+        QTRY_VERIFY(!form.isVisible());
     }
 
     static Options readBack(const TempProfile &profile)
@@ -225,12 +250,178 @@ private Q_SLOTS:
         QCOMPARE(QApplication::focusWidget(), button);
     }
 
+    // OK pressed by its letter while a spin row still holds typed digits takes them,
+    // in the options and in the server's configuration.
+    void okByItsLetterTakesWhatWasTyped()
+    {
+        TempProfile profile;
+        Options &options = settings(profile);
+        UserInfos user(u"reader"_s);
+        frmClientConfig optionsForm({options, user, {}});
+        showActive(&optionsForm);
+        typeThenAltO(optionsForm, *optionsForm.ui.propConfig, u"RefreshRate"_s, u"42"_s);
+        QCOMPARE(optionsForm.result(), int(QDialog::Accepted));
+        QCOMPARE(readBack(profile).RefreshRate, 42);
+
+        RecordingFrontend frontend;
+        QList<ServerConfig> sent;
+        frmConfigServer server({frontend, [&](const ServerConfig &config) {
+                                    sent.append(config);
+                                    return true;
+                                }});
+        server.setAttribute(Qt::WA_DeleteOnClose, false);
+        server.SetConfig(u"PORT=5000;UDPP=5001;"_s);
+        showActive(&server);
+        typeThenAltO(server, *server.ui.propConfig, u"UDPPort"_s, u"5002"_s);
+        QVERIFY(frontend.questions.isEmpty());
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(sent[0].ToString(), u"PORT=5000;UDPP=5002;"_s);
+    }
+
+    // Values beyond a row's editor that the person left alone go back exactly as they came.
+    void untouchedRowsGoBackAsTheyCame()
+    {
+        TempProfile profile;
+        Options &options = settings(profile);
+        options.Font = {u"Courier"_s, false, false, 96};
+        options.RefreshRate = 150;
+        options.RefreshSteps = 0;
+        options.SaveOptions();
+        UserInfos user(u"reader"_s);
+        frmClientConfig form({options, user, {}});
+        PropertyInspector &rows = *form.ui.propConfig;
+        QCOMPARE(rows.value(u"FontSize"_s), QVariant(96));
+        // Bold reads the font rows back into the summary: the size is not clamped by it.
+        QTest::keyClick(rows.editor(u"FontBold"_s), Qt::Key_Space);
+        QCOMPARE(rows.value(u"Font"_s), QVariant(u"Courier 96, Bold"_s));
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        Options saved = readBack(profile);
+        QCOMPARE(saved.Font.Size, 96);
+        QCOMPARE(saved.Font.Bold, true);
+        QCOMPARE(saved.RefreshRate, 150);
+        QCOMPARE(saved.RefreshSteps, 0);
+
+        // A speed the person does set is taken, the other one still as it came.
+        frmClientConfig again({gOptions(), user, {}});
+        qobject_cast<QSpinBox *>(again.ui.propConfig->editor(u"RefreshSteps"_s))->setValue(3);
+        QTest::mouseClick(again.ui.OKButton, Qt::LeftButton);
+        saved = readBack(profile);
+        QCOMPARE(saved.RefreshSteps, 3);
+        QCOMPARE(saved.RefreshRate, 150);
+
+        RecordingFrontend frontend;
+        QList<ServerConfig> sent;
+        QPointer<frmConfigServer> server = new frmConfigServer({frontend, [&](const ServerConfig &config) {
+                                                                    sent.append(config);
+                                                                    return true;
+                                                                }});
+        server->SetConfig(u"PORT=70000;UDPP=0;GENE;GENP=99999;"_s);
+        server->show();
+        QCOMPARE(server->ui.propConfig->value(u"ClientPort"_s), QVariant(65535));
+        QTest::keyClick(server->ui.propConfig->editor(u"DebugTrace"_s), Qt::Key_Space);
+        QTest::mouseClick(server->ui.OKButton, Qt::LeftButton);
+        // No port was chosen, so there is no port question either.
+        QVERIFY(frontend.questions.isEmpty());
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(Commands::SCU(sent[0]), u"SCU\u0001PORT=70000;UDPP=0;TRCE;GENE;GENP=99999;"_s);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(server.isNull());
+    }
+
+    // A pasted separator never reaches the wire, a configuration that does not
+    // leave keeps the form open, and one beyond a frame is refused, in both languages.
+    void serverConfigurationRefusals()
+    {
+        TempProfile profile;
+        RecordingFrontend frontend;
+        QList<ServerConfig> sent;
+        bool linkUp = false;
+        frmConfigServer form({frontend, [&](const ServerConfig &config) {
+                                  if (linkUp)
+                                      sent.append(config);
+                                  return linkUp;
+                              }});
+        form.setAttribute(Qt::WA_DeleteOnClose, false);
+        form.SetConfig(u"PORT=5000;UDPP=5001;"_s);
+        form.show();
+        auto *path = qobject_cast<QLineEdit *>(form.ui.propConfig->editor(u"ClientUpdPath"_s));
+        path->setFocus();
+        path->insert(u"//srv/upd\u0002ates"_s);
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(frontend.questions.size(), 1);
+        QCOMPARE(frontend.questions.last().caption, u"Invalid characters"_s);
+        QCOMPARE(path->text(), u"//srv/updates"_s);
+        QVERIFY(form.isVisible());
+
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(frontend.questions.last().caption, u"Not sent"_s);
+        QVERIFY(form.isVisible());
+        gOptions().Language = 1;
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(frontend.questions.last().caption, u"Non envoyé"_s);
+        QVERIFY(form.isVisible());
+        gOptions().Language = 0;
+        QVERIFY(sent.isEmpty());
+
+        linkUp = true;
+        const qsizetype asked = frontend.questions.size();
+        const QString longPath = u"//srv/"_s + QString(40000, u'x');
+        path->setText(longPath);
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(frontend.questions.size(), asked + 1);
+        QCOMPARE(frontend.questions.last().caption, u"Too long to send"_s);
+        QVERIFY(sent.isEmpty());
+        QVERIFY(form.isVisible());
+
+        path->setText(u"//srv/updates"_s);
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(Commands::SCU(sent[0]), u"SCU\u0001PORT=5000;UDPP=5001;CLOC=//srv/updates;"_s);
+        QVERIFY(!form.isVisible());
+    }
+
+    // Escape leaves both property dialogs, from inside a row, storing and sending nothing.
+    void escapeCloses()
+    {
+        TempProfile profile;
+        Options &options = settings(profile);
+        UserInfos user(u"reader"_s);
+        frmClientConfig form({options, user, {}});
+        showActive(&form);
+        QWidget *speed = form.ui.propConfig->editor(u"RefreshRate"_s);
+        speed->setFocus();
+        QTest::keyClicks(speed, u"7"_s);
+        QTest::keyClick(speed, Qt::Key_Escape);
+        QVERIFY(!form.isVisible());
+        QCOMPARE(form.result(), int(QDialog::Rejected));
+        QVERIFY(!QFile::exists(options.iniPath()));
+
+        RecordingFrontend frontend;
+        bool sent = false;
+        QPointer<frmConfigServer> server = new frmConfigServer({frontend, [&](const ServerConfig &) {
+                                                                    sent = true;
+                                                                    return true;
+                                                                }});
+        server->SetConfig(u"PORT=5000;UDPP=5001;"_s);
+        showActive(server);
+        QWidget *port = server->ui.propConfig->editor(u"UDPPort"_s);
+        port->setFocus();
+        QTest::keyClick(port, Qt::Key_Escape);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(server.isNull());
+        QVERIFY(!sent);
+        QVERIFY(frontend.questions.isEmpty());
+    }
+
     void serverConfigurationOk()
     {
         TempProfile profile;
         RecordingFrontend frontend;
         QList<ServerConfig> sent;
-        auto update = [&](const ServerConfig &config) { sent.append(config); };
+        auto update = [&](const ServerConfig &config) {
+            sent.append(config);
+            return true;
+        };
 
         // Garbage gives the defaults, and OK on them is no change.
         QPointer<frmConfigServer> form = new frmConfigServer({frontend, update});

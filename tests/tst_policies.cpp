@@ -3,8 +3,10 @@
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "support/LogText.h"
+#include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 
+#include <QApplication>
 #include <QFocusEvent>
 #include <QPointer>
 #include <QTest>
@@ -20,7 +22,10 @@ struct Sent
 
 PoliciesForm::Context recordTo(QList<Sent> &sent)
 {
-    return {[&sent](const QString &reference, const QString &codes) { sent.append({reference, codes}); }};
+    return {[&sent](const QString &reference, const QString &codes) {
+        sent.append({reference, codes});
+        return true;
+    }};
 }
 
 } // namespace
@@ -99,6 +104,96 @@ private Q_SLOTS:
         QCOMPARE(sent[0].codes, QString());
     }
 
+    // Values the editors cannot show, or could show only as another, go back as
+    // they came when the person changed something else; a value set is taken.
+    void untouchedValuesGoBackAsTheyCame()
+    {
+        TempProfile profile;
+        QList<Sent> sent;
+        frmPolicies window(recordTo(sent));
+        window.setAttribute(Qt::WA_DeleteOnClose, false);
+        window.Initialise(u"jdoe"_s, u"LFTM=30000;RCON=-7;"_s);
+        QCOMPARE(window.ui.numLifetime->value(), 30000);
+        window.ui.chkExitClient->click();
+        window.ui.OKButton->click();
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(sent[0].codes, u"EXIT;LFTM=30000;RCON=-7;"_s);
+
+        window.Initialise(u"jdoe"_s, u"LFTM=30000;RCON=-7;"_s);
+        window.ui.numReconnect->setValue(5);
+        window.ui.OKButton->click();
+        QCOMPARE(sent.size(), 2);
+        QCOMPARE(sent[1].codes, u"LFTM=30000;RCON=5;"_s);
+    }
+
+    // A pasted separator in the refused extensions never reaches the wire; policies
+    // that do not leave keep the window open; too long ones are refused; in both languages.
+    void refusedBeforeTheWire()
+    {
+        TempProfile profile;
+        RecordingFrontend frontend;
+        QList<Sent> sent;
+        bool linkUp = false;
+        frmPolicies window({[&](const QString &reference, const QString &codes) {
+            if (linkUp)
+                sent.append({reference, codes});
+            return linkUp;
+        }});
+        window.setAttribute(Qt::WA_DeleteOnClose, false);
+        window.Initialise(u"jdoe"_s, QString());
+        window.show();
+        window.ui.txtExtensions->selectAll();
+        window.ui.txtExtensions->insert(u"exe,\u0003bat"_s);
+        window.ui.OKButton->click();
+        QCOMPARE(frontend.questions.size(), 1);
+        QCOMPARE(frontend.questions.last().caption, u"Invalid characters"_s);
+        QCOMPARE(window.ui.txtExtensions->text(), u"exe,bat"_s);
+        QVERIFY(window.isVisible());
+
+        window.ui.OKButton->click();
+        QCOMPARE(frontend.questions.last().caption, u"Not sent"_s);
+        QVERIFY(window.isVisible());
+        gOptions().Language = 1;
+        window.ui.OKButton->click();
+        QCOMPARE(frontend.questions.last().caption, u"Non envoyé"_s);
+        QVERIFY(window.isVisible());
+        QVERIFY(window.ui.OKButton->isEnabled());
+        gOptions().Language = 0;
+
+        linkUp = true;
+        window.ui.txtExtensions->setText(QString(40000, u'x'));
+        window.ui.OKButton->click();
+        QCOMPARE(frontend.questions.last().caption, u"Too long to send"_s);
+        QCOMPARE(frontend.questions.size(), 4);
+        QVERIFY(sent.isEmpty());
+        QVERIFY(window.isVisible());
+
+        window.ui.txtExtensions->setText(u"exe,bat"_s);
+        window.ui.OKButton->click();
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(sent[0].reference, u"jdoe"_s);
+        QCOMPARE(sent[0].codes, u"DEXT=exe,bat;"_s);
+        QVERIFY(!window.isVisible());
+    }
+
+    // Escape leaves the window and sends nothing.
+    void escapeCloses()
+    {
+        TempProfile profile;
+        QList<Sent> sent;
+        QPointer<frmPolicies> window = new frmPolicies(recordTo(sent));
+        window->Initialise(QString(), QString());
+        window->show();
+        QApplication::setActiveWindow(window);
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        window->ui.chkExitClient->click();
+        window->ui.numLifetime->setFocus();
+        QTest::keyClick(window->ui.numLifetime, Qt::Key_Escape);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(window.isNull());
+        QVERIFY(sent.isEmpty());
+    }
+
     void titles()
     {
         QList<Sent> sent;
@@ -123,11 +218,11 @@ private Q_SLOTS:
         QTest::newRow("noise") << u";;=;xyzzy;LFTM;RCON=;\x01\x02\x03\x04"_s << 7 << 0 << false;
         QTest::newRow("letters") << u"LFTM=abc;RCON=-1x;"_s << 0 << -1 << false;
         QTest::newRow("beyond 16 bits") << u"LFTM=99999;"_s << 7 << 60 << false;
-        QTest::newRow("beyond the editors") << u"LFTM=30000;RCON=-7;"_s << 3650 << -1 << true;
+        QTest::newRow("beyond the editors") << u"LFTM=-3;RCON=-7;"_s << 0 << -1 << true;
         QTest::newRow("too short") << u"ab"_s << 7 << 60 << false;
     }
 
-    // A text of any shape gives the record's own reading, brought into the editors' ranges.
+    // A text of any shape gives the record's own reading, shown within the editors' ranges.
     void garbageText()
     {
         QFETCH(QString, text);
@@ -141,7 +236,7 @@ private Q_SLOTS:
         QCOMPARE(form.Record().ToString(), expected.ToString());
         QTEST(form.numLifetime, "lifetime");
         QTEST(form.numReconnect, "reconnect");
-        QTEST(logText().contains(u"frmPolicies:AssignValues - Lifetime out of range: 30000"_s), "logged");
+        QTEST(logText().contains(u"frmPolicies:AssignValues - Lifetime out of range: -3"_s), "logged");
     }
 
     // The window on its controls: the check box greys the lower part, OK sends once and closes.

@@ -86,9 +86,9 @@ int ProgramEntry::run(int argc, char **argv)
 
     frontend.setEngineCalls(
         {[&engine](const QString &reference, const QString &codes) {
-             engine->NewPoliciesToSend(reference, codes);
+             return engine->NewPoliciesToSend(reference, codes);
          },
-         [&engine](const ServerConfig &config) { engine->UpdateServerConfiguration(config); },
+         [&engine](const ServerConfig &config) { return engine->UpdateServerConfiguration(config); },
          [&engine] { engine->OptionsChanged(); }});
 
     bool closing = false;

@@ -12,10 +12,10 @@ namespace {
 
 const QString Form = u"frmClientConfig:"_s;
 
-// Spin limits: the banner's own ranges for the two speeds, and what a banner font can sensibly be.
+// Spin limits: the banner's own ranges for the two speeds; any size a font dialog offers or a person types.
 constexpr int SpeedMin = 1, SpeedMax = 100;
 constexpr int StepsMin = 1, StepsMax = 20;
-constexpr int FontSizeMin = 6, FontSizeMax = 72;
+constexpr int FontSizeMin = 1, FontSizeMax = 999;
 
 } // namespace
 
@@ -110,6 +110,10 @@ QVariant ClientConfigForm::value(const QString &key) const
 
 void ClientConfigForm::setValue(const QString &key, const QVariant &value)
 {
+    // A row still showing what it was given is one the person left alone: a value
+    // beyond its editor's range goes back to the settings as it came.
+    if (value == this->value(key))
+        return;
     if (key == "FontName"_L1)
         values.FontName = value.toString();
     else if (key == "FontSize"_L1)

@@ -50,7 +50,8 @@ public:
 
     // The rows' values from the settings.
     void SetInfos();
-    // A row's value as the inspector shows it, and back from it.
+    // A row's value as the inspector shows it, and back from it. A row read back
+    // as it was shown was left alone, and keeps the value of the settings.
     QVariant value(const QString &key) const;
     void setValue(const QString &key, const QVariant &value);
 

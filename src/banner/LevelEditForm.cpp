@@ -2,9 +2,12 @@
 
 #include "banner/SoundCodes.h"
 #include "core/Frontend.h"
+#include "core/Globals.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
+#include "core/UserInfos.h"
 #include "link/Commands.h"
+#include "link/OutgoingText.h"
 #include "store/Database.h"
 
 #include <QFileInfo>
@@ -212,9 +215,12 @@ void LevelEditForm::EnableButtons()
 bool LevelEditForm::cmdAdd()
 {
     TraceLog(Form + QStringLiteral("cmdAdd"));
-    const level row = fieldsRow();
-    if (row.LevelName.isEmpty() || nameTaken(row.LevelName))
+    if (!admitTexts())
         return false;
+    const QString name = fieldsRow().LevelName;
+    if (name.isEmpty() || nameTaken(name) || !admitSoundFile(QStringLiteral("cmdAdd")))
+        return false;
+    const level row = fieldsRow();
     if (!saveRow(row, true, QStringLiteral("cmdAdd")))
         return false;
     m_changed = true;
@@ -226,9 +232,12 @@ bool LevelEditForm::cmdAdd()
 bool LevelEditForm::cmdUpdate()
 {
     TraceLog(Form + QStringLiteral("cmdUpdate"));
-    const level row = fieldsRow();
-    if (cboLevel.isEmpty() || row.LevelName != cboLevel)
+    if (!admitTexts())
         return false;
+    if (cboLevel.isEmpty() || fieldsRow().LevelName != cboLevel ||
+        !admitSoundFile(QStringLiteral("cmdUpdate")))
+        return false;
+    const level row = fieldsRow();
     if (!saveRow(row, false, QStringLiteral("cmdUpdate")))
         return false;
     m_changed = true;
@@ -257,8 +266,18 @@ LevelEditForm::Outcome LevelEditForm::OKButton()
     if (payload.isEmpty())
         return Close;
     // Unsent, the changes stay in the buffer for another try.
-    if (!m_ctx.sendData || !m_ctx.sendData(Commands::LVL(payload))) {
+    Frontend *frontend = Frontend::current();
+    const QString command = Commands::LVL(payload);
+    if (const qsizetype excess = OutgoingText::Excess(command, gUserInfos().UserID())) {
+        fail(QStringLiteral("OKButton"), QStringLiteral("The levels are too long for one frame"));
+        if (frontend)
+            OutgoingText::TellTooLong(*frontend, excess);
+        return StayOpen;
+    }
+    if (!m_ctx.sendData || !m_ctx.sendData(command)) {
         fail(QStringLiteral("OKButton"), QStringLiteral("The levels could not be sent to the server"));
+        if (frontend)
+            OutgoingText::TellNotSent(*frontend);
         return StayOpen;
     }
     return Close;
@@ -307,10 +326,8 @@ bool LevelEditForm::BrowseAccept(const QString &path)
     if (path.isEmpty())
         return false;
     QString shared = path;
-    if (!m_ctx.isSharedPath || !m_ctx.isSharedPath(shared)) {
-        showBox(NotSharedText, Title, IconCritical);
+    if (!sharedSoundPath(shared, QStringLiteral("txtSoundFile_ButtonClick")))
         return false;
-    }
     txtSoundFile = shared;
     txtSoundFileToolTip = shared;
     txtSoundFile_Change();
@@ -342,6 +359,43 @@ QString LevelEditForm::Hint(const QString &controlName)
         return text;
     return QStringLiteral("<b>") + text.left(bar).toHtmlEscaped() + QStringLiteral("</b><br>") +
            text.mid(bar + 1);
+}
+
+bool LevelEditForm::admitTexts()
+{
+    // Without a person to ask, the separators are still kept off the wire by fieldsRow.
+    Frontend *frontend = Frontend::current();
+    if (!frontend)
+        return true;
+    const bool admitted = OutgoingText::Admit(*frontend, {&txtLevelName, &txtDescription, &txtSoundFile});
+    EnableButtons();
+    return admitted;
+}
+
+bool LevelEditForm::admitSoundFile(const QString &procedure)
+{
+    // Other codes than a file play without one; a file must be where every client fetches it.
+    if (cboSoundType != SoundCodes::File)
+        return true;
+    QString shared = txtSoundFile;
+    if (!sharedSoundPath(shared, procedure))
+        return false;
+    txtSoundFile = shared;
+    txtSoundFileToolTip = shared;
+    return true;
+}
+
+bool LevelEditForm::sharedSoundPath(QString &path, const QString &procedure) const
+{
+    QString shared = path;
+    if (!path.isEmpty() && m_ctx.isSharedPath && m_ctx.isSharedPath(shared)) {
+        path = shared;
+        return true;
+    }
+    // Each client would store the level silent: the author hears of it now.
+    fail(procedure, path + QStringLiteral(" is not in network path"));
+    showBox(NotSharedText, NotSharedTitle, IconCritical);
+    return false;
 }
 
 std::optional<level> LevelEditForm::find(const QString &name, const QString &procedure) const

@@ -41,6 +41,7 @@ public:
         MissingFileTitle = 1435,
         NotSharedText = 1436,
         SoundFilter = 1437,
+        NotSharedTitle = 1490,
         // The words of the sound codes 0 to 11, in the order of the codes.
         SoundTypeFirst = 1438,
         // Shared with the other forms.
@@ -81,10 +82,12 @@ public:
     // The path was typed: a file of the author's can be played once it is named.
     void txtSoundFile_Change();
     void EnableButtons();
+    // The fields into the buffer, once their texts can travel and a sound file is
+    // one every client can fetch; false, with a box, otherwise.
     bool cmdAdd();
     bool cmdUpdate();
     // Sends the buffered changes; the store changes only when the server sends
-    // the levels back.
+    // the levels back. Stays open, with a box, when they cannot go.
     Outcome OKButton();
     // Drops every buffered change.
     void DefaultButton();
@@ -94,6 +97,7 @@ public:
     void cmdStop();
     void SoundDone();
     // A path chosen by browsing; false with the "ERROR" box when others could not read it.
+    // A typed path meets the same rule at ADD and UPDATE.
     bool BrowseAccept(const QString &path);
 
     // The hint of a control as rich text: the caption in bold, then the body.
@@ -128,6 +132,11 @@ public:
     bool Loading() const { return m_loading; }
 
 private:
+    // The texts of the fields checked for the wire; the sound file for the other clients.
+    bool admitTexts();
+    bool admitSoundFile(const QString &procedure);
+    // A path in the form other machines open it by; false with the "ERROR" box.
+    bool sharedSoundPath(QString &path, const QString &procedure) const;
     std::optional<level> find(const QString &name, const QString &procedure) const;
     bool nameTaken(const QString &name) const;
     // The fields as a row, texts cleaned and colours translated.

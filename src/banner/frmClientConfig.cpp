@@ -19,6 +19,8 @@ frmClientConfig::frmClientConfig(ClientConfigForm::Context context, QWidget *par
     connect(ui.propConfig, &PropertyInspector::edited, this, &frmClientConfig::OnEdited);
     connect(ui.propConfig, &PropertyInspector::buttonClicked, this, &frmClientConfig::OnEditButtonClick);
     connect(ui.OKButton, &QPushButton::clicked, this, [this] {
+        // OK pressed by its letter leaves the focus in a row that may still hold typed digits.
+        ui.propConfig->commit();
         readRows();
         if (m_logic.OKButton() == ClientConfigForm::Close)
             accept();

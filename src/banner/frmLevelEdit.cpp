@@ -16,6 +16,7 @@
 #include <QColorDialog>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QStandardItemModel>
 #include <QStyle>
@@ -235,6 +236,16 @@ void frmLevelEdit::closeEvent(QCloseEvent *event)
 {
     m_player->Stop();
     event->accept();
+}
+
+void frmLevelEdit::keyPressEvent(QKeyEvent *event)
+{
+    // An open list or a field that uses Escape takes it first; only what they leave reaches here.
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        close();
+        return;
+    }
+    QWidget::keyPressEvent(event);
 }
 
 bool frmLevelEdit::eventFilter(QObject *watched, QEvent *event)

@@ -35,6 +35,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
+    // Escape closes the editor as Cancel does, as it does any dialog.
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void fillLevels();

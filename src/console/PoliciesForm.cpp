@@ -1,7 +1,12 @@
 #include "console/PoliciesForm.h"
 
+#include "core/Frontend.h"
+#include "core/Globals.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
+#include "core/UserInfos.h"
+#include "link/Commands.h"
+#include "link/OutgoingText.h"
 
 #include <QLatin1String>
 
@@ -94,6 +99,7 @@ void PoliciesForm::Initialise(const QString &target, const Policies &policies)
     TraceLog(Form + QStringLiteral("Initialize - RefID: ") + target);
     m_target = target;
     m_record = policies;
+    m_received = policies;
     AssignValues();
     ActivateOptions();
     OKEnabled = false;
@@ -122,6 +128,9 @@ void PoliciesForm::AssignValues()
     txtExtensions = m_record.DeniedExtensions;
     numReconnect = bounded(QStringLiteral("AssignValues"), QStringLiteral("Reconnect"), m_record.Reconnect,
                            ReconnectMin, ReconnectMax);
+    m_shownLifetime = numLifetime;
+    m_shownReconnect = numReconnect;
+    m_shownExtensions = txtExtensions;
 }
 
 void PoliciesForm::ActivateOptions()
@@ -182,29 +191,53 @@ void PoliciesForm::Controls2Record()
     m_record.CanModifyDisplayOptions = chkModify;
     m_record.CanAdminister = chkAdminister;
     m_record.CanSendMessages = chkSendMessages;
-    m_record.Lifetime = qint16(bounded(QStringLiteral("OKButton_Click"), QStringLiteral("Lifetime"),
-                                       numLifetime, LifetimeMin, LifetimeMax));
+    m_record.Lifetime = numLifetime == m_shownLifetime
+                            ? m_received.Lifetime
+                            : qint16(bounded(QStringLiteral("OKButton_Click"), QStringLiteral("Lifetime"),
+                                             numLifetime, LifetimeMin, LifetimeMax));
     m_record.CanSendToAll = chkSendToAll;
     m_record.CanCreateRepeating = chkRepeating;
     m_record.CanRequestNotification = chkRequestNotification;
     m_record.UseKorvanGroups = chkUseKorvan;
     m_record.UseDomainGroups = chkUseDomain;
     m_record.CanLinkDocument = chkLink;
-    txtExtensions = cleanExtensions(txtExtensions);
-    m_record.DeniedExtensions = txtExtensions;
-    m_record.Reconnect = qint16(bounded(QStringLiteral("OKButton_Click"), QStringLiteral("Reconnect"),
-                                        numReconnect, ReconnectMin, ReconnectMax));
+    if (txtExtensions == m_shownExtensions) {
+        m_record.DeniedExtensions = m_received.DeniedExtensions;
+    } else {
+        txtExtensions = cleanExtensions(txtExtensions);
+        m_record.DeniedExtensions = txtExtensions;
+    }
+    m_record.Reconnect = numReconnect == m_shownReconnect
+                             ? m_received.Reconnect
+                             : qint16(bounded(QStringLiteral("OKButton_Click"), QStringLiteral("Reconnect"),
+                                              numReconnect, ReconnectMin, ReconnectMax));
 }
 
 bool PoliciesForm::OKButton()
 {
     TraceLog(Form + QStringLiteral("OKButton_Click"));
+    Frontend *frontend = Frontend::current();
+    // Pasted separators would cut the record; the person sees what is left first.
+    if (frontend && !OutgoingText::Admit(*frontend, {&txtExtensions}))
+        return false;
     Controls2Record();
     if (!m_ctx.newPoliciesToSend) {
         WriteLog(Form + QStringLiteral("OKButton_Click - no way to the server"));
         return false;
     }
-    m_ctx.newPoliciesToSend(m_target, m_record.ToString());
+    const QString codes = m_record.ToString();
+    const QString command = m_target.isEmpty() ? Commands::GPU(codes) : Commands::UPU(m_target, codes);
+    if (const qsizetype excess = OutgoingText::Excess(command, gUserInfos().UserID())) {
+        if (frontend)
+            OutgoingText::TellTooLong(*frontend, excess);
+        return false;
+    }
+    if (!m_ctx.newPoliciesToSend(m_target, codes)) {
+        WriteLog(Form + QStringLiteral("OKButton_Click - the policies could not be sent to the server"));
+        if (frontend)
+            OutgoingText::TellNotSent(*frontend);
+        return false;
+    }
     OKEnabled = false;
     return true;
 }
@@ -213,6 +246,7 @@ void PoliciesForm::DefaultButton()
 {
     TraceLog(Form + QStringLiteral("DefaultButton_Click"));
     m_record.ResetDefaultValues();
+    m_received = m_record;
     AssignValues();
     ActivateOptions();
     // The defaults are a change of their own, waiting for OK to be sent.

@@ -14,17 +14,19 @@ class PoliciesForm
 public:
     struct Context
     {
-        std::function<void(const QString &reference, const QString &codes)> newPoliciesToSend;
+        // The engine's NewPoliciesToSend; false when the command did not leave.
+        std::function<bool(const QString &reference, const QString &codes)> newPoliciesToSend;
     };
 
     // The two icons of the window: the policies of all, or of one name.
     enum class WindowIcon { Universal, Personal };
 
-    // The editors' ranges; -1 stays reachable because the reconnection timer gives it a meaning.
+    // The editors' ranges: up to what the record holds; -1 stays reachable because
+    // the reconnection timer gives it a meaning.
     static constexpr int LifetimeMin = 0;
-    static constexpr int LifetimeMax = 3650;
+    static constexpr int LifetimeMax = 32767;
     static constexpr int ReconnectMin = -1;
-    static constexpr int ReconnectMax = 3600;
+    static constexpr int ReconnectMax = 32767;
 
     explicit PoliciesForm(Context context) : m_ctx(std::move(context)) {}
 
@@ -54,7 +56,9 @@ public:
     void Changed();
     // A check box changed: the enabling follows it.
     void CheckChanged();
-    // True when the policies went to the server and the form may close.
+    // True when the policies went to the server and the form may close. A control
+    // still showing what it was given sends the value received, even one beyond
+    // its editor.
     bool OKButton();
     void DefaultButton();
     void CancelButton();
@@ -82,6 +86,11 @@ private:
     Context m_ctx;
     QString m_target;
     Policies m_record;
+    // The record as received or reset, and what its values showed as in the controls.
+    Policies m_received;
+    int m_shownLifetime = 7;
+    int m_shownReconnect = 60;
+    QString m_shownExtensions;
     bool m_authoringEnabled = true;
     bool m_extensionsEnabled = true;
 };

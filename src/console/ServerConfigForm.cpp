@@ -1,8 +1,12 @@
 #include "console/ServerConfigForm.h"
 
 #include "core/Frontend.h"
+#include "core/Globals.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
+#include "core/UserInfos.h"
+#include "link/Commands.h"
+#include "link/OutgoingText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -10,6 +14,12 @@ namespace {
 
 const QString Form = u"frmConfigServer:"_s;
 constexpr int PortMin = 1, PortMax = 65535;
+
+// A port as its spin can show it.
+int shownPort(int port)
+{
+    return qBound(PortMin, port, PortMax);
+}
 
 } // namespace
 
@@ -49,9 +59,9 @@ void ServerConfigForm::SetConfig(const QString &text)
 QVariant ServerConfigForm::value(const QString &key) const
 {
     if (key == "ClientPort"_L1)
-        return rows.ClientPort;
+        return shownPort(rows.ClientPort);
     if (key == "UDPPort"_L1)
-        return rows.UDPPort;
+        return shownPort(rows.UDPPort);
     if (key == "DebugTrace"_L1)
         return rows.Trace;
     if (key == "ClientUpdPath"_L1)
@@ -59,12 +69,14 @@ QVariant ServerConfigForm::value(const QString &key) const
     if (key == "GenEnabled"_L1)
         return rows.GenEnabled;
     if (key == "GenPort"_L1)
-        return rows.GenPort;
+        return shownPort(rows.GenPort);
     return {};
 }
 
 void ServerConfigForm::setValue(const QString &key, const QVariant &value)
 {
+    if (value == this->value(key))
+        return;
     if (key == "ClientPort"_L1)
         rows.ClientPort = value.toInt();
     else if (key == "UDPPort"_L1)
@@ -82,9 +94,13 @@ void ServerConfigForm::setValue(const QString &key, const QVariant &value)
 ServerConfigForm::Outcome ServerConfigForm::OKButton()
 {
     TraceLog(Form + u"OKButton"_s);
+    Frontend &frontend = m_ctx.frontend;
+    // The path stands in the record's text as typed; a pasted separator would cut it.
+    if (!OutgoingText::Admit(frontend, {&rows.ClientUpgradeLocation}))
+        return StayOpen;
     if (rows.ClientPort != m_stored.ClientPort) {
-        const int answer = m_ctx.frontend.MessageBoxShow(ResString(136) + u'\n' + ResString(134),
-                                                         ResString(135), IconExclamation, ButtonsYesNo);
+        const int answer = frontend.MessageBoxShow(ResString(136) + u'\n' + ResString(134), ResString(135),
+                                                   IconExclamation, ButtonsYesNo);
         if (answer != ResultYes) {
             rows.ClientPort = m_stored.ClientPort;
             return StayOpen;
@@ -95,12 +111,20 @@ ServerConfigForm::Outcome ServerConfigForm::OKButton()
                       rows.GenEnabled == m_stored.GenEnabled && rows.GenPort == m_stored.GenPort &&
                       rows.ClientPort == m_stored.ClientPort;
     if (same) {
-        m_ctx.frontend.MessageBoxShow(ResString(139), ResString(135), IconInformation, ButtonsOk);
+        frontend.MessageBoxShow(ResString(139), ResString(135), IconInformation, ButtonsOk);
         return Close;
     }
+    if (const qsizetype excess = OutgoingText::Excess(Commands::SCU(rows), gUserInfos().UserID())) {
+        OutgoingText::TellTooLong(frontend, excess);
+        return StayOpen;
+    }
+    // Unsent, the rows stay as they are for another OK once the link is back.
+    if (!m_ctx.updateServerConfiguration || !m_ctx.updateServerConfiguration(rows)) {
+        WriteLog(Form + u"OKButton - the configuration could not be sent to the server"_s);
+        OutgoingText::TellNotSent(frontend);
+        return StayOpen;
+    }
     m_stored = rows;
-    if (m_ctx.updateServerConfiguration)
-        m_ctx.updateServerConfiguration(m_stored);
     return Close;
 }
 

@@ -21,8 +21,8 @@ public:
     {
         // Asks the port question and tells that nothing changed.
         Frontend &frontend;
-        // The engine's UpdateServerConfiguration, which sends SCU.
-        std::function<void(const ServerConfig &)> updateServerConfiguration;
+        // The engine's UpdateServerConfiguration, which sends SCU; false when it did not leave.
+        std::function<bool(const ServerConfig &)> updateServerConfiguration;
     };
 
     explicit ServerConfigForm(Context context) : m_ctx(std::move(context)) {}
@@ -36,7 +36,8 @@ public:
     // The record as the server has it.
     const ServerConfig &stored() const { return m_stored; }
 
-    // A row's value as the inspector shows it, and back from it.
+    // A row's value as the inspector shows it, and back from it. A row read back
+    // as it was shown was left alone, and keeps the value the server sent.
     QVariant value(const QString &key) const;
     void setValue(const QString &key, const QVariant &value);
 

@@ -16,6 +16,8 @@ frmConfigServer::frmConfigServer(ServerConfigForm::Context context, QWidget *par
     ui.propConfig->addRows(ServerConfigForm::Rows());
     connect(ui.propConfig, &PropertyInspector::editing, this, &frmConfigServer::OnEditing);
     connect(ui.OKButton, &QPushButton::clicked, this, [this] {
+        // OK pressed by its letter leaves the focus in a row that may still hold typed digits.
+        ui.propConfig->commit();
         readRows();
         const ServerConfigForm::Outcome outcome = m_logic.OKButton();
         // On No to the port question the old port is back in its row.

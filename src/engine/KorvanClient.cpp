@@ -179,17 +179,17 @@ bool KorvanClient::SendData(const QString &data, bool monitor)
     return m_connection && m_connection->SendData(data, monitor);
 }
 
-void KorvanClient::NewPoliciesToSend(const QString &reference, const QString &codes)
+bool KorvanClient::NewPoliciesToSend(const QString &reference, const QString &codes)
 {
     TraceLog(Form + QStringLiteral("NewPoliciesToSend - RefID: ") + reference + QStringLiteral(", Codes: ") +
              codes);
-    SendData(reference.isEmpty() ? Commands::GPU(codes) : Commands::UPU(reference, codes));
+    return SendData(reference.isEmpty() ? Commands::GPU(codes) : Commands::UPU(reference, codes));
 }
 
-void KorvanClient::UpdateServerConfiguration(const ServerConfig &config)
+bool KorvanClient::UpdateServerConfiguration(const ServerConfig &config)
 {
     TraceLog(Form + QStringLiteral("UpdateServerConfiguration"));
-    SendData(Commands::SCU(config));
+    return SendData(Commands::SCU(config));
 }
 
 void KorvanClient::ComputeNextRunDate(DVMessage &msg)

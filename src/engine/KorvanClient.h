@@ -60,9 +60,10 @@ public:
 
     bool SendData(const QString &data, bool monitor = false);
     // The policy form's OK: the policies of all (empty reference) or of one user.
-    void NewPoliciesToSend(const QString &reference, const QString &codes);
-    // The server configuration form's OK.
-    void UpdateServerConfiguration(const ServerConfig &config);
+    // False when the command did not leave, for want of a link.
+    bool NewPoliciesToSend(const QString &reference, const QString &codes);
+    // The server configuration form's OK; false as above.
+    bool UpdateServerConfiguration(const ServerConfig &config);
     bool ConnectedToServer() const;
 
     const ClientMenu &menu() const { return m_menu; }

@@ -303,6 +303,20 @@ QWidget *PropertyInspector::editor(const QString &key) const
     return row->combo;
 }
 
+void PropertyInspector::commit()
+{
+    for (const QString &key : std::as_const(m_order)) {
+        Row &row = m_rows[key];
+        if (row.spin) {
+            // Out of range or half typed, the spin falls back to its last value as on leaving it.
+            row.spin->interpretText();
+        } else if (row.line && !row.line->isReadOnly() && row.line->text() != row.committed) {
+            row.committed = row.line->text();
+            Q_EMIT edited(key);
+        }
+    }
+}
+
 QString PropertyInspector::currentKey() const
 {
     return keyOf(currentItem());

@@ -44,6 +44,10 @@ public:
     QWidget *editor(const QString &key) const;
     QString currentKey() const;
     void setCurrentKey(const QString &key);
+    // Takes in what an editor still holds uncommitted (digits typed in a spin, a
+    // text not yet left), emitting edited for each, so that a button pressed by
+    // its shortcut without moving the focus reads what the person sees.
+    void commit();
 
 Q_SIGNALS:
     // The row became the current one.
