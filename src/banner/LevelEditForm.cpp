@@ -266,18 +266,13 @@ LevelEditForm::Outcome LevelEditForm::OKButton()
     if (payload.isEmpty())
         return Close;
     // Unsent, the changes stay in the buffer for another try.
-    Frontend *frontend = Frontend::current();
-    const QString command = Commands::LVL(payload);
-    if (const qsizetype excess = OutgoingText::Excess(command, gUserInfos().UserID())) {
-        fail(QStringLiteral("OKButton"), QStringLiteral("The levels are too long for one frame"));
-        if (frontend)
-            OutgoingText::TellTooLong(*frontend, excess);
-        return StayOpen;
-    }
-    if (!m_ctx.sendData || !m_ctx.sendData(command)) {
+    const auto send = [this](const QString &command) { return m_ctx.sendData && m_ctx.sendData(command); };
+    const OutgoingText::Sending sending =
+        OutgoingText::Send(Commands::LVL(payload), gUserInfos().UserID(), send);
+    if (Frontend *frontend = Frontend::current())
+        OutgoingText::Told(*frontend, sending);
+    if (sending.result != OutgoingText::Sending::Sent) {
         fail(QStringLiteral("OKButton"), QStringLiteral("The levels could not be sent to the server"));
-        if (frontend)
-            OutgoingText::TellNotSent(*frontend);
         return StayOpen;
     }
     return Close;

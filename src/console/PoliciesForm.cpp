@@ -227,15 +227,12 @@ bool PoliciesForm::OKButton()
     }
     const QString codes = m_record.ToString();
     const QString command = m_target.isEmpty() ? Commands::GPU(codes) : Commands::UPU(m_target, codes);
-    if (const qsizetype excess = OutgoingText::Excess(command, gUserInfos().UserID())) {
-        if (frontend)
-            OutgoingText::TellTooLong(*frontend, excess);
-        return false;
-    }
-    if (!m_ctx.newPoliciesToSend(m_target, codes)) {
+    const auto send = [this, &codes](const QString &) { return m_ctx.newPoliciesToSend(m_target, codes); };
+    const OutgoingText::Sending sending = OutgoingText::Send(command, gUserInfos().UserID(), send);
+    if (frontend)
+        OutgoingText::Told(*frontend, sending);
+    if (sending.result != OutgoingText::Sending::Sent) {
         WriteLog(Form + QStringLiteral("OKButton_Click - the policies could not be sent to the server"));
-        if (frontend)
-            OutgoingText::TellNotSent(*frontend);
         return false;
     }
     OKEnabled = false;

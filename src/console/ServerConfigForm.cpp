@@ -114,14 +114,12 @@ ServerConfigForm::Outcome ServerConfigForm::OKButton()
         frontend.MessageBoxShow(ResString(139), ResString(135), IconInformation, ButtonsOk);
         return Close;
     }
-    if (const qsizetype excess = OutgoingText::Excess(Commands::SCU(rows), gUserInfos().UserID())) {
-        OutgoingText::TellTooLong(frontend, excess);
-        return StayOpen;
-    }
     // Unsent, the rows stay as they are for another OK once the link is back.
-    if (!m_ctx.updateServerConfiguration || !m_ctx.updateServerConfiguration(rows)) {
+    const auto send = [this](const QString &) {
+        return m_ctx.updateServerConfiguration && m_ctx.updateServerConfiguration(rows);
+    };
+    if (!OutgoingText::Told(frontend, OutgoingText::Send(Commands::SCU(rows), gUserInfos().UserID(), send))) {
         WriteLog(Form + u"OKButton - the configuration could not be sent to the server"_s);
-        OutgoingText::TellNotSent(frontend);
         return StayOpen;
     }
     m_stored = rows;
