@@ -13,6 +13,7 @@
 #include "netsvc/NetworkPaths.h"
 #include "store/LevelCollection.h"
 #include "store/MessageCodes.h"
+#include "support/AuthoringFixture.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
 #include "support/StoreFixture.h"
@@ -24,27 +25,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What the forms see: a store on real files, a clock that stands still, a user
-// with an agent, and every frame they send kept.
-struct Fixture : StoreFixture
+// The composer over a user with an agent and two levels.
+struct Fixture : AuthoringFixture
 {
-    RecordingFrontend frontend;
-    UserInfos user{u"jdoe"_s};
-    Policies policies;
-    LevelCollection levels;
-    Session session;
-    ProcessState process;
-    QStringList sent;
-    // Down, the link takes nothing.
-    bool linkUp = true;
-    std::function<bool(const QString &)> send = [this](const QString &p) {
-        if (linkUp)
-            sent << p;
-        return linkUp;
-    };
-    Receipts senders{send};
-    AuthoringContext context{clock,   ClientDB(), TempDB(), user,     policies, levels,
-                             session, process,    senders,  frontend, send};
     MessageForm form{context};
 
     Fixture()

@@ -1,13 +1,7 @@
 // The composer as a person meets it: its widgets offscreen, the answers that
 // open it through the desktop's frontend, and what reaches the link.
 #include "authoring/frmMessage.h"
-#include "core/Options.h"
-#include "core/UserInfos.h"
-#include "delivery/Receipts.h"
-#include "link/Policies.h"
-#include "store/LevelCollection.h"
-#include "support/RecordingFrontend.h"
-#include "support/StoreFixture.h"
+#include "support/AuthoringFixture.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/frmDialog.h"
 
@@ -20,23 +14,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Fixture : StoreFixture
+struct Fixture : AuthoringFixture
 {
-    RecordingFrontend frontend;
-    UserInfos user{u"jdoe"_s};
-    Policies policies;
-    LevelCollection levels;
-    Session session;
-    ProcessState process;
-    QStringList sent;
-    std::function<bool(const QString &)> send = [this](const QString &p) {
-        sent << p;
-        return true;
-    };
-    Receipts senders{send};
-    AuthoringContext context{clock,   ClientDB(), TempDB(), user,     policies, levels,
-                             session, process,    senders,  frontend, send};
-
     Fixture()
     {
         level row;

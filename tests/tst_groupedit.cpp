@@ -1,12 +1,7 @@
 // The group editor on screen: what Edit shows, and what OK sends and keeps.
 #include "authoring/frmGroupEdit.h"
-#include "core/Globals.h"
-#include "core/Session.h"
-#include "core/UserInfos.h"
-#include "link/Policies.h"
 #include "store/DateText.h"
-#include "support/RecordingFrontend.h"
-#include "support/StoreFixture.h"
+#include "support/AuthoringFixture.h"
 
 #include <QTest>
 
@@ -19,24 +14,10 @@ namespace {
 
 // A personal group in the client store and a shared one in the temporary
 // store, as the console lists them; every KVG that leaves is kept.
-struct Fixture : StoreFixture
+struct Fixture : AuthoringFixture
 {
-    RecordingFrontend frontend;
-    UserInfos user{u"jdoe"_s};
-    Policies policies;
-    Session session;
-    ProcessState process;
-    QStringList sent;
-    bool linkUp = true;
-    bool send(const QString &payload)
-    {
-        if (linkUp)
-            sent << payload;
-        return linkUp;
-    }
-    GroupEditForm::Context context{ClientDB(), TempDB(), clock,
-                                   user,       policies, session,
-                                   process,    frontend, std::bind_front(&Fixture::send, this)};
+    GroupEditForm::Context groupContext{ClientDB(), TempDB(), clock,    user, policies,
+                                        session,    process,  frontend, send};
 
     Fixture()
     {
@@ -54,7 +35,7 @@ struct Fixture : StoreFixture
     std::unique_ptr<frmGroupEdit> open(GroupEditForm::Action action, const QString &name,
                                        const QString &description, const QString &members)
     {
-        auto editor = std::make_unique<frmGroupEdit>(context, action);
+        auto editor = std::make_unique<frmGroupEdit>(groupContext, action);
         if (action == GroupEditForm::EditPersonal || action == GroupEditForm::EditShared)
             editor->logic().EditGroup(name, description, members);
         editor->showFields();

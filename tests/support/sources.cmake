@@ -1,6 +1,6 @@
 list(APPEND SUPPORT_SOURCES
     support/ClientProcess.cpp support/ClientProcess.h
-    support/FakeClock.h support/LogText.h support/StoreFixture.h
+    support/AuthoringFixture.h support/FakeClock.h support/LogText.h support/StoreFixture.h
     support/FakeServer.cpp support/FakeServer.h
     support/RecordingFrontend.cpp support/RecordingFrontend.h
     support/TempProfile.cpp support/TempProfile.h
