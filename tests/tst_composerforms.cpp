@@ -1,6 +1,9 @@
 // The composer as a person meets it: its widgets offscreen, the answers that
 // open it through the desktop's frontend, and what reaches the link.
 #include "authoring/frmMessage.h"
+#include "authoring/frmReply.h"
+#include "core/Options.h"
+#include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/frmDialog.h"
@@ -10,19 +13,53 @@
 #include <QTest>
 #include <QTimer>
 
+#include <tuple>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
+// Two levels a user may choose, green and red, and one above him.
 struct Fixture : AuthoringFixture
 {
     Fixture()
     {
-        level row;
-        row.LevelName = u"Message"_s;
-        levels.add(row);
+        for (const auto &[name, back, authority] : {std::tuple{u"Message"_s, 0x00FF00u, 0},
+                                                    {u"Alert"_s, 0x0000FFu, 0},
+                                                    {u"Alarm"_s, 0xFF0000u, 3}}) {
+            level row;
+            row.LevelName = name;
+            row.BackColor = back;
+            row.ForeColor = 0xFFFFFF;
+            row.Authority = qint16(authority);
+            levels.add(row);
+        }
+        user.Agent = u"agent-1"_s;
     }
+    ~Fixture() { gOptions().Language = 0; }
 };
+
+void switchLanguage(QWidget *window, int language)
+{
+    gOptions().Language = language;
+    QEvent change(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(window, &change);
+}
+
+// What the hint pane says, as read.
+QString hint(const QTextBrowser *pane)
+{
+    return pane->toPlainText();
+}
+
+// Chooses an item of a combo by the keyboard, as a person would.
+void choose(QComboBox *combo, int index)
+{
+    combo->setFocus();
+    QTest::keyClick(combo, Qt::Key_Home);
+    for (int i = 0; i < index; ++i)
+        QTest::keyClick(combo, Qt::Key_Down);
+}
 
 QString names(int count)
 {
@@ -85,6 +122,159 @@ private Q_SLOTS:
         QCOMPARE(f.sent.size(), 2);
         QVERIFY(f.sent[1].contains(u"\x04TGT\x03"_s + whole + u"\x04"_s));
         QVERIFY(f.sent[1].contains(QString(3000, u'a') + u'b'));
+    }
+
+    // Each control of the composer does what a person expects of it, and the
+    // record that leaves holds what the controls showed.
+    void composerControlsReachTheRecord()
+    {
+        Fixture f;
+        f.policies.UseDomainGroups = true;
+        f.policies.UseKorvanGroups = false;
+        f.policies.CanLinkDocument = false;
+        f.session.UsersLoaded = true;
+        frmMessage form(f.context);
+        form.OpenNew(NewMessage, u"ID1"_s, QString());
+        form.show();
+        // The lists as a person reads them, and the levels above the user left out.
+        QCOMPARE(
+            (QList<int>{form.ui.cboDelivery->count(), form.ui.cboRepeat->count(), form.ui.cboLevel->count()}),
+            (QList<int>{4, 7, 2}));
+        QCOMPARE(form.ui.cboRepeat->currentText(), u"Days"_s);
+        QCOMPARE(form.ui.cboDelivery->itemText(3), u"Scheduled"_s);
+        // No link without the right; the domain groups' button where the shared ones' would be.
+        QVERIFY(!form.ui.txtLink->isVisibleTo(&form));
+        QVERIFY(!form.ui.cmdKorvan->isVisibleTo(&form));
+        QVERIFY(form.ui.cmdDomain->isVisibleTo(&form));
+        QVERIFY(form.ui.cmdDomain->x() < form.ui.cmdUsers->x());
+        QVERIFY(form.ui.chkBroadcast->isVisibleTo(&form));
+        QVERIFY(!form.ui.OKButton->isEnabled());
+
+        // A green level shows in the sample; the red one chosen turns it red.
+        const auto samplePixel = [&form] { return form.ui.lblSample->pixmap().toImage().pixelColor(2, 2); };
+        QCOMPARE(samplePixel(), QColor(0, 255, 0));
+        choose(form.ui.cboLevel, 1);
+        QCOMPARE(samplePixel(), QColor(255, 0, 0));
+
+        QTest::keyClicks(form.ui.txtText, u"Drill"_s);
+        QVERIFY(form.ui.OKButton->isEnabled() == f.policies.CanSendToAll);
+        QTest::keyClicks(form.ui.txtTarget, u"ann"_s);
+        QVERIFY(form.ui.OKButton->isEnabled());
+        f.frontend.answerText(u"%USERID%"_s);
+        QTest::mouseClick(form.ui.cmdVariable, Qt::LeftButton);
+        QCOMPARE(form.ui.txtText->toPlainText(), u"Drill%USERID%"_s);
+
+        // Scheduled opens the start; a repeat opens its unit; the receipt opens the notice.
+        QVERIFY(!form.ui.dateNextRun->isEnabled() && !form.ui.chkExactTime->isEnabled());
+        choose(form.ui.cboDelivery, DeliveryScheduled);
+        QVERIFY(form.ui.dateNextRun->isEnabled() && form.ui.timeNextRun->isEnabled() &&
+                form.ui.chkExactTime->isEnabled() && form.ui.dateExpiration->isEnabled());
+        QVERIFY(!form.ui.cboRepeat->isEnabled());
+        form.ui.numRepeat->setFocus();
+        QTest::keyClick(form.ui.numRepeat, Qt::Key_Up);
+        QTest::keyClick(form.ui.numRepeat, Qt::Key_Up);
+        QVERIFY(form.ui.cboRepeat->isEnabled());
+        choose(form.ui.cboRepeat, RepeatWeeks);
+        f.policies.CanRequestNotification = true;
+        QTest::mouseClick(form.ui.chkReceipt, Qt::LeftButton, {},
+                          QPoint(4, form.ui.chkReceipt->height() / 2));
+        QVERIFY(form.ui.chkNotify->isEnabled());
+        QTest::mouseClick(form.ui.chkNotify, Qt::LeftButton, {}, QPoint(4, form.ui.chkNotify->height() / 2));
+        form.ui.dateNextRun->setDate(QDate(2026, 12, 1));
+        form.ui.timeNextRun->setTime(QTime(9, 30));
+        form.ui.dateExpiration->setDate(QDate(2026, 12, 31));
+        form.ui.timeExpiration->setTime(QTime(18, 0));
+        QTest::mouseClick(form.ui.chkBroadcast, Qt::LeftButton, {},
+                          QPoint(4, form.ui.chkBroadcast->height() / 2));
+        QTest::keyClicks(form.ui.txtSubject, u"Subject"_s);
+
+        // A directory here opens the selection at once; one not here is asked of the server.
+        form.logic().getSelection = [](int kind, const QString &target) -> QString {
+            return target + u",kind"_s + QString::number(kind);
+        };
+        QTest::mouseClick(form.ui.cmdUsers, Qt::LeftButton);
+        QTest::mouseClick(form.ui.cmdMyGroups, Qt::LeftButton);
+        QTest::mouseClick(form.ui.cmdDomain, Qt::LeftButton);
+        QCOMPARE(form.ui.txtTarget->text(), u"ann,kind3,kind0,kind1"_s);
+        QTest::mouseClick(form.ui.cmdMachines, Qt::LeftButton);
+        QCOMPARE(f.sent, QStringList{u"RMA\x01M"_s});
+        form.DisplayList(SelectMachines);
+        QCOMPARE(form.ui.txtTarget->text(), u"ann,kind3,kind0,kind1,kind4"_s);
+
+        f.sent.clear();
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(f.sent.size(), 1);
+        DVMessage sent;
+        sent.ToObject(f.sent[0].section(QChar(2), 2, 2));
+        QCOMPARE((QVariantList{sent.Subject, sent.Message, sent.Target, sent.MsgLevel, sent.MsgDelivery,
+                               sent.RepeatValue, sent.RepeatStep, sent.ReceiptRequired, sent.Notify,
+                               sent.Agent, sent.StartDate, sent.ExpirationDate}),
+                 (QVariantList{u"Subject"_s, u"Drill%USERID%"_s, u"ann,kind3,kind0,kind1,kind4"_s, u"Alert"_s,
+                               qint16(DeliveryScheduled), qint16(2), qint16(RepeatWeeks), true, true,
+                               QString(), QDateTime(QDate(2026, 12, 1), QTime(9, 30), Qt::UTC),
+                               QDateTime(QDate(2026, 12, 31), QTime(18, 0), Qt::UTC)}));
+        QVERIFY(!form.isVisible());
+
+        // Certified takes the repeat away; Next logon repeats at each logon.
+        frmMessage other(f.context);
+        other.OpenNew(NewMessage, u"ID2"_s, QString());
+        other.show();
+        other.ui.numRepeat->setValue(3);
+        choose(other.ui.cboDelivery, DeliveryCertified);
+        QCOMPARE(other.ui.numRepeat->value(), 0);
+        QVERIFY(!other.ui.cboRepeat->isEnabled() && !other.ui.dateNextRun->isEnabled());
+        choose(other.ui.cboDelivery, DeliveryLogon);
+        QCOMPARE(other.ui.cboRepeat->currentText(), u"Logon"_s);
+        // View: nothing to press but Cancel, which closes.
+        other.ViewMessage(sent);
+        QVERIFY(!other.ui.cmdDomain->isVisibleTo(&other) && !other.ui.OKButton->isVisibleTo(&other));
+        QCOMPARE(other.ui.txtSubject->text(), u"Subject"_s);
+        QTest::mouseClick(other.ui.CancelButton, Qt::LeftButton);
+        QVERIFY(!other.isVisible());
+    }
+
+    // The hint pane follows the focus and the pointer, and every word follows a
+    // language switch, in the composer and in the reply.
+    void hintsAndLanguage()
+    {
+        Fixture f;
+        frmMessage form(f.context);
+        form.OpenNew(NewMessage, u"ID1"_s, QString());
+        form.show();
+        form.ui.txtSubject->setFocus();
+        QTRY_VERIFY(hint(form.ui.lblHint).startsWith(u"Subject\nEnter the subjet"_s));
+        QEvent enter(QEvent::Enter), leave(QEvent::Leave);
+        QCoreApplication::sendEvent(form.ui.txtTarget, &enter);
+        QVERIFY(hint(form.ui.lblHint).startsWith(u"Recipients\nEnter the recipients"_s));
+        QCoreApplication::sendEvent(form.ui.txtTarget, &leave);
+        QVERIFY(hint(form.ui.lblHint).startsWith(u"Subject\n"_s));
+        QCoreApplication::sendEvent(form.ui.timeNextRun, &enter);
+        QVERIFY(hint(form.ui.lblHint).startsWith(u"Next run\n"_s));
+        QCoreApplication::sendEvent(&form, &enter);
+        QVERIFY(hint(form.ui.lblHint).startsWith(u"Subject\n"_s));
+        QCoreApplication::sendEvent(form.ui.cmdUsers, &enter);
+        QPaintEvent paint(QRect(0, 0, 1, 1));
+        QCoreApplication::sendEvent(&form, &paint);
+        QVERIFY(hint(form.ui.lblHint).startsWith(u"Users\n"_s));
+        QCOMPARE(form.ui.cmdUsers->text().remove(u'&'), u"Users"_s);
+
+        switchLanguage(&form, 1);
+        QCOMPARE((QStringList{form.ui.lblSubject->text().remove(u'&'), form.ui.cboDelivery->itemText(0),
+                              form.windowTitle(), hint(form.ui.lblHint).section(u'\n', 0, 0)}),
+                 (QStringList{u"Objet :"_s, u"Immédiate"_s, u"Nouveau message ID1"_s, u"Objet"_s}));
+
+        DVMessage msg;
+        msg.MsgID = msg.InitID = u"M1"_s;
+        msg.UserID = u"alice"_s;
+        msg.Message = u"Noon?"_s;
+        frmReply reply(f.context);
+        reply.Open(msg, u"R1"_s, false);
+        reply.show();
+        switchLanguage(&reply, 1);
+        QCOMPARE((QStringList{reply.ui.lblText->text().remove(u'&'), reply.windowTitle()}),
+                 (QStringList{u"Texte :"_s, u"Réponse à alice"_s}));
+        reply.ui.txtText->setFocus();
+        QTRY_VERIFY(hint(reply.ui.lblHint).startsWith(u"Texte\n"_s));
     }
 
     // A new ID for a composer on which the person is writing asks first; No

@@ -35,7 +35,8 @@ bool HintPane::eventFilter(QObject *watched, QEvent *event)
 {
     const QEvent::Type type = event->type();
     if (watched == m_form) {
-        if (type == QEvent::Enter || type == QEvent::MouseMove)
+        // The pointer onto the bare form brings back the hint of the focus (from a control, its Leave does).
+        if (type == QEvent::Enter)
             show(m_current);
     } else if (type == QEvent::FocusIn) {
         m_current = watched->objectName();

@@ -6,6 +6,7 @@
 #include "authoring/Selection.h"
 #include "core/StringTable.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QEvent>
 #include <QPointer>
@@ -22,6 +23,7 @@ frmGroupEdit::frmGroupEdit(GroupEditForm::Context context, GroupEditForm::Action
     : QDialog(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     gOpen = this;
     m_logic.getSelection = [](int kind, const QString &target) {
         return Selection::GetSelection(kind, target);

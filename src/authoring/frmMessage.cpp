@@ -14,6 +14,7 @@
 #include "store/MessageCodes.h"
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -43,6 +44,7 @@ frmMessage::frmMessage(AuthoringContext context, bool package, QWidget *parent)
     : QWidget(parent), m_logic(std::move(context), package)
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     if (package) {
         // A package has the reserved level and no reply; Mandatory takes Exact time's place.
         for (QWidget *absent : {static_cast<QWidget *>(ui.lblLevel), static_cast<QWidget *>(ui.cboLevel),
@@ -62,7 +64,6 @@ frmMessage::frmMessage(AuthoringContext context, bool package, QWidget *parent)
     // Nothing here is cut as it is typed: what cannot go in one frame is said at OK.
     for (QLineEdit *edit : {ui.txtSubject, ui.txtTarget, ui.txtLink})
         edit->setMaxLength(std::numeric_limits<int>::max());
-    ui.lblTextLimit->hide();
     m_logic.getSelection = [this](int kind, const QString &target) {
         return Selection::GetSelection(kind, target, this);
     };

@@ -8,12 +8,14 @@
 #include "core/StringTable.h"
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <limits>
 
 frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     setAttribute(Qt::WA_DeleteOnClose);
     // Nothing is cut as it is typed: what cannot go in one frame is said at OK.
     ui.txtLink->setMaxLength(std::numeric_limits<int>::max());

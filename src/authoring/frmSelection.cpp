@@ -8,6 +8,7 @@
 #include "core/StringTable.h"
 #include "ui/ContextMenuKey.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,6 +17,7 @@
 frmSelection::frmSelection(QWidget *parent) : QDialog(parent)
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     ui.OKButton->setText(ResString(9900));
     ui.CancelButton->setText(ResString(9901));
     Mnemonics::assign(this);

@@ -4,6 +4,7 @@
 #include "core/StringTable.h"
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QEvent>
 #include <QFontDialog>
@@ -14,6 +15,7 @@ frmClientConfig::frmClientConfig(ClientConfigForm::Context context, QWidget *par
     : QDialog(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     ui.propConfig->addRows(ClientConfigForm::Rows());
     connect(ui.propConfig, &PropertyInspector::editing, this, &frmClientConfig::OnEditing);
     connect(ui.propConfig, &PropertyInspector::edited, this, &frmClientConfig::OnEdited);

@@ -11,6 +11,7 @@
 #include "netsvc/NetworkPaths.h"
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QCloseEvent>
 #include <QColorDialog>
@@ -67,6 +68,7 @@ frmLevelEdit::frmLevelEdit(LevelEditForm::Context context, QWidget *parent)
     : QWidget(parent), m_logic(withColors(std::move(context)))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     setAttribute(Qt::WA_DeleteOnClose);
     m_player = new SoundPlayer(QStringLiteral("frmLevelEdit:PlayFile"), this);
     m_player->Initialise();

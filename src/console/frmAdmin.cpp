@@ -6,6 +6,7 @@
 #include "core/StringTable.h"
 #include "core/UserStore.h"
 #include "ui/AccessibleTexts.h"
+#include "ui/ScreenFit.h"
 
 #include <QCloseEvent>
 
@@ -33,6 +34,8 @@ frmAdmin::frmAdmin(ConsoleContext context, QWidget *parent)
     const QRect place = ConsoleFrame::ReadGeometry(UserStore(m_ctx.userStoreFile));
     resize(place.size());
     move(place.topLeft());
+    // Kept as saved, but a place from a larger screen is pulled inside this one when shown.
+    ScreenFit::keepOnScreen(this);
     ui.lblProgress->setText(ResString(1235));
     ui.lblProgress->hide();
     const QList<ConsoleFrame::Item> items = m_frame.Load();

@@ -5,6 +5,7 @@
 #include "authoring/Selection.h"
 #include "core/StringTable.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QEvent>
 #include <QPointer>
@@ -19,6 +20,7 @@ frmAdminsEdit::frmAdminsEdit(AdminsEditForm::Context context, QWidget *parent)
     : QDialog(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     gOpen = this;
     m_logic.getSelection = [](const QString &target) { return Selection::GetSelection(SelectUsers, target); };
     ui.cmdUsers->setText(QStringLiteral("..."));

@@ -4,6 +4,7 @@
 #include "core/StringTable.h"
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QEvent>
 
@@ -11,6 +12,7 @@ frmConfigServer::frmConfigServer(ServerConfigForm::Context context, QWidget *par
     : QDialog(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     setAttribute(Qt::WA_DeleteOnClose);
     setModal(false);
     ui.propConfig->addRows(ServerConfigForm::Rows());

@@ -4,6 +4,7 @@
 #include "core/StringTable.h"
 #include "ui/AccessibleTexts.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -28,6 +29,7 @@ frmPolicies::frmPolicies(PoliciesForm::Context context, QWidget *parent)
     : QDialog(parent), m_logic(std::move(context))
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     setAttribute(Qt::WA_DeleteOnClose);
     ui.numLifetime->setRange(PoliciesForm::LifetimeMin, PoliciesForm::LifetimeMax);
     ui.numReconnect->setRange(PoliciesForm::ReconnectMin, PoliciesForm::ReconnectMax);

@@ -2,12 +2,14 @@
 
 #include "core/StringTable.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QEvent>
 
 frmAbout::frmAbout(const Frontend::AboutFacts &facts, QWidget *parent) : QDialog(parent)
 {
     ui.setupUi(this);
+    ScreenFit::keepOnScreen(this);
     setAttribute(Qt::WA_DeleteOnClose);
     ui.lblVersion->setText(facts.version);
     ui.lblBuilt->setText(facts.buildDate);

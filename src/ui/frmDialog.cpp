@@ -4,6 +4,7 @@
 #include "core/StringTable.h"
 #include "ui/DialogButtonSet.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -15,6 +16,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScreen>
+#include <QScrollArea>
 #include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -80,6 +82,7 @@ frmDialog::frmDialog(QWidget *parent) : QDialog(parent)
     connect(cmdBrowse, &QToolButton::clicked, this, &frmDialog::browse);
     AssignLabels();
     setInput(NoInput, QString());
+    ScreenFit::keepOnScreen(this);
 }
 
 void frmDialog::AssignLabels()
@@ -162,8 +165,42 @@ void frmDialog::fitWidth()
     const int titleWidth = titleMetrics.horizontalAdvance(windowTitle()) + 5 * titleMetrics.height();
 
     layout()->activate();
-    const int width = qMax(minimumSizeHint().width(), qMin(qMax(sizeHint().width(), titleWidth), cap));
-    resize(width, layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width) : sizeHint().height());
+    int width = qMax(minimumSizeHint().width(), qMin(qMax(sizeHint().width(), titleWidth), cap));
+    const auto heightFor = [this](int w) {
+        return layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(w) : sizeHint().height();
+    };
+    int height = heightFor(width);
+    // A text taller than the screen first widens to its own longest line, up to the cap, then
+    // scrolls in its place, so that the buttons stay in sight.
+    const QMargins frame = ScreenFit::frameOf(this);
+    const int room = screen ? screen->availableGeometry().height() - frame.top() - frame.bottom() : height;
+    const int scrollBar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+    if (height > room) {
+        int longestLine = 0;
+        for (const QString &line : Label1->text().split(QLatin1Char('\n')))
+            longestLine = qMax(longestLine, textMetrics.horizontalAdvance(line) + 1);
+        width = qMax(width, qMin(cap, longestLine + beside + scrollBar));
+        height = heightFor(width);
+    }
+    if (height <= room) {
+        resize(width, height);
+        return;
+    }
+    // All but the text keeps its height; the text has what is left.
+    const int rest = height - (m_scroll ? m_scroll->maximumHeight() : Label1->heightForWidth(width - beside));
+    if (!m_scroll) {
+        m_scroll = new QScrollArea(this);
+        m_scroll->setFrameShape(QFrame::NoFrame);
+        m_scroll->setWidgetResizable(true);
+        m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        delete qobject_cast<QHBoxLayout *>(layout()->itemAt(0)->layout())->replaceWidget(Label1, m_scroll);
+        m_scroll->setWidget(Label1);
+    }
+    m_scroll->setMinimumWidth(Label1->minimumWidth() + scrollBar);
+    m_scroll->setFixedHeight(qMax(textMetrics.height(), room - rest));
+    layout()->activate();
+    width = qMax(width, minimumSizeHint().width());
+    resize(width, qMax(minimumSizeHint().height(), qMin(room, sizeHint().height())));
 }
 
 QString frmDialog::inputText() const

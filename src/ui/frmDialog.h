@@ -6,6 +6,7 @@ class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class QScrollArea;
 class QToolButton;
 
 // The system's one dialog: a text, an icon, up to four buttons, and either a
@@ -42,4 +43,6 @@ private:
     InputKind m_kind = NoInput;
     int m_buttonSet = 1;
     int m_result = 0;
+    // Made only for a text taller than the screen.
+    QScrollArea *m_scroll = nullptr;
 };

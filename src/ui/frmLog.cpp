@@ -4,6 +4,7 @@
 #include "core/Log.h"
 #include "core/StringTable.h"
 #include "ui/Mnemonics.h"
+#include "ui/ScreenFit.h"
 
 #include <QClipboard>
 #include <QFile>
@@ -32,6 +33,7 @@ frmLog::frmLog(const QString &logFileName, QWidget *parent) : QDialog(parent)
     layout->addWidget(rtfLog, 1);
     layout->addLayout(buttons);
     resize(720, 420);
+    ScreenFit::keepOnScreen(this);
 
     AssignLabels();
     connect(btnCopy, &QPushButton::clicked, this, &frmLog::btnCopy_Click);

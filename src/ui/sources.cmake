@@ -8,6 +8,7 @@ list(APPEND UI_SOURCES
     ui/MessageBox.cpp ui/MessageBox.h
     ui/Mnemonics.cpp ui/Mnemonics.h
     ui/PropertyInspector.cpp ui/PropertyInspector.h
+    ui/ScreenFit.cpp ui/ScreenFit.h
     ui/TrayIcon.cpp ui/TrayIcon.h
     ui/frmAbout.cpp ui/frmAbout.h ui/frmAbout.ui
     ui/frmDialog.cpp ui/frmDialog.h
