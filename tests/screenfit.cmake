@@ -1,6 +1,6 @@
 # Every window on a screen of 1024 by 600: offscreen, the test makes that screen itself;
 # on a real X server with a window manager, the frames are the desktop's own.
 korvane_add_test(tst_screenfit SOURCES tst_screenfit.cpp LIBS ui)
-add_test(NAME tst_screenfit_desktop COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/small_screen.sh $<TARGET_FILE:tst_screenfit>)
+add_test(NAME tst_screenfit_desktop COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/desktop_session.sh $<TARGET_FILE:tst_screenfit>)
 set_tests_properties(tst_screenfit_desktop PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 120
-                     ENVIRONMENT "KORVANE_TEST_DATA=${CMAKE_CURRENT_SOURCE_DIR}/data")
+                     ENVIRONMENT "KORVANE_SCREEN=1024x600;QT_QPA_PLATFORM=xcb;KORVANE_TEST_DATA=${CMAKE_CURRENT_SOURCE_DIR}/data")

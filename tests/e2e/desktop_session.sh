@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs a command inside a throwaway desktop: an X server with a window manager
 # and a tray host, a PulseAudio null sink, and a private session bus. Exits 77
-# (skipped) when the machine lacks the pieces.
+# (skipped) when the machine lacks the pieces. KORVANE_SCREEN sets the screen's size.
 set -u
 for tool in Xvfb openbox trayer pulseaudio dbus-run-session xdotool xrandr import pactl; do
     command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
@@ -19,7 +19,7 @@ trap cleanup EXIT
 display=90
 while [ -e "/tmp/.X11-unix/X$display" ] || [ -e "/tmp/.X$display-lock" ]; do display=$((display + 1)); done
 export DISPLAY=":$display"
-Xvfb "$DISPLAY" -screen 0 1280x800x24 -nolisten tcp -ac >"$work/xvfb.log" 2>&1 &
+Xvfb "$DISPLAY" -screen 0 "${KORVANE_SCREEN:-1280x800}x24" -nolisten tcp -ac >"$work/xvfb.log" 2>&1 &
 pids="$!"
 for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
 
