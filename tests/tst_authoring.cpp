@@ -1,4 +1,4 @@
-// The composer, the reply form and the selection, driven without a screen, and
+// The composer, the reply form and the group editor, driven without a screen, and
 // the engine's answers that open them.
 #include "authoring/GroupEditForm.h"
 #include "authoring/MessageForm.h"
@@ -529,9 +529,9 @@ private Q_SLOTS:
         QVERIFY(f.sent.last().startsWith(u"RPA\x01R2\x02"_s));
         const DVMessage sent = f.lastRecord();
         QCOMPARE((QVariantList{sent.Message, sent.Subject, sent.StartDate, sent.MsgDelivery, sent.MsgLevel,
-                               sent.RefID, sent.InitID}),
+                               sent.RefID, sent.InitID, sent.ModificationDate, sent.ExpirationDate}),
                  (QVariantList{u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s,
-                               u"R1"_s, u"M0"_s}));
+                               u"R1"_s, u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate}));
         QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
 
         // A reply to that reply keeps the history and names the reply answered.
@@ -541,24 +541,6 @@ private Q_SLOTS:
         reply.Fields.txtText = u"ok"_s;
         reply.OKButton();
         QVERIFY(f.sent.last().startsWith(u"RPL\x01R3\x02"_s));
-
-        // The selection keeps the names it does not know, after the ones it shows.
-        QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID, UserName) VALUES ('alice', 'Alice A'), "
-                              "('bob', 'Bob B'), ('carol', 'Carol C')"_s));
-        SelectionList list;
-        const QList<SelectionList::Row> rows = SelectionList::LoadRows(SelectUsers, ClientDB(), TempDB());
-        QCOMPARE(rows.size(), 3);
-        QCOMPARE(rows[1].Description, u"Bob B"_s);
-        list.Initialize(rows, u"bob,PC7"_s);
-        QVERIFY(list.isSelected(1) && !list.isSelected(0));
-        QCOMPARE(list.Unknown(), QStringList{u"PC7"_s});
-        list.setSelected(0, true);
-        QCOMPARE(list.SaveSelection(), u"alice,bob,PC7"_s);
-        list.Initialize(rows, u"Bob"_s);
-        QVERIFY(!list.CanUnselectAll());
-        QCOMPARE(list.SaveSelection(), u"Bob"_s);
-        list.SelectAll();
-        QCOMPARE(list.SaveSelection(), u"alice,bob,carol,Bob"_s);
     }
 
     void answersOpenTheForms_data()

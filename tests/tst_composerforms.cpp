@@ -9,7 +9,10 @@
 #include "ui/frmDialog.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QFileDialog>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -214,6 +217,24 @@ private Q_SLOTS:
                                QString(), QDateTime(QDate(2026, 12, 1), QTime(9, 30), Qt::UTC),
                                QDateTime(QDate(2026, 12, 31), QTime(18, 0), Qt::UTC)}));
         QVERIFY(!form.isVisible());
+
+        // The document is browsed for; a dialog cancelled leaves the path as it was.
+        frmMessage package(f.context, true);
+        package.OpenNew(NewMessage, u"P1"_s, QString());
+        package.show();
+        QTemporaryDir folder;
+        const QString document = folder.filePath(u"setup.msi"_s);
+        QVERIFY(QFile(document).open(QIODevice::WriteOnly));
+        for (const bool accept : {true, false}) {
+            QTimer::singleShot(0, qApp, [accept, &document] {
+                auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+                QVERIFY(dialog);
+                dialog->selectFile(document);
+                QMetaObject::invokeMethod(dialog, accept ? "accept" : "reject");
+            });
+            QTest::mouseClick(package.ui.cmdLink, Qt::LeftButton);
+            QCOMPARE(package.ui.txtLink->text(), document);
+        }
 
         // Certified takes the repeat away; Next logon repeats at each logon.
         frmMessage other(f.context);
