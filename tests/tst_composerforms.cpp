@@ -1,5 +1,6 @@
 // The composer as a person meets it: its widgets offscreen, the answers that
 // open it through the desktop's frontend, and what reaches the link.
+#include "authoring/LevelDelegate.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "core/Options.h"
@@ -11,7 +12,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileDialog>
+#include <QPainter>
 #include <QPushButton>
+#include <QStandardItemModel>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -296,6 +299,76 @@ private Q_SLOTS:
                  (QStringList{u"Texte :"_s, u"Réponse à alice"_s}));
         reply.ui.txtText->setFocus();
         QTRY_VERIFY(hint(reply.ui.lblHint).startsWith(u"Texte\n"_s));
+    }
+
+    // A level's row paints its name in its colours, framed when chosen; its
+    // description and a row without colours are drawn plainly.
+    void levelRowsPaintTheirLook()
+    {
+        QStandardItemModel model(0, 2);
+        auto *name = new QStandardItem(u"Alert"_s);
+        name->setData(QVariantList{0x0000FFu, 0xFFFFFFu, 0u, false}, LevelDelegate::ColorRole);
+        model.appendRow({name, new QStandardItem(u"Red"_s)});
+        model.appendRow({new QStandardItem(u"Plain"_s), new QStandardItem()});
+        LevelDelegate delegate;
+        const auto painted = [&](int row, int column, bool selected) {
+            QImage image(60, 20, QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QStyleOptionViewItem option;
+            option.rect = image.rect();
+            option.state = selected ? QStyle::State_Selected : QStyle::State_None;
+            option.palette.setColor(QPalette::Highlight, Qt::blue);
+            QPainter painter(&image);
+            delegate.paint(&painter, option, model.index(row, column));
+            return QList<QColor>{image.pixelColor(3, 3), image.pixelColor(0, 0)};
+        };
+        QCOMPARE(painted(0, 0, false).value(0), QColor(Qt::red));
+        QCOMPARE(painted(0, 0, true), (QList<QColor>{Qt::red, Qt::blue}));
+        QVERIFY(painted(0, 1, false).value(0) != QColor(Qt::red));
+        QVERIFY(painted(1, 0, false).value(0) != QColor(Qt::red));
+    }
+
+    // The little things a form carries: the sample follows its width, a relabelled
+    // list keeps its choice, the Mandatory box has its hint, a reply without the
+    // right to link hides the link's label, and only a reply on show with words
+    // written is being written.
+    void formDetails()
+    {
+        Fixture f;
+        frmMessage form(f.context);
+        form.OpenNew(NewMessage, u"ID1"_s, QString());
+        form.show();
+        const int width = form.ui.lblSample->width();
+        form.ui.lblSample->resize(width + 40, form.ui.lblSample->height());
+        QCOMPARE(form.ui.lblSample->pixmap().deviceIndependentSize().width(), qreal(width + 40));
+        form.ui.numRepeat->setFocus();
+        QTest::keyClick(form.ui.numRepeat, Qt::Key_Up);
+        choose(form.ui.cboRepeat, RepeatMinutes);
+        switchLanguage(&form, 1);
+        QCOMPARE(form.ui.cboRepeat->currentIndex(), int(RepeatMinutes));
+        switchLanguage(&form, 0);
+
+        frmMessage package(f.context, true);
+        package.OpenNew(NewMessage, u"P1"_s, QString());
+        package.show();
+        QEvent enter(QEvent::Enter);
+        QCoreApplication::sendEvent(package.ui.chkExactTime, &enter);
+        QVERIFY(hint(package.ui.lblHint).startsWith(u"Mandatory\nWhen this option is checked"_s));
+
+        f.policies.CanLinkDocument = false;
+        DVMessage msg;
+        msg.MsgID = u"M1"_s;
+        msg.UserID = u"alice"_s;
+        frmReply reply(f.context);
+        reply.Open(msg, u"R1"_s, false);
+        QVERIFY(!reply.BeingWritten());
+        QTest::keyClicks(reply.ui.txtText, u"Yes"_s);
+        QVERIFY(!reply.BeingWritten());
+        reply.show();
+        QVERIFY(reply.BeingWritten());
+        QVERIFY(!reply.ui.lblLink->isVisibleTo(&reply) && !reply.ui.txtLink->isVisibleTo(&reply));
+        reply.Open(msg, u"R2"_s, false);
+        QVERIFY(!reply.BeingWritten());
     }
 
     // A new ID for a composer on which the person is writing asks first; No
