@@ -320,12 +320,22 @@ private Q_SLOTS:
             option.palette.setColor(QPalette::Highlight, Qt::blue);
             QPainter painter(&image);
             delegate.paint(&painter, option, model.index(row, column));
-            return QList<QColor>{image.pixelColor(3, 3), image.pixelColor(0, 0)};
+            // The back, the corner, and black when anything was drawn at all.
+            bool drawn = false;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    drawn = drawn || image.pixelColor(x, y) != Qt::white;
+            return QList<QColor>{image.pixelColor(3, 3), image.pixelColor(0, 0),
+                                 drawn ? Qt::black : Qt::white};
         };
         QCOMPARE(painted(0, 0, false).value(0), QColor(Qt::red));
-        QCOMPARE(painted(0, 0, true), (QList<QColor>{Qt::red, Qt::blue}));
-        QVERIFY(painted(0, 1, false).value(0) != QColor(Qt::red));
-        QVERIFY(painted(1, 0, false).value(0) != QColor(Qt::red));
+        QCOMPARE(painted(0, 0, true), (QList<QColor>{Qt::red, Qt::blue, Qt::black}));
+        // Drawn plainly: the text, not the level's back.
+        for (const auto &[row, column] : {std::pair{0, 1}, {1, 0}}) {
+            const QList<QColor> plain = painted(row, column, false);
+            QVERIFY(plain.value(0) != QColor(Qt::red));
+            QCOMPARE(plain.value(2), QColor(Qt::black));
+        }
     }
 
     // The little things a form carries: the sample follows its width, a relabelled
@@ -369,6 +379,9 @@ private Q_SLOTS:
         QVERIFY(!reply.ui.lblLink->isVisibleTo(&reply) && !reply.ui.txtLink->isVisibleTo(&reply));
         reply.Open(msg, u"R2"_s, false);
         QVERIFY(!reply.BeingWritten());
+        QTest::mouseClick(reply.ui.CancelButton, Qt::LeftButton);
+        QVERIFY(!reply.isVisible());
+        QVERIFY(f.sent.isEmpty());
     }
 
     // A new ID for a composer on which the person is writing asks first; No

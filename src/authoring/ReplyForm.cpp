@@ -25,7 +25,6 @@ void ReplyForm::Load()
     m_enabling.txtLinkVisible = m_ctx.policies.CanLinkDocument;
     m_enabling.chkNotify = m_ctx.policies.CanRequestNotification;
     m_reply = DVMessage();
-    m_toAll = false;
 }
 
 void ReplyForm::Original(const DVMessage &msg, const QString &newID)
