@@ -286,6 +286,7 @@ private Q_SLOTS:
         QCOMPARE((QStringList{form.ui.lblSubject->text().remove(u'&'), form.ui.cboDelivery->itemText(0),
                               form.windowTitle(), hint(form.ui.lblHint).section(u'\n', 0, 0)}),
                  (QStringList{u"Objet :"_s, u"Immédiate"_s, u"Nouveau message ID1"_s, u"Objet"_s}));
+        switchLanguage(&form, 0);
 
         DVMessage msg;
         msg.MsgID = msg.InitID = u"M1"_s;
@@ -294,6 +295,7 @@ private Q_SLOTS:
         frmReply reply(f.context);
         reply.Open(msg, u"R1"_s, false);
         reply.show();
+        QCOMPARE(reply.ui.lblText->text().remove(u'&'), u"Text:"_s);
         switchLanguage(&reply, 1);
         QCOMPARE((QStringList{reply.ui.lblText->text().remove(u'&'), reply.windowTitle()}),
                  (QStringList{u"Texte :"_s, u"Réponse à alice"_s}));
