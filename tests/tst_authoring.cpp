@@ -412,10 +412,14 @@ private Q_SLOTS:
         QCOMPARE(caption(), u"Not sent"_s);
         f.form.OpenNew(NewSharedTemplate, u"T1"_s, QString());
         f.form.Fields.txtText = u"Template"_s;
+        gProcess().CurrentList = 5; // the shared templates on show take only what left
         QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
+        QVERIFY(!f.frontend.events.contains(u"add 5 T1"_s));
         f.linkUp = true;
         QCOMPARE(f.form.OKButton(), MessageForm::Close);
         QVERIFY(f.sent.last().startsWith(u"STP\x01T1\x02"_s));
+        QVERIFY(f.frontend.events.contains(u"add 5 T1"_s));
+        gProcess().CurrentList = 0;
 
         // A reply-all to two thousand readers cannot go: nothing stands in the Outbox as if sent.
         ReplyForm reply(f.context);
