@@ -1,4 +1,3 @@
-#include "authoring/AuthoringTexts.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "console/frmAdmin.h"
@@ -8,13 +7,14 @@
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
+#include "core/UserStore.h"
 #include "delivery/Receipts.h"
 #include "link/Policies.h"
 #include "store/DBFunctions.h"
 #include "store/LevelCollection.h"
+#include "store/MessageCodes.h"
 #include "support/RecordingFrontend.h"
 #include "support/StoreFixture.h"
-#include "ui/AccessibleTexts.h"
 #include "ui/InputBox.h"
 #include "ui/frmDialog.h"
 
@@ -139,7 +139,8 @@ private Q_SLOTS:
 
         composer.show();
         QVERIFY(QTest::qWaitForWindowActive(&composer));
-        QCOMPARE(composer.ui.lblSubject->text().remove(u'&'), ResString(AuthoringTexts::LabelSubject));
+        // The walk ended in French: every caption follows the switch.
+        QCOMPARE(composer.ui.lblSubject->text().remove(u'&'), u"Objet :"_s);
         QCOMPARE(nameOf(composer.ui.timeNextRun), u"Heure de la prochaine diffusion"_s);
         composer.ui.CancelButton->setFocus();
         QTest::keySequence(&composer, QKeySequence::mnemonic(composer.ui.lblTarget->text()));
@@ -177,8 +178,11 @@ private Q_SLOTS:
         QCOMPARE(button.replace(u"&&"_s, u"+"_s).remove(u'&'), u"Q+A"_s);
     }
 
-    // The console without a mouse: the side bar by arrows and Enter, the grid's menu by Shift+F10,
-    // and Tab out of the grid rather than from cell to cell.
+    // The console as a user opens it, without a mouse: no administration items, and the Outbox first,
+    // where a status no version knows and a splitter key of text open like any other. Delete tells the
+    // server of each row and of the list; the changed columns are kept in the person's file when the
+    // list goes. Then the side bar by arrows and Enter, the grid's menu by Shift+F10, and Tab out of
+    // the grid rather than from cell to cell.
     void consoleByKeyboard()
     {
         StoreFixture f;
@@ -186,19 +190,42 @@ private Q_SLOTS:
         UserInfos user(u"jdoe"_s);
         Policies policies;
         Session session;
-        DVMessage row;
-        row.MsgID = u"M1"_s;
-        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, row, false, true));
-        frmAdmin console({ClientDB(), TempDB(), f.clock, frontend, gProcess(), session, user, policies,
-                          gLevels(), [](const QString &) { return true; }, nullptr,
-                          f.profile.path() + u"/Client.conf"_s, f.profile.path(), f.profile.dataHome()});
+        QStringList sent;
+        for (const char *id : {"M1", "M2"}) {
+            DVMessage m;
+            m.MsgID = QLatin1String(id);
+            m.Status = id == QByteArrayView("M1") ? StatusActive : 99;
+            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
+            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, true));
+        }
+        const QString userStore = f.profile.path() + u"/Client.conf"_s;
+        UserStore(userStore).write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"wide"_s);
+        frmAdmin console(
+            {ClientDB(), TempDB(), f.clock, frontend, gProcess(), session, user, policies, gLevels(),
+             [&sent](const QString &p) { return !(sent << p.section(QChar(1), 0, 0)).isEmpty(); }, nullptr,
+             userStore, f.profile.path(), f.profile.dataHome()});
+        QStringList items;
+        for (QTreeWidgetItemIterator it(console.ui.dxSideBar1); *it; ++it)
+            items << (*it)->text(0);
+        QVERIFY(items.contains(u"Outbox"_s) && !items.contains(u"All messages"_s));
+        frmList *outbox = console.currentList();
+        QCOMPARE(outbox->list(), 2);
+        QCOMPARE(outbox->model().rowCount(), 2);
         console.show();
         QVERIFY(QTest::qWaitForWindowActive(&console));
+        outbox->ui.grid->selectAll();
+        outbox->ui.grid->horizontalHeader()->resizeSection(3, 333);
+        QTest::keyClick(outbox->ui.grid, Qt::Key_Delete);
+        QCOMPARE(sent, (QStringList{u"RRC"_s, u"MUP"_s, u"MUP"_s, u"MDE"_s}));
+        QCOMPARE(outbox->model().rowCount(), 0);
+
         console.ui.dxSideBar1->setFocus();
         for (Qt::Key key : {Qt::Key_Home, Qt::Key_Down, Qt::Key_Return})
             QTest::keyClick(console.ui.dxSideBar1, key);
         frmList *inbox = console.currentList();
         QCOMPARE(inbox->list(), 1);
+        QFile custom(f.profile.dataHome() + u"/OutboxCust.xgl"_s);
+        QVERIFY(custom.open(QIODevice::ReadOnly) && custom.readAll().contains("column colSubject 333 1"));
         QCOMPARE(QApplication::focusWidget(), inbox->ui.grid);
         inbox->ui.grid->selectRow(0);
         QTest::keyClick(inbox->ui.grid, Qt::Key_F10, Qt::ShiftModifier);
@@ -229,10 +256,10 @@ private Q_SLOTS:
             QTest::keyClick(grid, Qt::Key_F10, Qt::ControlModifier | Qt::ShiftModifier);
             return *found;
         };
-        QVERIFY(choose(inbox->ui.grid, ResString(AccessibleTexts::SortDescending).arg(name)));
+        QVERIFY(choose(inbox->ui.grid, u"Sort by %1, Descending"_s.arg(name)));
         QCOMPARE(columns->sortIndicatorSection(), column);
         QCOMPARE(columns->sortIndicatorOrder(), Qt::DescendingOrder);
-        QVERIFY(choose(inbox->ui.grid, ResString(1250).arg(name)));
+        QVERIFY(choose(inbox->ui.grid, u"Group by %1"_s.arg(name)));
         QTRY_VERIFY(inbox->ui.groupGrid->isVisible());
         checkKeyboard(&console);
     }

@@ -1,15 +1,12 @@
 #include "authoring/frmMessage.h"
-#include "console/frmAdmin.h"
-#include "console/frmList.h"
 #include "core/ClientMenu.h"
 #include "core/UserInfos.h"
-#include "core/UserStore.h"
 #include "delivery/Receipts.h"
 #include "link/Policies.h"
 #include "store/LevelCollection.h"
-#include "store/MessageCodes.h"
 #include "support/RecordingFrontend.h"
 #include "support/StoreFixture.h"
+#include "ui/DesktopFrontend.h"
 #include "ui/DialogButtonSet.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
@@ -19,6 +16,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMap>
@@ -160,8 +158,8 @@ private Q_SLOTS:
         QCOMPARE(clicked[0][0].value<ClientMenu::Item>(), ClientMenu::mnuExit);
     }
 
-    // The view mode leaves nothing to press but Cancel.
-    void composerViewMode()
+    // The package composer: no level and no reply; Mandatory, and OK only with a link.
+    void packageComposer()
     {
         TempProfile profile;
         RecordingFrontend frontend;
@@ -171,21 +169,6 @@ private Q_SLOTS:
         const AuthoringContext context{Clock::current(), ClientDB(), TempDB(),   user,
                                        gPolicies(),      gLevels(),  gSession(), gProcess(),
                                        senders,          frontend,   send};
-        frmMessage form(context);
-        form.OpenNew(0, u"ID1"_s, QString());
-        QCOMPARE(form.windowTitle(), u"New message ID1"_s);
-
-        DVMessage msg;
-        msg.MsgID = u"ID2"_s;
-        msg.Message = u"Read only"_s;
-        form.ViewMessage(msg);
-        QCOMPARE(form.windowTitle(), u"View a message ID2"_s);
-        QCOMPARE(
-            (QList<bool>{form.ui.OKButton->isVisibleTo(&form), form.ui.cmdUsers->isVisibleTo(&form),
-                         form.ui.cmdVariable->isVisibleTo(&form), form.ui.CancelButton->isVisibleTo(&form)}),
-            (QList<bool>{false, false, false, true}));
-
-        // The package composer: no level and no reply; Mandatory, and OK only with a link.
         frmMessage package(context, true);
         package.OpenNew(0, u"P1"_s, QString());
         package.ui.txtText->setPlainText(u"Install"_s);
@@ -198,67 +181,38 @@ private Q_SLOTS:
         QVERIFY(package.ui.OKButton->isEnabled());
     }
 
-    // The About box tells its facts under their captions, and Escape closes it.
+    // The About box shows each fact beside its caption; asked again, the one box shows the facts of
+    // now. Escape closes it.
     void aboutBox()
     {
-        QPointer<frmAbout> about = new frmAbout(
-            {u"1.2.3"_s, u"Nov 23 2026"_s, u"6.4.2"_s, u"/d"_s, u"/s"_s, u"Connection status: Connected"_s});
-        about->show();
+        TempProfile profile;
+        DesktopFrontend desktop;
+        Frontend::AboutFacts facts{u"0.1.0"_s, u"Nov 23 2026"_s, u"6.4.2"_s,
+                                   u"/d"_s,    u"/s"_s,          u"Connection status: Closed"_s};
+        desktop.ShowAbout(facts);
+        facts.connection = u"Connection status: Connected"_s;
+        desktop.ShowAbout(facts);
+        QList<frmAbout *> boxes;
+        for (QWidget *widget : QApplication::topLevelWidgets())
+            if (auto *box = qobject_cast<frmAbout *>(widget); box && box->isVisible())
+                boxes << box;
+        QCOMPARE(boxes.size(), 1);
+        QPointer<frmAbout> about = boxes[0];
         QVERIFY(QTest::qWaitForWindowActive(about));
-        QCOMPARE((QStringList{about->windowTitle(), about->ui.lblVersion->text(),
-                              about->ui.lblConnection->text()}),
-                 (QStringList{u"About Korvane Client"_s, u"1.2.3"_s, u"Connection status: Connected"_s}));
+        const auto *form = about->findChild<QFormLayout *>();
+        QStringList rows{about->windowTitle()};
+        for (int row = 0; row < form->rowCount(); ++row)
+            rows << qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::LabelRole)->widget())
+                            ->text()
+                            .remove(u'&') +
+                        u' ' +
+                        qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::FieldRole)->widget())->text();
+        QCOMPARE(rows,
+                 (QStringList{u"About Korvane Client"_s, u"Version: 0.1.0"_s, u"Built on: Nov 23 2026"_s,
+                              u"Qt: 6.4.2"_s, u"Data folder: /d"_s, u"Settings folder: /s"_s,
+                              u"Connection: Connection status: Connected"_s}));
         QTest::keyClick(about, Qt::Key_Escape);
         QTRY_VERIFY(about.isNull());
-    }
-
-    // The console as a user opens it: no administration items, the Outbox first, and
-    // a delete from the keyboard that tells the server of each row and of the list.
-    void consoleWindow()
-    {
-        StoreFixture f;
-        TempProfile &profile = f.profile;
-        RecordingFrontend frontend;
-        UserInfos user(u"jdoe"_s);
-        Policies policies;
-        Session session;
-        QStringList sent;
-        // A status no version knows, and a splitter key of text, open and paint like any other.
-        for (const char *id : {"M1", "M2"}) {
-            DVMessage m;
-            m.MsgID = QLatin1String(id);
-            m.Status = id == QByteArrayView("M1") ? StatusActive : 99;
-            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
-        }
-        UserStore(profile.path() + u"/Client.conf"_s).write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"wide"_s);
-        {
-            frmAdmin console(
-                {ClientDB(), TempDB(), f.clock, frontend, gProcess(), session, user, policies, gLevels(),
-                 [&sent](const QString &p) {
-                     sent << p.section(QChar(1), 0, 0);
-                     return true;
-                 },
-                 nullptr, profile.path() + u"/Client.conf"_s, profile.path(), profile.dataHome()});
-            QStringList items;
-            for (QTreeWidgetItemIterator it(console.ui.dxSideBar1); *it; ++it)
-                items << (*it)->text(0);
-            QVERIFY(items.contains(u"Outbox"_s) && !items.contains(u"All messages"_s));
-            frmList *outbox = console.currentList();
-            QCOMPARE(outbox->list(), 2);
-            QCOMPARE(outbox->model().rowCount(), 2);
-            console.show();
-            QVERIFY(QTest::qWaitForWindowActive(&console));
-            outbox->ui.grid->setFocus();
-            outbox->ui.grid->selectAll();
-            outbox->ui.grid->horizontalHeader()->resizeSection(3, 333);
-            QTest::keyClick(outbox->ui.grid, Qt::Key_Delete);
-            QCOMPARE(sent, (QStringList{u"RRC"_s, u"MUP"_s, u"MUP"_s, u"MDE"_s}));
-            QCOMPARE(outbox->model().rowCount(), 0);
-        }
-        // The changed columns are kept in the person's file when the list goes.
-        QFile custom(profile.dataHome() + u"/OutboxCust.xgl"_s);
-        QVERIFY(custom.open(QIODevice::ReadOnly));
-        QVERIFY(custom.readAll().contains("column colSubject 333 1"));
     }
 };
 

@@ -87,7 +87,7 @@ private:
             ReplaceUserInfos(user);
             ClientDB().exec(
                 u"INSERT INTO Levels (LevelName, BackColor, ForeColor, ShadowColor, DrawShadow, "
-                "SoundType, SoundFile, Looping) VALUES ('Urgent', 255, 16777215, 0, 1, 4, '', 1), "
+                "SoundType, SoundFile, Looping) VALUES ('Urgent', 255, 16777215, 65535, 1, 4, '', 1), "
                 "('Quiet', 65280, 0, 0, 0, 0, '', 0), ('Beep', 16776960, 0, 0, 0, 1, '', 0), "
                 "('sysKVPackage', 0, 0, 0, 0, 0, '', 0)"_s);
             gLevels() = LevelCollection();
@@ -102,7 +102,11 @@ private Q_SLOTS:
         f.queue.AddMessageToDisplay(message(u"A"_s));
         QVERIFY(f.view.shown);
         QCOMPARE(f.view.strips.size(), 1);
-        QCOMPARE(f.view.strips[0].FromInfo,
+        // The level's colours, each in its place, and its shadow.
+        const StripLook &look = f.view.strips[0];
+        QCOMPARE((QList<quint32>{look.BackColor, look.ForeColor, look.ShadowColor, look.ShowShadow}),
+                 (QList<quint32>{255, 16777215, 65535, 1}));
+        QCOMPARE(look.FromInfo,
                  u"Urgent from Ann Lee - "_s +
                      QLocale::system().toString(FakeClock::at(2026, 11, 23, 8, 15, 0), QLocale::ShortFormat));
         QCOMPARE(f.view.playing(), QStringList{u"play  loop"_s});

@@ -156,7 +156,8 @@ private Q_SLOTS:
             QCOMPARE(ok->icon().pixmap(ok->iconSize(), ratio).size(), ok->iconSize() * ratio);
     }
 
-    void tipsShowOnTheInactiveBanner()
+    // Tips show on the inactive banner, and screen readers hear the strip as an alert with its text.
+    void tipsAndScreenReaders()
     {
         StoreFixture store;
         auto banner = firstBanner(0, 0, 12);
@@ -172,12 +173,7 @@ private Q_SLOTS:
         QTRY_COMPARE(QToolTip::text(), u"Fire drill at noon in the east wing"_s);
         QTest::mouseMove(display->cmdDetails, QPoint(3, 3));
         QTRY_COMPARE(QToolTip::text(), display->cmdDetails->toolTip());
-    }
 
-    void announcedToScreenReaders()
-    {
-        StoreFixture store;
-        auto banner = firstBanner(0, 0, 12);
         QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(banner->display());
         QVERIFY(strip);
         QCOMPARE(strip->role(), QAccessible::AlertMessage);
@@ -336,12 +332,9 @@ private Q_SLOTS:
         display.show();
         QVERIFY(QTest::qWaitForWindowExposed(&display));
         display.Timer1->stop();
-        QSignalSpy details(&display, &dvxDisplay::Details);
-        QSignalSpy reply(&display, &dvxDisplay::Reply);
-        QSignalSpy down(&display, &dvxDisplay::MouseDown);
-        QSignalSpy up(&display, &dvxDisplay::MouseUp);
-        QSignalSpy click(&display, &dvxDisplay::Click);
-        QSignalSpy dblClick(&display, &dvxDisplay::DblClick);
+        QSignalSpy details(&display, &dvxDisplay::Details), reply(&display, &dvxDisplay::Reply),
+            down(&display, &dvxDisplay::MouseDown), up(&display, &dvxDisplay::MouseUp),
+            click(&display, &dvxDisplay::Click), dblClick(&display, &dvxDisplay::DblClick);
         display.cmdDetails->click();
         display.cmdReply->click();
         // The link button has no event of its own, and none when it is off.
@@ -353,9 +346,7 @@ private Q_SLOTS:
         // The second press is the double click alone, and its release is no click.
         QTest::mouseClick(display.Picture1, Qt::LeftButton, {}, QPoint(5, 5));
         QTest::mouseDClick(display.Picture1, Qt::LeftButton, {}, QPoint(5, 5));
-        QCOMPARE(dblClick.size(), 2);
-        QCOMPARE(down.size(), 1);
-        QCOMPARE(click.size(), 1);
+        QCOMPARE((QList<qsizetype>{dblClick.size(), down.size(), click.size()}), (QList<qsizetype>{2, 1, 1}));
         // A right press with shift on the caption: button, shift and place in twips, and no click.
         QTest::mouseClick(display.lblFrom, Qt::RightButton, Qt::ShiftModifier, QPoint(3, 4));
         const QVariantList expected{2, 1, 3 * display.Scroll().TwipsPerPixelX,
@@ -363,6 +354,13 @@ private Q_SLOTS:
         QCOMPARE(down.last(), expected);
         QCOMPARE(up.last(), expected);
         QCOMPARE(click.size(), 1);
+        // Keys on the strip as its owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital, each
+        // with the shift state.
+        QSignalSpy keyDown(&display, &dvxDisplay::KeyDown);
+        QTest::keyClick(display.Picture1, Qt::Key_F1, Qt::ControlModifier);
+        QTest::keyClick(display.Picture1, Qt::Key_Q, Qt::ShiftModifier);
+        QCOMPARE(QList<QVariantList>(keyDown.begin(), keyDown.end()),
+                 (QList<QVariantList>{{17, 2}, {112, 2}, {16, 1}, {81, 1}}));
     }
 
     void heightFollowsTheFont()

@@ -2,12 +2,10 @@
 #include "core/Globals.h"
 #include "core/Log.h"
 #include "core/Options.h"
-#include "core/StringTable.h"
 #include "core/Ticker.h"
 #include "delivery/Scheduler.h"
 #include "engine/KorvanClient.h"
 #include "link/ConnectionManager.h"
-#include "link/LinkCommands.h"
 #include "link/Policies.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
@@ -80,8 +78,8 @@ private Q_SLOTS:
         engine.MenuItemClicked(ClientMenu::mnuLog);
         QCOMPARE(frontend.events.last(), u"log "_s + LogFile::path());
         engine.MenuItemClicked(ClientMenu::mnuAbout);
-        QCOMPARE(frontend.events.last(),
-                 u"about "_s + LinkCommands::Version() + u" Connection status: Closed"_s);
+        // The version the project declares, and the link as it stands.
+        QCOMPARE(frontend.events.last(), u"about " KORVANE_VERSION " Connection status: Closed"_s);
         engine.MenuItemClicked(ClientMenu::mnuOptions);
         engine.MenuItemClicked(ClientMenu::mnuLevel);
         QCOMPARE(frontend.events.mid(frontend.events.size() - 2), QStringList({u"options"_s, u"levels"_s}));
@@ -102,7 +100,7 @@ private Q_SLOTS:
 
         gOptions().Language = 1;
         engine.OptionsChanged();
-        QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuExit).caption, StringTable::raw(10412));
+        QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuExit).caption, u"Quitter"_s);
         // Items without a resource keep their English caption.
         QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuLog).caption, u"Log"_s);
 

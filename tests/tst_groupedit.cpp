@@ -1,8 +1,13 @@
-// The group editor on screen: what Edit shows, and what OK sends and keeps.
+// The group editor on screen: what each mode shows, what its buttons fetch,
+// and what OK sends and keeps.
+#include "authoring/MessageForm.h"
 #include "authoring/frmGroupEdit.h"
+#include "core/Options.h"
 #include "store/DateText.h"
 #include "support/AuthoringFixture.h"
+#include "support/LogText.h"
 
+#include <QScreen>
 #include <QTest>
 
 #include <functional>
@@ -60,6 +65,20 @@ struct Fixture : AuthoringFixture
                       u"SELECT Description FROM "_s + groups + u" WHERE GroupName = '"_s + name + u"'"_s) +
                column(store, u"SELECT UserID FROM "_s + users + u" WHERE GroupName = '"_s + name +
                                  u"' ORDER BY rowid"_s);
+    }
+    // The texts a person reads on the editor, mnemonics aside.
+    static QStringList texts(const frmGroupEdit &editor)
+    {
+        QStringList shown{editor.windowTitle()};
+        for (const QWidget *widget : std::initializer_list<const QWidget *>{
+                 editor.ui.lblGroupName, editor.ui.lblDescription, editor.ui.cmdMyGroups, editor.ui.cmdKorvan,
+                 editor.ui.cmdDomain, editor.ui.cmdUsers, editor.ui.cmdMachines, editor.ui.OKButton,
+                 editor.ui.CancelButton}) {
+            const auto *label = qobject_cast<const QLabel *>(widget);
+            const auto *button = qobject_cast<const QAbstractButton *>(widget);
+            shown << QString(label ? label->text() : button->text()).remove(u'&');
+        }
+        return shown;
     }
     QStringList captions() const
     {
@@ -192,6 +211,204 @@ private Q_SLOTS:
         QCOMPARE(f.sent, QStringList{f.kvg(u"ops"_s, u"Ops desk"_s, u"ann,PC7,dee"_s)});
         QCOMPARE(Fixture::stored(TempDB(), u"KorvaneGroups"_s, u"ops"_s),
                  (QStringList{u"Ops desk"_s, u"ann"_s, u"PC7"_s, u"dee"_s}));
+    }
+
+    void modesShowTheirButtons()
+    {
+        Fixture f;
+        // Each mode's title, and whether the group buttons show: a shared group's
+        // members are users and machines only, whatever the policies.
+        const QList<QPair<QString, bool>> modes = {{u"New Personal Group"_s, true},
+                                                   {u"Edit a Personal Group"_s, true},
+                                                   {u"New Korvane Group"_s, false},
+                                                   {u"Edit an Korvane Group"_s, false}};
+        for (const bool policies : {false, true}) {
+            f.policies.UseDomainGroups = f.policies.UseKorvanGroups = policies;
+            for (int action = GroupEditForm::NewPersonal; action <= GroupEditForm::EditShared; ++action) {
+                const auto &[title, groupButtons] = modes[action];
+                const frmGroupEdit editor(f.groupContext, GroupEditForm::Action(action));
+                QCOMPARE(editor.windowTitle(), title);
+                for (const QToolButton *button :
+                     {editor.ui.cmdMyGroups, editor.ui.cmdKorvan, editor.ui.cmdDomain})
+                    QVERIFY2(button->isVisibleTo(&editor) == groupButtons, qPrintable(title));
+                QVERIFY(editor.ui.cmdUsers->isVisibleTo(&editor) &&
+                        editor.ui.cmdMachines->isVisibleTo(&editor));
+                // Nothing typed yet: a name to give, and OK off.
+                QVERIFY(editor.ui.txtGroupName->isEnabled());
+                QVERIFY(!editor.ui.OKButton->isEnabled());
+            }
+        }
+        // However large it was left, it shows whole on its screen.
+        frmGroupEdit editor(f.groupContext, GroupEditForm::NewPersonal);
+        editor.resize(5000, 5000);
+        editor.show();
+        QVERIFY(editor.screen()->availableGeometry().contains(editor.frameGeometry()));
+    }
+
+    void okFollowsNameAndMembers()
+    {
+        Fixture f;
+        f.process.CurrentList = 12;
+        // OK waits for both a name and members, as they are typed.
+        auto personal = f.open(GroupEditForm::NewPersonal, QString(), QString(), QString());
+        QTest::keyClicks(personal->ui.txtGroupName, u"\"crew\""_s);
+        QVERIFY(!personal->ui.OKButton->isEnabled());
+        QTest::keyClicks(personal->ui.txtTarget, u"ann,\"bob\""_s);
+        QVERIFY(personal->ui.OKButton->isEnabled());
+        personal->ui.txtGroupName->clear();
+        QVERIFY(!personal->ui.OKButton->isEnabled());
+        QTest::keyClicks(personal->ui.txtGroupName, u"\"crew\""_s);
+        QTest::keyClicks(personal->ui.txtDescription, u"say \"hi\""_s);
+        // Double quotes are dropped from all three.
+        QVERIFY(Fixture::pressOK(*personal));
+        QCOMPARE(Fixture::stored(ClientDB(), u"MyGroups"_s, u"crew"_s),
+                 (QStringList{u"say hi"_s, u"ann"_s, u"bob"_s}));
+        QCOMPARE(personal->logic().RefreshList(), 12);
+
+        // A copy of a shared group asks for a new name, and keeps what it copied.
+        auto copy = std::make_unique<frmGroupEdit>(f.groupContext, GroupEditForm::NewShared);
+        copy->logic().DuplicateGroup(u"Ops desk"_s, u"ann,PC7"_s);
+        copy->showFields();
+        copy->show();
+        QCOMPARE((QStringList{copy->ui.txtGroupName->text(), copy->ui.txtDescription->text(),
+                              copy->ui.txtTarget->text()}),
+                 (QStringList{QString(), u"Ops desk"_s, u"ann,PC7"_s}));
+        QVERIFY(copy->ui.txtGroupName->isEnabled() && !copy->ui.OKButton->isEnabled());
+        QTest::keyClicks(copy->ui.txtGroupName, u"\"night\""_s);
+        QVERIFY(copy->ui.OKButton->isEnabled());
+        QVERIFY(Fixture::pressOK(*copy));
+        QCOMPARE(f.sent, QStringList{f.kvg(u"night"_s, u"Ops desk"_s, u"ann,PC7"_s)});
+        QCOMPARE(Fixture::stored(TempDB(), u"KorvaneGroups"_s, u"night"_s),
+                 (QStringList{u"Ops desk"_s, u"ann"_s, u"PC7"_s}));
+        // The console's list of shared groups is not the one on screen.
+        QCOMPARE(copy->logic().RefreshList(), 0);
+    }
+
+    void membersButtons()
+    {
+        Fixture f;
+        auto editor = f.open(GroupEditForm::EditPersonal, u"team"_s, u"The team"_s, u"ann"_s);
+        QCOMPARE(frmGroupEdit::current(), editor.get());
+        QList<int> asked;
+        editor->logic().getSelection = [&asked](int kind, const QString &target) -> QString {
+            asked << kind;
+            return target + u",k"_s + QString::number(kind);
+        };
+        QTest::keyClicks(editor->ui.txtDescription, u" now"_s);
+        // Directories at hand show at once; the server's are asked for with G first.
+        for (QToolButton *button : {editor->ui.cmdMyGroups, editor->ui.cmdDomain, editor->ui.cmdKorvan,
+                                    editor->ui.cmdUsers, editor->ui.cmdMachines})
+            QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(asked, (QList<int>{SelectPersonalGroups, SelectDomainGroups}));
+        QCOMPARE(f.sent, (QStringList{u"RPI\u0001G"_s, u"RUS\u0001G"_s, u"RMA\u0001G"_s}));
+        // The answers reach the editor on screen: each selection shows, what was typed meanwhile stays.
+        QTest::keyClicks(editor->ui.txtDescription, u" and"_s);
+        for (const int kind : {SelectKorvanGroups, SelectUsers, SelectMachines})
+            frmGroupEdit::current()->DisplayList(kind);
+        QCOMPARE(editor->ui.txtTarget->text(), u"ann,k0,k1,k2,k3,k4"_s);
+        QCOMPARE(editor->ui.txtDescription->text(), u"The team now and"_s);
+        // Once here, a directory is not asked for again.
+        f.session.UsersLoaded = true;
+        QTest::mouseClick(editor->ui.cmdUsers, Qt::LeftButton);
+        QCOMPARE(asked.last(), int(SelectUsers));
+        QCOMPARE(f.sent.size(), 3);
+        QVERIFY(Fixture::pressOK(*editor));
+        QCOMPARE(Fixture::stored(ClientDB(), u"MyGroups"_s, u"team"_s),
+                 (QStringList{u"The team now and"_s, u"ann"_s, u"k0"_s, u"k1"_s, u"k2"_s, u"k3"_s, u"k4"_s}));
+    }
+
+    void takenNamesAndCancel()
+    {
+        Fixture f;
+        // A new group may not take a name in use: the form stays, nothing leaves or changes.
+        for (const auto &[action, name, title] :
+             {std::tuple{GroupEditForm::NewPersonal, u"team"_s, u"New Personal group"_s},
+              std::tuple{GroupEditForm::NewShared, u"ops"_s, u"New Korvane Group"_s}}) {
+            auto editor = f.open(action, QString(), QString(), QString());
+            QTest::keyClicks(editor->ui.txtGroupName, name);
+            QTest::keyClicks(editor->ui.txtTarget, u"cy"_s);
+            QVERIFY(!Fixture::pressOK(*editor));
+            QVERIFY(editor->isVisible());
+            QCOMPARE(f.captions(), QStringList{title});
+            QCOMPARE(f.frontend.questions.value(0).text,
+                     u"This group already exists.  Please choose another name."_s);
+            f.frontend.questions.clear();
+        }
+        QVERIFY(f.sent.isEmpty());
+        QCOMPARE(Fixture::stored(ClientDB(), u"MyGroups"_s, u"team"_s),
+                 (QStringList{u"The team"_s, u"ann"_s, u"bob"_s}));
+        QCOMPARE(Fixture::stored(TempDB(), u"KorvaneGroups"_s, u"ops"_s),
+                 (QStringList{u"Ops desk"_s, u"ann"_s, u"PC7"_s}));
+
+        // Cancel keeps the group as it was.
+        auto edit = f.open(GroupEditForm::EditShared, u"ops"_s, u"Ops desk"_s, u"ann,PC7"_s);
+        QTest::keyClicks(edit->ui.txtTarget, u",dee"_s);
+        QTest::mouseClick(edit->ui.CancelButton, Qt::LeftButton);
+        QVERIFY(!edit->isVisible());
+        QCOMPARE(edit->result(), int(QDialog::Rejected));
+        QVERIFY(f.sent.isEmpty());
+        QCOMPARE(Fixture::stored(TempDB(), u"KorvaneGroups"_s, u"ops"_s),
+                 (QStringList{u"Ops desk"_s, u"ann"_s, u"PC7"_s}));
+    }
+
+    void savedWholeOrLogged()
+    {
+        Fixture f;
+        // Members all blanks and commas: the group is gone; nothing is logged for what went well.
+        auto emptied = f.open(GroupEditForm::EditPersonal, u"team"_s, u"The team"_s, u"ann,bob"_s);
+        emptied->ui.txtTarget->setText(u" , "_s);
+        QVERIFY(Fixture::pressOK(*emptied));
+        QCOMPARE(Fixture::stored(ClientDB(), u"MyGroups"_s, u"team"_s), QStringList());
+        auto shared = f.open(GroupEditForm::EditShared, u"ops"_s, u"Ops desk"_s, u"ann,PC7"_s);
+        QVERIFY(Fixture::pressOK(*shared));
+        QVERIFY(!logText().contains(u"frmGroupEdit:"_s));
+
+        // A member the store refuses: the group stays as it was, and the log says why.
+        const QString refuse = u"CREATE TRIGGER refuse BEFORE INSERT ON %1 WHEN NEW.UserID = 'cy' "
+                               "BEGIN SELECT RAISE(ABORT, 'cy refused'); END"_s;
+        QVERIFY(ClientDB().exec(refuse.arg(u"MyGroupUsers"_s)));
+        QVERIFY(TempDB().exec(refuse.arg(u"KorvaneGroupUsers"_s)));
+        auto personal = f.open(GroupEditForm::NewPersonal, QString(), QString(), QString());
+        personal->ui.txtGroupName->setText(u"crew"_s);
+        personal->ui.txtTarget->setText(u"ann,cy"_s);
+        Fixture::pressOK(*personal);
+        QCOMPARE(StoreFixture::count(ClientDB(), u"SELECT count(*) FROM MyGroups"_s), 0);
+        QVERIFY(logText().contains(u"frmGroupEdit:SaveMyGroup - "_s));
+        QVERIFY(!logText().contains(u"frmGroupEdit:SaveKorvaneGroup"_s));
+        shared = f.open(GroupEditForm::EditShared, u"ops"_s, u"Ops desk"_s, u"ann,PC7"_s);
+        shared->ui.txtTarget->setText(u"ann,cy"_s);
+        Fixture::pressOK(*shared);
+        QCOMPARE(Fixture::stored(TempDB(), u"KorvaneGroups"_s, u"ops"_s),
+                 (QStringList{u"Ops desk"_s, u"ann"_s, u"PC7"_s}));
+        QVERIFY(logText().contains(u"frmGroupEdit:SaveKorvaneGroup - "_s));
+        QVERIFY(logText().contains(u"cy refused"_s));
+    }
+
+    void textsFollowTheLanguage()
+    {
+        Fixture f;
+        auto editor = f.open(GroupEditForm::EditShared, u"ops"_s, u"Ops desk"_s, u"ann,PC7"_s);
+        QCOMPARE(Fixture::texts(*editor),
+                 (QStringList{u"Edit an Korvane Group"_s, u"Group Name:"_s, u"Description:"_s,
+                              u"Personal groups"_s, u"Korvane Groups"_s, u"Domain Group"_s, u"Users"_s,
+                              u"Machines"_s, u"OK"_s, u"Cancel"_s}));
+        QCOMPARE(editor->ui.cmdUsers->toolTip(), u"Choose the UserID(s) from a list."_s);
+        QVERIFY(!QKeySequence::mnemonic(editor->ui.CancelButton->text()).isEmpty());
+        const QString target = editor->ui.lblTarget->text();
+        QVERIFY(!target.isEmpty());
+        gOptions().Language = 1;
+        QEvent change(QEvent::LanguageChange);
+        QCoreApplication::sendEvent(editor.get(), &change);
+        QCOMPARE(Fixture::texts(*editor),
+                 (QStringList{u"Modifier un groupe Korvane"_s, u"Nom du groupe :"_s, u"Description :"_s,
+                              u"Groupes personnels"_s, u"Groupes Korvane"_s, u"Groupe du domaine"_s,
+                              u"Utilisateurs"_s, u"Postes"_s, u"OK"_s, u"Annuler"_s}));
+        QVERIFY(!editor->ui.lblTarget->text().isEmpty() && editor->ui.lblTarget->text() != target);
+        QCOMPARE(editor->ui.txtDescription->text(), u"Ops desk"_s);
+        // The text the caller puts behind the title shows with the fields.
+        editor->logic().Tag = u" (ops)"_s;
+        editor->showFields();
+        QCOMPARE(editor->windowTitle(), u"Modifier un groupe Korvane (ops)"_s);
     }
 };
 

@@ -81,6 +81,9 @@ struct Fixture : StoreFixture
     MessageIntake intake{send, [] { return MyAddress; }, replication};
     Receipts receipts{send};
 
+    void receive(const QStringList &records) { intake.MessageReceived(records.join(QChar(2)), false); }
+    void receive(const QString &record) { receive(QStringList{record}); }
+
     Fixture()
     {
         UserInfos user(Me);
@@ -105,12 +108,9 @@ private Q_SLOTS:
                                              DateText::DateToText(FakeClock::at(2026, 11, 22)));
         const QString own =
             record(u"F"_s).replace(u"UID"_s + QChar(3) + u"author"_s, u"UID"_s + QChar(3) + Me);
-        f.intake.MessageReceived(QStringList{record(u"A"_s), record(u"B"_s, u"someone,other-pc"_s),
-                                             record(u"C"_s, u"someone,JDOE"_s),
-                                             tagged(record(u"D"_s), u"DLV"_s, u"1"_s), expired, own,
-                                             tagged(record(u"G"_s), u"AGN"_s, u"agent-2"_s), record(u"H"_s)}
-                                     .join(QChar(2)),
-                                 false);
+        f.receive({record(u"A"_s), record(u"B"_s, u"someone,other-pc"_s), record(u"C"_s, u"someone,JDOE"_s),
+                   tagged(record(u"D"_s), u"DLV"_s, u"1"_s), expired, own,
+                   tagged(record(u"G"_s), u"AGN"_s, u"agent-2"_s), record(u"H"_s)});
         // A confirmation per record in batch order, the other agent's included,
         // and nothing for what comes behind it.
         QStringList confirmed;
@@ -137,41 +137,21 @@ private Q_SLOTS:
             Fixture f;
             const int pages = StoreFixture::count(ClientDB(), u"PRAGMA page_count"_s);
             QVERIFY(ClientDB().exec(obstacle.replace(u"= 1"_s, u"= "_s + QString::number(pages))));
-            f.intake.MessageReceived(
-                QStringList{record(u"A"_s), record(u"B"_s).replace(u"Text of B"_s, QString(200000, u'x')),
-                            record(u"C"_s)}
-                    .join(QChar(2)),
-                false);
+            f.receive({record(u"A"_s), record(u"B"_s).replace(u"Text of B"_s, QString(200000, u'x')),
+                       record(u"C"_s)});
             QCOMPARE(f.sent, QStringList());
             QCOMPARE(stored(u"Inbox"_s), QStringList());
             QVERIFY(logText().contains(u"Unable to save new message #B"_s));
         }
     }
 
-    // An empty list holds no record: nothing is stored, shown, sent or logged.
-    void emptyListsHoldNothing_data()
-    {
-        QTest::addColumn<QString>("handler");
-        QTest::addColumn<QString>("payload");
-        for (const char *handler : {"MSG", "MSL", "PKG", "PKL", "ALM", "RUS", "RMA", "RPI", "RPU", "UGR",
-                                    "StoreLevels", "TMP", "TemplatesReceived", "MDE", "PDE", "RCP", "ARC"})
-            QTest::newRow(handler) << QString::fromLatin1(handler) << QString();
-        QTest::newRow("MSG lone separator") << u"MSG"_s << QString(QChar(2));
-        QTest::newRow("UGR lone separator") << u"UGR"_s << QString(QChar(2));
-        QTest::newRow("MDE lone comma") << u"MDE"_s << u","_s;
-        QTest::newRow("RCP lone separator") << u"RCP"_s << QString(QChar(3));
-        QTest::newRow("RAD without user") << u"RAD"_s << QChar(2) + u"3"_s;
-        QTest::newRow("MSC without ID") << u"MSC"_s << u"3"_s + QChar(2);
-        QTest::newRow("PSC without ID") << u"PSC"_s << u"3"_s + QChar(2);
-    }
-
+    // An empty list, or one of a lone separator, holds no record: nothing is stored, shown, sent or
+    // logged, whichever command brings it.
     void emptyListsHoldNothing()
     {
-        QFETCH(QString, handler);
-        QFETCH(QString, payload);
         Fixture f;
         gSession().AdminsLoaded = gSession().AllMessagesLoaded = true;
-        f.intake.MessageReceived(record(u"A"_s), false);
+        f.receive(record(u"A"_s));
         f.sent.clear();
         f.frontend.events.clear();
         const QStringList before = rowCounts();
@@ -179,29 +159,31 @@ private Q_SLOTS:
 
         Failure failure;
         Replication &r = f.replication;
-        const QHash<QString, std::function<void()>> handlers = {
-            {u"MSG"_s, [&] { f.intake.MessageReceived(payload, false); }},
-            {u"MSL"_s, [&] { f.intake.MessageReceived(payload, true); }},
-            {u"PKG"_s, [&] { f.intake.PackageReceived(payload, false); }},
-            {u"PKL"_s, [&] { f.intake.PackageReceived(payload, true); }},
-            {u"ALM"_s, [&] { f.intake.AllMessageReceived(payload); }},
-            {u"RUS"_s, [&] { r.UsersReceived(payload); }},
-            {u"RMA"_s, [&] { r.MachinesReceived(payload); }},
-            {u"RPI"_s, [&] { r.GroupsReceived(payload); }},
-            {u"RPU"_s, [&] { r.UsersGroupReceived(payload); }},
-            {u"UGR"_s, [&] { r.UserGroupsReceived(payload); }},
-            {u"StoreLevels"_s, [&] { r.StoreLevels(payload); }},
-            {u"RAD"_s, [&] { r.StoreAdministrator(payload, failure); }},
-            {u"TMP"_s, [&] { r.TemplateReceived(payload); }},
-            {u"TemplatesReceived"_s, [&] { r.TemplatesReceived(payload); }},
-            {u"MDE"_s, [&] { r.MessagesDeleted(payload); }},
-            {u"PDE"_s, [&] { r.PackagesDeleted(payload); }},
-            {u"MSC"_s, [&] { r.MessageStatusChanged(payload, failure); }},
-            {u"PSC"_s, [&] { r.PackageStatusChanged(payload, failure); }},
-            {u"RCP"_s, [&] { f.receipts.GetReceipt(payload); }},
-            {u"ARC"_s, [&] { f.receipts.GetAdminReceipt(payload); }},
-        };
-        handlers.value(handler)();
+        const QString none, lone(QChar(2));
+        for (const QString &list : {none, lone}) {
+            f.intake.MessageReceived(list, false);
+            f.intake.MessageReceived(list, true);
+            r.UserGroupsReceived(list);
+        }
+        f.intake.PackageReceived(none, false);
+        f.intake.PackageReceived(none, true);
+        f.intake.AllMessageReceived(none);
+        r.UsersReceived(none);
+        r.MachinesReceived(none);
+        r.GroupsReceived(none);
+        r.UsersGroupReceived(none);
+        r.StoreLevels(none);
+        r.StoreAdministrator(lone + u"3"_s, failure); // no user
+        r.TemplateReceived(none);
+        r.TemplatesReceived(none);
+        for (const QString &ids : {none, u","_s})
+            r.MessagesDeleted(ids);
+        r.PackagesDeleted(none);
+        r.MessageStatusChanged(u"3"_s + lone, failure); // no ID
+        r.PackageStatusChanged(u"3"_s + lone, failure);
+        for (const QString &receipts : {none, QString(QChar(3))})
+            f.receipts.GetReceipt(receipts);
+        f.receipts.GetAdminReceipt(none);
 
         QVERIFY(!failure.isSet());
         QCOMPARE(f.sent, QStringList());
@@ -214,65 +196,66 @@ private Q_SLOTS:
     void storedMessagesFollowTheServer()
     {
         Fixture f;
+        const auto inbox = [] { return stored(u"Inbox"_s); };
+        const auto events = [&f](const QString &kind) { return f.frontend.events.filter(kind); };
         // A group target counts once the server has said we belong to the group.
         gProcess().CurrentList = 1;
-        f.intake.MessageReceived(record(u"G1"_s, u"ops"_s), false);
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
+        f.receive(record(u"G1"_s, u"ops"_s));
+        QCOMPARE(inbox(), QStringList());
         f.replication.UserGroupsReceived(u"OPS"_s + QChar(2) + u"sales"_s);
-        f.intake.MessageReceived(record(u"G1"_s, u"ops"_s), false);
-        QCOMPARE(stored(u"Inbox"_s), QStringList{u"G1"_s});
-        QCOMPARE(f.frontend.events.filter(u"add 1 G"_s), QStringList{u"add 1 G1"_s});
+        f.receive(record(u"G1"_s, u"ops"_s));
+        QCOMPARE(inbox(), QStringList{u"G1"_s});
+        QCOMPARE(events(u"add 1 G"_s), QStringList{u"add 1 G1"_s});
         // The target changes away from us: the stored copy goes, and the open list hears of it.
-        f.intake.MessageReceived(record(u"G1"_s, u"finance"_s), false);
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
-        QCOMPARE(f.frontend.events.filter(u"del 1 G"_s), QStringList{u"del 1 G1"_s});
+        f.receive(record(u"G1"_s, u"finance"_s));
+        QCOMPARE(inbox(), QStringList());
+        QCOMPARE(events(u"del 1 G"_s), QStringList{u"del 1 G1"_s});
 
         // Only the expiration and modification dates differ: nothing changes.
-        f.intake.MessageReceived(record(u"M"_s), false);
+        f.receive(record(u"M"_s));
         const QString later = record(u"M"_s).replace(DateText::DateToText(FakeClock::at(2026, 12, 1)),
                                                      DateText::DateToText(FakeClock::at(2027, 1, 1)));
-        f.intake.MessageReceived(
-            tagged(later, u"MOD"_s, DateText::DateToText(FakeClock::at(2026, 11, 23, 9, 30))), false);
+        f.receive(tagged(later, u"MOD"_s, DateText::DateToText(FakeClock::at(2026, 11, 23, 9, 30))));
         QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"M"_s).ExpirationDate, FakeClock::at(2026, 12, 1));
         // An edit while on display replaces it on the banner.
         const QString edited = record(u"M"_s).replace(u"Text of M"_s, u"New text"_s);
-        f.intake.MessageReceived(edited, false);
+        f.receive(edited);
         QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"M"_s).Message, u"New text"_s);
-        QCOMPARE(f.frontend.events.filter(u"undisplay M"_s), QStringList{u"undisplay M"_s});
+        QCOMPARE(events(u"undisplay M"_s), QStringList{u"undisplay M"_s});
         QCOMPARE(f.frontend.displayed.count(u"M"_s), 2);
         // Status 1 received for a finished row keeps it finished.
         ChangeMessageStatus(ClientDB(), u"M"_s, StatusFinished, u"Inbox"_s);
-        f.intake.MessageReceived(edited, false);
+        f.receive(edited);
         QCOMPARE(status(u"M"_s), qint32(StatusFinished));
         // Cancelled by the author: withdrawn; resubmitted: shown again; deleted: gone.
-        f.intake.MessageReceived(tagged(edited, u"STA"_s, u"0"_s), false);
+        f.receive(tagged(edited, u"STA"_s, u"0"_s));
         QCOMPARE(status(u"M"_s), qint32(StatusCancelled));
-        QCOMPARE(f.frontend.events.filter(u"undisplay M"_s).size(), 2);
-        f.intake.MessageReceived(tagged(edited, u"STA"_s, u"5"_s), false);
+        QCOMPARE(events(u"undisplay M"_s).size(), 2);
+        f.receive(tagged(edited, u"STA"_s, u"5"_s));
         QCOMPARE(f.frontend.displayed.count(u"M"_s), 3);
         QCOMPARE(status(u"M"_s), qint32(StatusActive));
-        f.intake.MessageReceived(tagged(edited, u"STA"_s, u"3"_s), false);
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
+        f.receive(tagged(edited, u"STA"_s, u"3"_s));
+        QCOMPARE(inbox(), QStringList());
 
         // Deletions and status changes replicated from the server.
-        f.intake.MessageReceived(QStringList{record(u"S"_s), record(u"T"_s), record(u"U"_s)}.join(QChar(2)),
-                                 false);
+        f.receive({record(u"S"_s), record(u"T"_s), record(u"U"_s)});
         f.sent.clear();
         Failure failure;
         f.replication.MessageStatusChanged(u"3"_s + QChar(2) + u"S"_s, failure);
         QVERIFY(!failure.isSet());
         QCOMPARE(f.sent, QStringList{cms(u"S"_s)});
+        QCOMPARE(events(u"undisplay S"_s), QStringList{u"undisplay S"_s});
         f.replication.MessagesDeleted(u"T,U"_s);
-        QCOMPARE(stored(u"Inbox"_s), QStringList());
+        QCOMPARE(inbox(), QStringList());
         // After that the same id counts as new.
-        f.intake.MessageReceived(record(u"S"_s), false);
+        f.receive(record(u"S"_s));
         QCOMPARE(f.frontend.displayed.count(u"S"_s), 2);
         f.replication.MessageStatusChanged(u"3"_s, failure);
         QVERIFY(failure.isSet());
 
         // Copies for the console, and packages for a postmaster.
         gSession().AdminsLoaded = true;
-        f.intake.MessageReceived(record(u"X"_s, u"someone"_s), false);
+        f.receive(record(u"X"_s, u"someone"_s));
         QVERIFY(MessageExist(TempDB(), u"Outbox"_s, u"X"_s));
         UserInfos postmaster(Me);
         postmaster.setMachineID(MyMachine);
@@ -283,8 +266,7 @@ private Q_SLOTS:
         f.intake.PackageReceived(package, false);
         QCOMPARE(f.sent, QStringList{u"CPK"_s + QChar(1) + u"P"_s + QChar(2) + MyMachine});
         QCOMPARE(stored(u"InPkg"_s), QStringList{u"P"_s});
-        QCOMPARE(GetMessage(ClientDB(), u"InPkg"_s, u"P"_s).NextRunDate,
-                 FakeClock::at(2026, 11, 23, 9, 0, 0));
+        QCOMPARE(GetMessage(ClientDB(), u"InPkg"_s, u"P"_s).NextRunDate, FakeClock::at(2026, 11, 23, 9, 0));
         f.intake.PackageReceived(tagged(package, u"STA"_s, u"3"_s), false);
         QCOMPARE(stored(u"InPkg"_s), QStringList());
         QCOMPARE(GetMessage(ClientDB(), u"OutPkg"_s, u"P"_s).Status, qint32(StatusDeleted));

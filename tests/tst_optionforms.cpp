@@ -21,67 +21,117 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// The process's settings on a file of a fresh profile, read as the client reads them, and a
+// server whose configuration commands are kept while the link is up.
+struct Fixture
+{
+    TempProfile profile;
+    Options &options = read(gOptions());
+    UserInfos user{u"reader"_s};
+    int told = 0;
+    RecordingFrontend frontend;
+    QStringList sent;
+    bool linkUp = true;
+
+    Options &read(Options &into) const
+    {
+        gProcess().AppDataPath = profile.dataHome();
+        into.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
+        into.ReadOptions();
+        return into;
+    }
+    ClientConfigForm::Context client{options, user, [this] { ++told; }};
+    // What the file holds: font name, size, bold, italic; place across, down; speed, steps; language, trace.
+    QString saved() const
+    {
+        Options o;
+        read(o);
+        return QString::asprintf("%s %d %d %d %d %d %d %d %d %d", qUtf8Printable(o.Font.Name), o.Font.Size,
+                                 o.Font.Bold, o.Font.Italic, o.HorizontalPosition, o.VerticalPosition,
+                                 o.RefreshRate, o.RefreshSteps, o.Language, o.Trace);
+    }
+    // A server configuration form on screen, as the console opens it.
+    QPointer<frmConfigServer> server(const QString &config)
+    {
+        auto *form = new frmConfigServer({frontend, [this](const ServerConfig &sending) {
+                                              if (linkUp)
+                                                  sent << Commands::SCU(sending);
+                                              return linkUp;
+                                          }});
+        form->SetConfig(config);
+        form->show();
+        return form;
+    }
+};
+
+// A window on screen and active, so that its letters reach their buttons.
+void showActive(QWidget *window)
+{
+    window->show();
+    QApplication::setActiveWindow(window);
+    QVERIFY(QTest::qWaitForWindowActive(window));
+}
+
+// Digits typed over a spin row's value, the focus left in it, then OK by its letter.
+template <typename Form>
+void typeThenAltO(Form *form, const QString &key, const QString &digits)
+{
+    showActive(form);
+    QWidget *spin = form->ui.propConfig->editor(key);
+    spin->setFocus();
+    QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(spin, digits);
+    QCOMPARE(QApplication::focusWidget(), spin);
+    QTest::keyClick(spin, Qt::Key_O, Qt::AltModifier);
+    QTRY_VERIFY(!form->isVisible());
+}
+
+} // namespace
+
 class TestOptionForms : public QObject
 {
     Q_OBJECT
 
-private:
-    // The process's settings on a file of the profile, read as the client reads them.
-    static Options &settings(const TempProfile &profile)
-    {
-        gProcess().AppDataPath = profile.dataHome();
-        Options &options = gOptions();
-        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
-        options.ReadOptions();
-        return options;
-    }
-
-    // A window on screen and active, so that its letters reach their buttons.
-    static void showActive(QWidget *window)
-    {
-        window->show();
-        QApplication::setActiveWindow(window);
-        QVERIFY(QTest::qWaitForWindowActive(window));
-    }
-
-    // Digits typed over a spin row's value, the focus left in it, then OK by its letter.
-    static void typeThenAltO(QDialog &form, PropertyInspector &rows, const QString &key,
-                             const QString &digits)
-    {
-        const auto *ok = form.findChild<QPushButton *>(u"OKButton"_s);
-        QCOMPARE(QKeySequence::mnemonic(ok->text()), QKeySequence(Qt::ALT | Qt::Key_O));
-        QWidget *spin = rows.editor(key);
-        spin->setFocus();
-        QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClicks(spin, digits);
-        QCOMPARE(QApplication::focusWidget(), spin);
-        QTest::keyClick(spin, Qt::Key_O, Qt::AltModifier);
-        QTRY_VERIFY(!form.isVisible());
-    }
-
-    static Options readBack(const TempProfile &profile)
-    {
-        Options options;
-        options.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
-        options.ReadOptions();
-        return options;
-    }
-
 private Q_SLOTS:
-    void okStoresEveryRowAfterALanguageSwitch()
+    // Cancel, or Escape from inside a row, stores nothing and gives the language back; OK stores
+    // every row, also after a language switch.
+    void clientOptions()
     {
-        TempProfile profile;
-        Options &options = settings(profile);
-        UserInfos user(u"reader"_s);
-        int told = 0;
-        frmClientConfig form({options, user, [&] { ++told; }});
+        Fixture f;
+        for (const bool byEscape : {false, true}) {
+            frmClientConfig form(f.client);
+            showActive(&form);
+            qobject_cast<QComboBox *>(form.ui.propConfig->editor(u"Language"_s))->setCurrentIndex(1);
+            QCOMPARE(ResString(549), u"Options du client"_s);
+            QWidget *speed = form.ui.propConfig->editor(u"RefreshRate"_s);
+            speed->setFocus();
+            QVERIFY(form.ui.lblHint->toPlainText().startsWith(u"Fréquence de rafraîchissement\n"_s));
+            QTest::keyClicks(speed, u"7"_s);
+            if (byEscape)
+                QTest::keyClick(speed, Qt::Key_Escape);
+            else
+                QTest::mouseClick(form.ui.CancelButton, Qt::LeftButton);
+            QVERIFY(!form.isVisible());
+            QCOMPARE(ResString(549), u"Client options"_s);
+        }
+        QCOMPARE(f.options.RefreshRate, 100);
+        QCOMPARE(f.told, 0);
+        QVERIFY(!QFile::exists(f.options.iniPath()));
+
+        f.options.HorizontalPosition = 2;
+        f.options.VerticalPosition = 1;
+        frmClientConfig form(f.client);
         PropertyInspector &rows = *form.ui.propConfig;
+        // The last place in each list shows as chosen; the first one chosen is taken.
+        QCOMPARE((QVariantList{rows.value(u"PositionHorizontal"_s), rows.value(u"VerticalPosition"_s)}),
+                 (QVariantList{2, 1}));
         rows.setValue(u"FontName"_s, u"Courier"_s);
         rows.setValue(u"FontSize"_s, 20);
         rows.setValue(u"FontItalic"_s, true);
-        rows.setValue(u"PositionHorizontal"_s, 2);
-        rows.setValue(u"VerticalPosition"_s, 1);
-        rows.setValue(u"RefreshRate"_s, 50);
+        rows.setValue(u"PositionHorizontal"_s, 0);
+        rows.setValue(u"VerticalPosition"_s, 0);
         rows.setValue(u"RefreshSteps"_s, 5);
         rows.setValue(u"Trace"_s, true);
 
@@ -89,372 +139,170 @@ private Q_SLOTS:
         qobject_cast<QComboBox *>(rows.editor(u"Language"_s))->setCurrentIndex(1);
         QCOMPARE(form.windowTitle(), u"Options du client"_s);
         QCOMPARE(rows.caption(u"RefreshRate"_s), u"Fréquence de rafraîchissement"_s);
-        QCOMPARE(qobject_cast<QComboBox *>(rows.editor(u"PositionHorizontal"_s))->currentText(), u"Droite"_s);
-        QCOMPARE(rows.value(u"RefreshRate"_s), QVariant(50));
+        QCOMPARE(qobject_cast<QComboBox *>(rows.editor(u"PositionHorizontal"_s))->currentText(), u"Gauche"_s);
         QCOMPARE(rows.value(u"Font"_s), QVariant(u"Courier 20, Italique"_s));
-        QCOMPARE(told, 0);
 
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(form.result(), int(QDialog::Accepted));
-        QCOMPARE(told, 1);
-        QCOMPARE(user.Language, qint16(1));
-        const Options saved = readBack(profile);
-        QCOMPARE(saved.Font.Name, u"Courier"_s);
-        QCOMPARE(saved.Font.Size, 20);
-        QCOMPARE(saved.Font.Bold, false);
-        QCOMPARE(saved.Font.Italic, true);
-        QCOMPARE(saved.HorizontalPosition, 2);
-        QCOMPARE(saved.VerticalPosition, 1);
-        QCOMPARE(saved.RefreshRate, 50);
-        QCOMPARE(saved.RefreshSteps, 5);
-        QCOMPARE(saved.Language, qint16(1));
-        QCOMPARE(saved.Trace, true);
+        // OK by its letter while a spin row still holds typed digits takes them.
+        typeThenAltO(&form, u"RefreshRate"_s, u"50"_s);
+        QCOMPARE(f.told, 1);
+        QCOMPARE(f.user.Language, qint16(1));
+        QCOMPARE(f.saved(), u"Courier 20 0 1 0 0 50 5 1 1"_s);
     }
 
-    void fontSummaryFollowsTheRowsBeforeOk()
-    {
-        TempProfile profile;
-        Options &options = settings(profile);
-        // A name this machine lacks is shown as it is stored.
-        options.Font = {u"No Such Family Here"_s, false, false, 12};
-        UserInfos user(u"reader"_s);
-        frmClientConfig form({options, user, {}});
-        PropertyInspector &rows = *form.ui.propConfig;
-        QCOMPARE(rows.value(u"Font"_s), QVariant(u"No Such Family Here 12"_s));
-        QTest::keyClick(rows.editor(u"FontBold"_s), Qt::Key_Space);
-        QCOMPARE(rows.value(u"Font"_s), QVariant(u"No Such Family Here 12, Bold"_s));
-        qobject_cast<QSpinBox *>(rows.editor(u"FontSize"_s))->setValue(14);
-        QCOMPARE(rows.value(u"Font"_s), QVariant(u"No Such Family Here 14, Bold"_s));
-        // A font given in pixels keeps the row's size.
-        form.logic().FontChosen(u"Serif"_s, -1, false, true);
-        QCOMPARE(form.logic().FontSummary(), u"Serif 14, Italic"_s);
-        QCOMPARE(options.Font.Bold, false);
-    }
-
-    void defaultRestoresSavesAndCloses()
-    {
-        TempProfile profile;
-        Options &options = settings(profile);
-        options.Font = {u"Courier"_s, true, true, 30};
-        options.RefreshRate = 7;
-        options.RefreshSteps = 9;
-        options.Trace = true;
-        options.HorizontalPosition = 2;
-        options.SaveOptions();
-        UserInfos user(u"reader"_s);
-        int told = 0;
-        frmClientConfig form({options, user, [&] { ++told; }});
-        QTest::mouseClick(form.ui.DefaultButton, Qt::LeftButton);
-        QCOMPARE(form.result(), int(QDialog::Accepted));
-        QCOMPARE(told, 1);
-        const Options saved = readBack(profile);
-        QCOMPARE(saved.Font.Name, u"Arial"_s);
-        QCOMPARE(saved.Font.Bold, false);
-        QCOMPARE(saved.Font.Italic, false);
-        QCOMPARE(saved.Font.Size, 12);
-        QCOMPARE(saved.RefreshRate, 100);
-        QCOMPARE(saved.RefreshSteps, 1);
-        QCOMPARE(saved.Trace, false);
-        // A reset leaves the banner's place alone.
-        QCOMPARE(saved.HorizontalPosition, 2);
-    }
-
-    void cancelStoresNothingAndRestoresTheLanguage()
-    {
-        TempProfile profile;
-        Options &options = settings(profile);
-        UserInfos user(u"reader"_s);
-        int told = 0;
-        frmClientConfig form({options, user, [&] { ++told; }});
-        form.ui.propConfig->setValue(u"RefreshRate"_s, 3);
-        qobject_cast<QComboBox *>(form.ui.propConfig->editor(u"Language"_s))->setCurrentIndex(1);
-        QCOMPARE(ResString(549), u"Options du client"_s);
-        QTest::mouseClick(form.ui.CancelButton, Qt::LeftButton);
-        QCOMPARE(form.result(), int(QDialog::Rejected));
-        QCOMPARE(options.Language, qint16(0));
-        QCOMPARE(ResString(549), u"Client options"_s);
-        QCOMPARE(options.RefreshRate, 100);
-        QCOMPARE(told, 0);
-        QVERIFY(!QFile::exists(options.iniPath()));
-    }
-
-    void inspectorRowKindsThroughItsApi()
-    {
-        PropertyInspector inspector;
-        inspector.addRows({{u"s"_s, PropertyKind::Section},
-                           {u"check"_s, PropertyKind::Check, u"s"_s},
-                           {u"list"_s, PropertyKind::List, u"s"_s},
-                           {u"spin"_s, PropertyKind::Spin, u"s"_s, 0, 1, 20},
-                           {u"text"_s, PropertyKind::Text, u"s"_s},
-                           {u"path"_s, PropertyKind::TextButton, u"s"_s, 0, 0, 0, true}});
-        QSignalSpy toggled(&inspector, &PropertyInspector::checkToggled);
-        QSignalSpy edited(&inspector, &PropertyInspector::edited);
-        QSignalSpy clicked(&inspector, &PropertyInspector::buttonClicked);
-        QSignalSpy editing(&inspector, &PropertyInspector::editing);
-
-        QTest::keyClick(inspector.editor(u"check"_s), Qt::Key_Space);
-        QCOMPARE(toggled.size(), 1);
-        QCOMPARE(toggled.at(0), (QVariantList{u"check"_s, true}));
-        QCOMPARE(inspector.value(u"check"_s), QVariant(true));
-
-        inspector.setListItems(u"list"_s, {u"a"_s, u"b"_s, u"c"_s});
-        inspector.setValue(u"list"_s, 1);
-        QCOMPARE(edited.size(), 1); // set by the program: no edit
-        QTest::keyClick(inspector.editor(u"list"_s), Qt::Key_Down);
-        QCOMPARE(inspector.value(u"list"_s), QVariant(2));
-        QCOMPARE(edited.last().at(0), QVariant(u"list"_s));
-        inspector.setListItems(u"list"_s, {u"A"_s, u"B"_s, u"C"_s});
-        QCOMPARE(inspector.value(u"list"_s), QVariant(2));
-
-        inspector.setValue(u"spin"_s, 500);
-        QCOMPARE(inspector.value(u"spin"_s), QVariant(20));
-        QTest::keyClick(inspector.editor(u"spin"_s), Qt::Key_Up);
-        QCOMPARE(inspector.value(u"spin"_s), QVariant(20));
-        inspector.setValue(u"spin"_s, -4);
-        QCOMPARE(inspector.value(u"spin"_s), QVariant(1));
-
-        // Leaving a text unchanged is no edit.
-        const qsizetype before = edited.size();
-        QTest::keyClicks(inspector.editor(u"text"_s), u"x"_s);
-        QTest::keyClick(inspector.editor(u"text"_s), Qt::Key_Return);
-        QTest::keyClick(inspector.editor(u"text"_s), Qt::Key_Return);
-        QCOMPARE(edited.size(), before + 1);
-
-        QTest::keyClick(inspector.editor(u"path"_s), Qt::Key_F4);
-        QTest::keyClick(inspector.editor(u"path"_s), Qt::Key_Down, Qt::AltModifier);
-        QCOMPARE(clicked.size(), 2);
-        inspector.setRowEnabled(u"path"_s, false);
-        QTest::keyClick(inspector.editor(u"path"_s), Qt::Key_F4);
-        QCOMPARE(clicked.size(), 2);
-
-        // The arrows move from a check to the next row.
-        inspector.setCurrentKey(u"check"_s);
-        QTest::keyClick(inspector.editor(u"check"_s), Qt::Key_Down);
-        QCOMPARE(inspector.currentKey(), u"list"_s);
-        QCOMPARE(editing.last().at(0), QVariant(u"list"_s));
-    }
-
-    void tabGoesThroughTheRowsBeforeTheButtons()
+    // Each kind of row through the inspector's own interface and the keyboard; Tab goes
+    // through the rows before it reaches the buttons.
+    void inspectorRows()
     {
         QWidget window;
         auto *inspector = new PropertyInspector(&window);
+        inspector->addRows({{u"s"_s, PropertyKind::Section},
+                            {u"check"_s, PropertyKind::Check, u"s"_s},
+                            {u"list"_s, PropertyKind::List, u"s"_s},
+                            {u"text"_s, PropertyKind::Text, u"s"_s},
+                            {u"path"_s, PropertyKind::TextButton, u"s"_s, 0, 0, 0, true}});
         auto *button = new QPushButton(&window);
-        inspector->addRows({{u"a"_s, PropertyKind::Check}, {u"b"_s, PropertyKind::Text}});
+        QSignalSpy edited(inspector, &PropertyInspector::edited);
+        QSignalSpy clicked(inspector, &PropertyInspector::buttonClicked);
+        QSignalSpy editing(inspector, &PropertyInspector::editing);
+
+        QTest::keyClick(inspector->editor(u"check"_s), Qt::Key_Space);
+
+        inspector->setListItems(u"list"_s, {u"a"_s, u"b"_s, u"c"_s});
+        inspector->setValue(u"list"_s, 1); // set by the program: no edit
+        QTest::keyClick(inspector->editor(u"list"_s), Qt::Key_Down);
+        inspector->setListItems(u"list"_s, {u"A"_s, u"B"_s, u"C"_s});
+        QCOMPARE(inspector->value(u"list"_s), QVariant(2));
+
+        // Leaving a text unchanged is no edit.
+        QTest::keyClicks(inspector->editor(u"text"_s), u"x"_s);
+        QTest::keyClick(inspector->editor(u"text"_s), Qt::Key_Return);
+        QTest::keyClick(inspector->editor(u"text"_s), Qt::Key_Return);
+        QCOMPARE(edited, (QList<QVariantList>{{u"check"_s}, {u"list"_s}, {u"text"_s}}));
+
+        QTest::keyClick(inspector->editor(u"path"_s), Qt::Key_F4);
+        QTest::keyClick(inspector->editor(u"path"_s), Qt::Key_Down, Qt::AltModifier);
+        inspector->setRowEnabled(u"path"_s, false);
+        QTest::keyClick(inspector->editor(u"path"_s), Qt::Key_F4);
+        QCOMPARE(clicked.size(), 2);
+
+        // The arrows move from a check to the next row; Tab from the last row to the buttons.
+        inspector->setCurrentKey(u"check"_s);
+        QTest::keyClick(inspector->editor(u"check"_s), Qt::Key_Down);
+        QCOMPARE(inspector->currentKey(), u"list"_s);
+        QCOMPARE(editing.last().at(0), QVariant(u"list"_s));
+        inspector->setRowEnabled(u"path"_s, true);
         window.show();
         QApplication::setActiveWindow(&window);
-        inspector->editor(u"a"_s)->setFocus();
+        inspector->editor(u"text"_s)->setFocus();
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), inspector->editor(u"b"_s));
-        QCOMPARE(inspector->currentKey(), u"b"_s);
+        QCOMPARE(QApplication::focusWidget(), inspector->editor(u"path"_s));
+        QCOMPARE(inspector->currentKey(), u"path"_s);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         QCOMPARE(QApplication::focusWidget(), button);
     }
 
-    // OK pressed by its letter while a spin row still holds typed digits takes them,
-    // in the options and in the server's configuration.
-    void okByItsLetterTakesWhatWasTyped()
-    {
-        TempProfile profile;
-        Options &options = settings(profile);
-        UserInfos user(u"reader"_s);
-        frmClientConfig optionsForm({options, user, {}});
-        showActive(&optionsForm);
-        typeThenAltO(optionsForm, *optionsForm.ui.propConfig, u"RefreshRate"_s, u"42"_s);
-        QCOMPARE(optionsForm.result(), int(QDialog::Accepted));
-        QCOMPARE(readBack(profile).RefreshRate, 42);
-
-        RecordingFrontend frontend;
-        QList<ServerConfig> sent;
-        frmConfigServer server({frontend, [&](const ServerConfig &config) {
-                                    sent.append(config);
-                                    return true;
-                                }});
-        server.setAttribute(Qt::WA_DeleteOnClose, false);
-        server.SetConfig(u"PORT=5000;UDPP=5001;"_s);
-        showActive(&server);
-        typeThenAltO(server, *server.ui.propConfig, u"UDPPort"_s, u"5002"_s);
-        QVERIFY(frontend.questions.isEmpty());
-        QCOMPARE(sent.size(), 1);
-        QCOMPARE(sent[0].ToString(), u"PORT=5000;UDPP=5002;"_s);
-    }
-
-    // Values beyond a row's editor that the person left alone go back exactly as they came.
+    // Values beyond a row's editor that the person left alone go back exactly as they came; the
+    // font summary follows the rows; Default saves the defaults but leaves the banner's place alone.
     void untouchedRowsGoBackAsTheyCame()
     {
-        TempProfile profile;
-        Options &options = settings(profile);
-        options.Font = {u"Courier"_s, false, false, 96};
-        options.RefreshRate = 150;
-        options.RefreshSteps = 0;
-        options.SaveOptions();
-        UserInfos user(u"reader"_s);
-        frmClientConfig form({options, user, {}});
+        Fixture f;
+        // A name this machine lacks is shown as it is stored.
+        f.options.Font = {u"No Such Family"_s, false, false, 96};
+        f.options.RefreshRate = 150;
+        f.options.RefreshSteps = 0;
+        f.options.HorizontalPosition = 2;
+        f.options.Trace = true;
+        f.options.SaveOptions();
+        frmClientConfig form(f.client);
         PropertyInspector &rows = *form.ui.propConfig;
-        QCOMPARE(rows.value(u"FontSize"_s), QVariant(96));
+        QCOMPARE(rows.value(u"Font"_s), QVariant(u"No Such Family 96"_s));
         // Bold reads the font rows back into the summary: the size is not clamped by it.
         QTest::keyClick(rows.editor(u"FontBold"_s), Qt::Key_Space);
-        QCOMPARE(rows.value(u"Font"_s), QVariant(u"Courier 96, Bold"_s));
+        QCOMPARE(rows.value(u"Font"_s), QVariant(u"No Such Family 96, Bold"_s));
         QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        Options saved = readBack(profile);
-        QCOMPARE(saved.Font.Size, 96);
-        QCOMPARE(saved.Font.Bold, true);
-        QCOMPARE(saved.RefreshRate, 150);
-        QCOMPARE(saved.RefreshSteps, 0);
+        QCOMPARE(f.saved(), u"No Such Family 96 1 0 2 0 150 0 0 1"_s);
 
-        // A speed the person does set is taken, the other one still as it came.
-        frmClientConfig again({gOptions(), user, {}});
+        // A speed or size the person does set is taken, the rest still as it came.
+        frmClientConfig again(f.client);
         qobject_cast<QSpinBox *>(again.ui.propConfig->editor(u"RefreshSteps"_s))->setValue(3);
+        qobject_cast<QSpinBox *>(again.ui.propConfig->editor(u"FontSize"_s))->setValue(14);
+        QCOMPARE(again.ui.propConfig->value(u"Font"_s), QVariant(u"No Such Family 14, Bold"_s));
         QTest::mouseClick(again.ui.OKButton, Qt::LeftButton);
-        saved = readBack(profile);
-        QCOMPARE(saved.RefreshSteps, 3);
-        QCOMPARE(saved.RefreshRate, 150);
+        QCOMPARE(f.saved(), u"No Such Family 14 1 0 2 0 150 3 0 1"_s);
 
-        RecordingFrontend frontend;
-        QList<ServerConfig> sent;
-        QPointer<frmConfigServer> server = new frmConfigServer({frontend, [&](const ServerConfig &config) {
-                                                                    sent.append(config);
-                                                                    return true;
-                                                                }});
-        server->SetConfig(u"PORT=70000;UDPP=0;GENE;GENP=99999;"_s);
-        server->show();
-        QCOMPARE(server->ui.propConfig->value(u"ClientPort"_s), QVariant(65535));
-        QTest::keyClick(server->ui.propConfig->editor(u"DebugTrace"_s), Qt::Key_Space);
-        QTest::mouseClick(server->ui.OKButton, Qt::LeftButton);
-        // No port was chosen, so there is no port question either.
-        QVERIFY(frontend.questions.isEmpty());
-        QCOMPARE(sent.size(), 1);
-        QCOMPARE(Commands::SCU(sent[0]), u"SCU\u0001PORT=70000;UDPP=0;TRCE;GENE;GENP=99999;"_s);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(server.isNull());
+        frmClientConfig reset(f.client);
+        reset.logic().FontChosen(u"Serif"_s, 16, false, true);
+        QCOMPARE(reset.logic().FontSummary(), u"Serif 16, Italic"_s);
+        // A font given in pixels keeps the row's size, one without a name the row's name.
+        reset.logic().FontChosen(QString(), -1, true, false);
+        QCOMPARE(reset.logic().FontSummary(), u"Serif 16, Bold"_s);
+        QTest::mouseClick(reset.ui.DefaultButton, Qt::LeftButton);
+        QCOMPARE(reset.result(), int(QDialog::Accepted));
+        QCOMPARE(f.told, 3);
+        QCOMPARE(f.saved(), u"Arial 12 0 0 2 0 100 1 0 0"_s);
     }
 
-    // A pasted separator never reaches the wire, a configuration that does not
-    // leave keeps the form open, and one beyond a frame is refused, in both languages.
-    void serverConfigurationRefusals()
+    // Escape or an unchanged configuration closes the form sending nothing; ports nobody touched
+    // go back as they came; a new client port is
+    // asked about first, No puts the old one back; a pasted separator never reaches the wire, a
+    // configuration that does not leave keeps the form open, one beyond a frame is refused; OK
+    // by its letter takes the digits typed in a row.
+    void serverConfiguration()
     {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        QList<ServerConfig> sent;
-        bool linkUp = false;
-        frmConfigServer form({frontend, [&](const ServerConfig &config) {
-                                  if (linkUp)
-                                      sent.append(config);
-                                  return linkUp;
-                              }});
-        form.setAttribute(Qt::WA_DeleteOnClose, false);
-        form.SetConfig(u"PORT=5000;UDPP=5001;"_s);
-        form.show();
-        auto *path = qobject_cast<QLineEdit *>(form.ui.propConfig->editor(u"ClientUpdPath"_s));
+        Fixture f;
+        QPointer<frmConfigServer> form = f.server(u"PORT=5000;UDPP=5001;"_s);
+        showActive(form);
+        form->ui.propConfig->editor(u"UDPPort"_s)->setFocus();
+        QVERIFY(form->ui.lblHint->toPlainText().startsWith(u"Client UDP port number\n"_s));
+        QTest::keyClick(form->ui.propConfig->editor(u"UDPPort"_s), Qt::Key_Escape);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(form.isNull() && f.frontend.questions.isEmpty());
+        // Ports beyond their spins that nobody touched go back as they came, without a port question.
+        form = f.server(u"PORT=70000;UDPP=0;GENE;GENP=99999;"_s);
+        QCOMPARE(form->ui.propConfig->value(u"ClientPort"_s), QVariant(65535));
+        QTest::keyClick(form->ui.propConfig->editor(u"DebugTrace"_s), Qt::Key_Space);
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
+        QVERIFY(f.frontend.questions.isEmpty());
+        form = f.server(u"garbage;;==;zz\x02"_s);
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
+        QCOMPARE(f.frontend.questions[0].text, u"No change of the server's configuration"_s);
+        QVERIFY(!form->isVisible());
+
+        form = f.server(u"PORT=5000;UDPP=5001;GENE;"_s);
+        form->ui.propConfig->setValue(u"ClientPort"_s, 6000);
+        f.frontend.answerBox(ResultNo);
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
+        QCOMPARE(f.frontend.questions.last().text, ResString(136) + u'\n' + ResString(134));
+        QCOMPARE(f.frontend.questions.last().buttons, int(ButtonsYesNo));
+        QCOMPARE(form->ui.propConfig->value(u"ClientPort"_s), QVariant(5000));
+        auto *path = qobject_cast<QLineEdit *>(form->ui.propConfig->editor(u"ClientUpdPath"_s));
         path->setFocus();
         path->insert(u"//srv/upd\u0002ates"_s);
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(frontend.questions.size(), 1);
-        QCOMPARE(frontend.questions.last().caption, u"Invalid characters"_s);
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
         QCOMPARE(path->text(), u"//srv/updates"_s);
-        QVERIFY(form.isVisible());
-
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(frontend.questions.last().caption, u"Not sent"_s);
-        QVERIFY(form.isVisible());
+        f.linkUp = false;
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
         gOptions().Language = 1;
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(frontend.questions.last().caption, u"Non envoyé"_s);
-        QVERIFY(form.isVisible());
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
         gOptions().Language = 0;
-        QVERIFY(sent.isEmpty());
-
-        linkUp = true;
-        const qsizetype asked = frontend.questions.size();
-        const QString longPath = u"//srv/"_s + QString(40000, u'x');
-        path->setText(longPath);
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(frontend.questions.size(), asked + 1);
-        QCOMPARE(frontend.questions.last().caption, u"Too long to send"_s);
-        QVERIFY(sent.isEmpty());
-        QVERIFY(form.isVisible());
+        f.linkUp = true;
+        path->setText(u"//srv/"_s + QString(40000, u'x'));
+        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
+        QCOMPARE(f.sent.size(), 1);
+        QVERIFY(form->isVisible());
+        QStringList captions;
+        for (const auto &question : f.frontend.questions)
+            captions << question.caption;
+        QCOMPARE(captions, (QStringList{u"Server configuration changed"_s, u"Server configuration changed"_s,
+                                        u"Invalid characters"_s, u"Not sent"_s, u"Non envoyé"_s,
+                                        u"Too long to send"_s}));
 
         path->setText(u"//srv/updates"_s);
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(sent.size(), 1);
-        QCOMPARE(Commands::SCU(sent[0]), u"SCU\u0001PORT=5000;UDPP=5001;CLOC=//srv/updates;"_s);
-        QVERIFY(!form.isVisible());
-    }
-
-    // Escape leaves both property dialogs, from inside a row, storing and sending nothing.
-    void escapeCloses()
-    {
-        TempProfile profile;
-        Options &options = settings(profile);
-        UserInfos user(u"reader"_s);
-        frmClientConfig form({options, user, {}});
-        showActive(&form);
-        QWidget *speed = form.ui.propConfig->editor(u"RefreshRate"_s);
-        speed->setFocus();
-        QTest::keyClicks(speed, u"7"_s);
-        QTest::keyClick(speed, Qt::Key_Escape);
-        QVERIFY(!form.isVisible());
-        QCOMPARE(form.result(), int(QDialog::Rejected));
-        QVERIFY(!QFile::exists(options.iniPath()));
-
-        RecordingFrontend frontend;
-        bool sent = false;
-        QPointer<frmConfigServer> server = new frmConfigServer({frontend, [&](const ServerConfig &) {
-                                                                    sent = true;
-                                                                    return true;
-                                                                }});
-        server->SetConfig(u"PORT=5000;UDPP=5001;"_s);
-        showActive(server);
-        QWidget *port = server->ui.propConfig->editor(u"UDPPort"_s);
-        port->setFocus();
-        QTest::keyClick(port, Qt::Key_Escape);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(server.isNull());
-        QVERIFY(!sent);
-        QVERIFY(frontend.questions.isEmpty());
-    }
-
-    void serverConfigurationOk()
-    {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        QList<ServerConfig> sent;
-        auto update = [&](const ServerConfig &config) {
-            sent.append(config);
-            return true;
-        };
-
-        // Garbage gives the defaults, and OK on them is no change.
-        QPointer<frmConfigServer> form = new frmConfigServer({frontend, update});
-        form->SetConfig(u"garbage;;==;zz\x02"_s);
-        form->show();
-        QCOMPARE(form->ui.propConfig->value(u"ClientPort"_s), QVariant(58502));
-        QCOMPARE(form->ui.propConfig->value(u"GenPort"_s), QVariant(3101));
-        QCOMPARE(form->ui.propConfig->value(u"DebugTrace"_s), QVariant(false));
-        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
-        QCOMPARE(frontend.questions.size(), 1);
-        QCOMPARE(frontend.questions[0].text, ResString(139));
-        QCOMPARE(frontend.questions[0].caption, ResString(135));
-        QVERIFY(sent.isEmpty());
-        QVERIFY(!form->isVisible());
-
-        form = new frmConfigServer({frontend, update});
-        form->SetConfig(u"PORT=5000;UDPP=5001;GENE;"_s);
-        form->show();
         form->ui.propConfig->setValue(u"ClientPort"_s, 6000);
-        frontend.answerBox(ResultNo);
-        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
-        QCOMPARE(frontend.questions.last().text, ResString(136) + u'\n' + ResString(134));
-        QCOMPARE(frontend.questions.last().buttons, int(ButtonsYesNo));
-        QCOMPARE(form->ui.propConfig->value(u"ClientPort"_s), QVariant(5000));
-        QVERIFY(form->isVisible());
-        QVERIFY(sent.isEmpty());
-
-        form->ui.propConfig->setValue(u"ClientPort"_s, 6000);
-        frontend.answerBox(ResultYes);
-        QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
-        QCOMPARE(sent.size(), 1);
-        QCOMPARE(sent[0].ToString(), u"PORT=6000;UDPP=5001;GENE;"_s);
-        QVERIFY(!form->isVisible());
+        f.frontend.answerBox(ResultYes);
+        typeThenAltO(form.data(), u"UDPPort"_s, u"5002"_s);
+        QCOMPARE(f.sent, (QStringList{u"SCU\u0001PORT=70000;UDPP=0;TRCE;GENE;GENP=99999;"_s,
+                                      u"SCU\u0001PORT=6000;UDPP=5002;CLOC=//srv/updates;GENE;"_s}));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(form.isNull());
     }

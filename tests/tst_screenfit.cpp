@@ -1,8 +1,7 @@
 // Every window on a small screen of 1024 by 600: its frame inside the part of the screen
 // that windows may use, and its closing buttons there too, where a click reaches them.
-// Offscreen, the test makes such a screen itself; under a real X server it takes the
+// Offscreen, CTest describes such a screen; under a real X server the test takes the
 // screen it is given (see screenfit.cmake).
-#include "authoring/GroupEditForm.h"
 #include "authoring/Selection.h"
 #include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
@@ -13,142 +12,125 @@
 #include "console/frmAdmin.h"
 #include "console/frmAdminsEdit.h"
 #include "console/frmConfigServer.h"
-#include "console/frmDirectory.h"
-#include "console/frmList.h"
 #include "console/frmPolicies.h"
 #include "core/Options.h"
-#include "core/Session.h"
-#include "core/UserInfos.h"
 #include "core/UserStore.h"
-#include "delivery/Receipts.h"
 #include "link/Policies.h"
 #include "link/ServerConfig.h"
-#include "store/LevelCollection.h"
-#include "support/RecordingFrontend.h"
-#include "support/StoreFixture.h"
+#include "support/AuthoringFixture.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/frmAbout.h"
 #include "ui/frmDialog.h"
 #include "ui/frmLog.h"
 
 #include <QApplication>
-#include <QLabel>
-#include <QPointer>
+#include <QDebug>
 #include <QPushButton>
 #include <QScreen>
 #include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
-#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-const QSize SmallScreen(1024, 600);
-
-QString text(const QRect &r)
+// Words and geometry, as QDebug prints them.
+QString said(const auto &...parts)
 {
-    return u"%1,%2 %3x%4"_s.arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
-}
-
-QString nameOf(const QWidget *w)
-{
-    return QLatin1String(w->metaObject()->className()) + u' ' + w->objectName();
+    QString text;
+    (QDebug(&text).noquote() << ... << parts);
+    return text;
 }
 
 // What keeps the window or one of its buttons from a person, empty when nothing does.
-QString misfitNow(QWidget *window, const QList<QWidget *> &buttons)
-{
-    const QRect area = window->screen()->availableGeometry();
-    if (!area.contains(window->frameGeometry()))
-        return nameOf(window) + u": frame "_s + text(window->frameGeometry()) + u" outside "_s + text(area);
-    for (QWidget *button : buttons) {
-        const QRect onScreen(button->mapToGlobal(QPoint(0, 0)), button->size());
-        if (!button->isVisible())
-            return nameOf(button) + u" hidden"_s;
-        if (!area.contains(onScreen))
-            return nameOf(button) + u" at "_s + text(onScreen) + u" outside "_s + text(area);
-        // Inside the window's own area and not under a part of it: a click there lands on the button
-        // (or, for a pane, on a part of it).
-        QWidget *hit = QApplication::widgetAt(onScreen.center());
-        if (hit != button && !button->isAncestorOf(hit))
-            return nameOf(button) + u" cannot be clicked at "_s + text(onScreen);
-    }
-    return {};
-}
-
 QString misfit(QWidget *window, const QList<QWidget *> &buttons)
 {
-    if (!window || !QTest::qWaitForWindowExposed(window))
-        return u"the window never showed"_s;
+    if (!QTest::qWaitForWindowExposed(window))
+        return said(window, "never showed");
+    const auto problem = [&]() -> QString {
+        const QRect area = window->screen()->availableGeometry();
+        if (!area.contains(window->frameGeometry()))
+            return said(window, "frame", window->frameGeometry(), "outside", area);
+        for (QWidget *button : buttons) {
+            const QRect onScreen(button->mapToGlobal(QPoint(0, 0)), button->size());
+            if (!button->isVisible() || !area.contains(onScreen))
+                return said(button, button->isVisible() ? "at" : "hidden at", onScreen, "outside", area);
+            // Not under another part of the window: a click there lands on the button (or the pane).
+            QWidget *hit = QApplication::widgetAt(onScreen.center());
+            if (hit != button && !button->isAncestorOf(hit))
+                return said(button, "cannot be clicked at", onScreen, "under", hit);
+        }
+        return {};
+    };
     // A real desktop frames and places the window a moment after it maps.
     const int patience = QGuiApplication::platformName() == u"xcb"_s ? 3000 : 0;
-    QString problem;
-    const bool fits = QTest::qWaitFor(
-        [&] {
-            problem = misfitNow(window, buttons);
-            return problem.isEmpty();
-        },
-        patience);
-    return fits ? QString() : problem;
+    return QTest::qWaitFor([&] { return problem().isEmpty(); }, patience) ? QString() : problem();
+}
+
+// What a person must reach: the buttons that close the form, a box's field, the console's pane.
+template <typename Form>
+QList<QWidget *> closers(Form *form)
+{
+    if constexpr (requires { form->btnCopy; }) {
+        return {form->OKButton, form->btnCopy};
+    } else if constexpr (requires { form->txtInput; }) {
+        QList<QWidget *> controls = QList<QWidget *>(std::begin(form->Button), std::end(form->Button))
+                                    << form->txtInput;
+        controls.removeIf([](QWidget *control) { return control->isHidden(); });
+        return controls;
+    } else if constexpr (requires { form->currentChild(); }) {
+        return {form->currentChild()};
+    } else {
+        QList<QWidget *> buttons{form->ui.OKButton};
+        if constexpr (requires { form->ui.CancelButton; })
+            buttons << form->ui.CancelButton;
+        if constexpr (requires { form->ui.DefaultButton; })
+            buttons << form->ui.DefaultButton;
+        return buttons;
+    }
 }
 
 template <typename Form>
 Form *shown()
 {
-    for (QWidget *w : QApplication::topLevelWidgets())
-        if (auto *form = qobject_cast<Form *>(w); form && form->isVisible())
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (auto *form = qobject_cast<Form *>(window); form && form->isVisible())
             return form;
     return nullptr;
 }
 
-// Checks the modal window that the call opens, then closes it so that the call returns.
+// Checks the window of the kind Form that open() shows (and, modal, waits on), then closes it.
 template <typename Form>
-QString misfitOfModal(const std::function<QList<QWidget *>(Form *)> &buttons,
-                      const std::function<void()> &open)
+void fits(const std::function<void()> &open)
 {
-    QString problem = u"no window opened"_s;
+    QString problem = QLatin1String(Form::staticMetaObject.className()) + u" never opened"_s;
+    bool checked = false;
     QTimer::singleShot(0, qApp, [&] {
-        auto *form = qobject_cast<Form *>(QApplication::activeModalWidget());
-        if (!form)
-            return;
-        problem = misfit(form, buttons(form));
-        form->close();
+        if (Form *form = shown<Form>()) {
+            problem = misfit(form, closers(form));
+            form->close();
+        }
+        checked = true;
     });
     open();
-    return problem;
+    QVERIFY(QTest::qWaitFor([&] { return checked; }));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
 }
 
-// The forms of authoring and the console, as the desktop opens them, with what they work with.
-struct Desk
+// The forms of authoring and the console, as the desktop opens them, with what they work with;
+// the desktop and its forms go before what they work with.
+struct Desk : AuthoringFixture
 {
-    StoreFixture f;
-    RecordingFrontend recorder;
-    UserInfos user{u"jdoe"_s};
-    Policies policies;
-    Session session;
-    std::function<bool(const QString &)> send = [](const QString &) { return true; };
-    Receipts senders{send};
     DesktopFrontend desktop;
 
     Desk()
     {
-        desktop.setAuthoring(AuthoringContext{f.clock, ClientDB(), TempDB(), user, gPolicies(), gLevels(),
-                                              gSession(), gProcess(), senders, recorder, send});
-        desktop.setConsole(ConsoleContext{ClientDB(), TempDB(), f.clock, recorder, gProcess(), session, user,
-                                          policies, gLevels(), send, nullptr, userStore(), f.profile.path(),
-                                          f.profile.dataHome()});
-    }
-    ~Desk()
-    {
-        desktop.setAuthoring(std::nullopt);
-        desktop.setConsole(std::nullopt);
-    }
-    QString userStore() const { return f.profile.path() + u"/Client.conf"_s; }
-    GroupEditForm::Context groups()
-    {
-        return {ClientDB(), TempDB(), f.clock, user, policies, session, gProcess(), recorder, send};
+        desktop.setAuthoring(context);
+        desktop.setConsole(ConsoleContext{
+            ClientDB(), TempDB(), clock, frontend, gProcess(), session, user, policies, gLevels(), send,
+            nullptr, profile.path() + u"/Client.conf"_s, profile.path(), profile.dataHome()});
     }
 };
 
@@ -159,194 +141,77 @@ class TestScreenFit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QCOMPARE(QGuiApplication::primaryScreen()->geometry().size(), SmallScreen); }
+    void initTestCase() { QCOMPARE(QGuiApplication::primaryScreen()->geometry().size(), QSize(1024, 600)); }
 
     void cleanup() { gOptions().Language = 0; }
 
-    // The composer (the tallest form), the package composer and the reply, in English and in French.
-    void authoringForms()
+    void everyWindow_data()
     {
-        Desk desk;
-        for (int language : {0, 1}) {
-            gOptions().Language = language;
-            desk.desktop.OpenMessageForm(0, u"ID1"_s, QString());
-            QPointer<frmMessage> composer = desk.desktop.messageForm();
-            QVERIFY(composer);
-            QString problem = misfit(composer, {composer->ui.OKButton, composer->ui.CancelButton});
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            composer->close();
-            QTRY_VERIFY(composer.isNull());
-
-            desk.desktop.OpenPackageForm(u"P1"_s, QString());
-            QPointer<frmMessage> package = shown<frmMessage>();
-            QVERIFY(package);
-            problem = misfit(package, {package->ui.OKButton, package->ui.CancelButton});
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            package->close();
-            QTRY_VERIFY(package.isNull());
-
-            QPointer<frmReply> reply =
-                new frmReply({desk.f.clock, ClientDB(), TempDB(), desk.user, gPolicies(), gLevels(),
-                              gSession(), gProcess(), desk.senders, desk.recorder, desk.send});
-            reply->Open(DVMessage(), u"R1"_s, false);
-            reply->show();
-            problem = misfit(reply, {reply->ui.OKButton, reply->ui.CancelButton});
-            delete reply;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-            // The recipients' list, asked for from the composer.
-            problem = misfitOfModal<frmSelection>(
-                [](frmSelection *form) {
-                    return QList<QWidget *>{form->ui.OKButton, form->ui.CancelButton};
-                },
-                [] { Selection::GetSelection(SelectUsers, QString()); });
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-        }
+        QTest::addColumn<int>("language");
+        QTest::newRow("English") << 0;
+        QTest::newRow("French") << 1;
     }
 
-    // The console's bottom edge, at the size it opens with and at the size a larger screen
-    // saved; its lists, and the editors its directories open.
-    void consoleForms()
+    // Every form, box and console, in either language: the composer (the tallest form), the
+    // console at the size it opens with and at the size a larger screen saved, and the long boxes.
+    void everyWindow()
     {
+        QFETCH(int, language);
+        gOptions().Language = language;
         Desk desk;
-        for (int language : {0, 1}) {
-            gOptions().Language = language;
-            desk.desktop.ShowConsole();
-            QPointer<frmAdmin> console = desk.desktop.console();
-            QVERIFY(console);
-            QString problem = misfit(console, {console->currentChild()});
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            console->Display(11);
-            problem = misfit(console, {console->currentChild()});
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            console->close();
-            QTRY_VERIFY(console.isNull());
-        }
-        // 1500 by 1000 pixels from (300, 150), in twips.
-        const UserStore store(desk.userStore());
+        fits<frmMessage>([&] { desk.desktop.OpenMessageForm(0, u"ID1"_s, QString()); });
+        fits<frmMessage>([&] { desk.desktop.OpenPackageForm(u"P1"_s, QString()); });
+        fits<frmReply>([&] {
+            auto *reply = new frmReply(desk.context);
+            reply->Open(DVMessage(), u"R1"_s, false);
+            reply->show();
+        });
+        fits<frmSelection>([] { Selection::GetSelection(SelectUsers, QString()); });
+        fits<frmLevelEdit>([&] { desk.desktop.ShowLevelEditor(); });
+        fits<frmClientConfig>([&] { desk.desktop.ShowClientConfig(); });
+        fits<frmPolicies>([&] { desk.desktop.ShowPolicies(QString(), Policies()); });
+        fits<frmConfigServer>([&] { desk.desktop.ShowServerConfig(ServerConfig()); });
+        fits<frmAbout>([&] {
+            desk.desktop.ShowAbout({u"1.2.3"_s, u"Nov 23 2026"_s, u"6.4.2"_s,
+                                    u"/home/jdoe/.local/share/Korvane"_s, u"/home/jdoe/.config/Korvane"_s,
+                                    u"Connection status: Connected"_s});
+        });
+        QTemporaryFile log;
+        QVERIFY(log.open() && log.write(QByteArray(300, 'x').append('\n').repeated(500)) > 0);
+        log.close();
+        fits<frmLog>([&] { desk.desktop.ShowLog(log.fileName()); });
+
+        // Texts longer than the screen is tall: the text scrolls, the buttons and the field stay in sight.
+        const QString tall = QStringList(80, u"A line of a long answer from the server"_s).join(u'\n');
+        fits<frmDialog>(
+            [&] { desk.desktop.MessageBoxShow(tall, u"Caption"_s, IconInformation, ButtonsOkCancel); });
+        fits<frmDialog>(
+            [&] { desk.desktop.InputText(tall, u"Caption"_s, IconQuestion, ButtonsOkCancel, u"typed"_s); });
+
+        fits<frmAdmin>([&] { desk.desktop.ShowConsole(); });
+        // 1500 by 1000 pixels from (300, 150), in twips, with a directory; the editors its
+        // directories open go over it.
+        const UserStore store(desk.profile.path() + u"/Client.conf"_s);
         for (const auto &[name, value] : {std::pair{"AdminLeft", 4500}, std::pair{"AdminTop", 2250},
                                           std::pair{"AdminWidth", 22500}, std::pair{"AdminHeight", 15000}})
             store.write(u"Setup"_s, QLatin1String(name), QString::number(value));
         desk.desktop.ShowConsole();
-        QPointer<frmAdmin> console = desk.desktop.console();
-        QString problem = misfit(console, {console->currentChild()});
+        frmAdmin *console = desk.desktop.console();
+        console->Display(11);
+        const QString problem = misfit(console, closers(console));
         QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-        for (int language : {0, 1}) {
-            gOptions().Language = language;
-            QPointer<frmGroupEdit> group = new frmGroupEdit(desk.groups(), GroupEditForm::NewShared, console);
-            group->show();
-            problem = misfit(group, {group->ui.OKButton, group->ui.CancelButton});
-            delete group;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            QPointer<frmAdminsEdit> role =
-                new frmAdminsEdit({TempDB(), desk.session, gProcess(), desk.send}, console);
-            role->show();
-            problem = misfit(role, {role->ui.OKButton, role->ui.CancelButton});
-            delete role;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-        }
+        fits<frmGroupEdit>([&] {
+            (new frmGroupEdit({ClientDB(), TempDB(), desk.clock, desk.user, desk.policies, desk.session,
+                               gProcess(), desk.frontend, desk.send},
+                              GroupEditForm::NewShared, console))
+                ->show();
+        });
+        fits<frmAdminsEdit>([&] {
+            (new frmAdminsEdit({TempDB(), desk.session, gProcess(), desk.send}, console))->show();
+        });
         console->close();
-    }
-
-    // The editors of levels, display options, policies and server configuration, and the boxes.
-    void editorsAndBoxes()
-    {
-        Desk desk;
-        for (int language : {0, 1}) {
-            gOptions().Language = language;
-            desk.desktop.ShowLevelEditor();
-            QPointer<frmLevelEdit> levels = desk.desktop.levelEditor();
-            QVERIFY(levels);
-            QString problem = misfit(levels, {levels->ui.OKButton, levels->ui.CancelButton});
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            levels->close();
-            QTRY_VERIFY(levels.isNull());
-
-            problem = misfitOfModal<frmClientConfig>(
-                [](frmClientConfig *form) {
-                    return QList<QWidget *>{form->ui.OKButton, form->ui.CancelButton, form->ui.DefaultButton};
-                },
-                [&desk] { desk.desktop.ShowClientConfig(); });
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-            desk.desktop.ShowPolicies(QString(), Policies());
-            QPointer<frmPolicies> policies = shown<frmPolicies>();
-            problem = misfit(policies, {policies->ui.OKButton, policies->ui.CancelButton});
-            delete policies;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-            desk.desktop.ShowServerConfig(ServerConfig());
-            QPointer<frmConfigServer> server = shown<frmConfigServer>();
-            problem =
-                misfit(server, {server->ui.OKButton, server->ui.CancelButton, server->ui.DefaultButton});
-            delete server;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-            desk.desktop.ShowAbout({u"1.2.3"_s, u"Nov 23 2026"_s, u"6.4.2"_s,
-                                    u"/home/jdoe/.local/share/Korvane"_s, u"/home/jdoe/.config/Korvane"_s,
-                                    u"Connection status: Connected"_s});
-            QPointer<frmAbout> about = shown<frmAbout>();
-            problem = misfit(about, {about->ui.OKButton});
-            delete about;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-            QTemporaryFile log;
-            QVERIFY(log.open());
-            for (int line = 0; line < 500; ++line)
-                log.write(QByteArray(300, 'x') + '\n');
-            log.close();
-            desk.desktop.ShowLog(log.fileName());
-            QPointer<frmLog> logForm = shown<frmLog>();
-            problem = misfit(logForm, {logForm->OKButton, logForm->btnCopy});
-            delete logForm;
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-
-            // A box and a question whose texts run longer than the screen is tall: the text
-            // scrolls, the buttons and the field stay in sight.
-            QStringList lines;
-            for (int line = 0; line < 80; ++line)
-                lines << u"Line %1 of a long answer from the server"_s.arg(line);
-            const QString longText = lines.join(u'\n');
-            const auto controls = [](frmDialog *box) {
-                QList<QWidget *> shownControls;
-                for (QPushButton *button : box->Button)
-                    if (!button->isHidden())
-                        shownControls << button;
-                if (!box->txtInput->isHidden())
-                    shownControls << box->txtInput;
-                return shownControls;
-            };
-            problem = misfitOfModal<frmDialog>(controls, [&] {
-                desk.desktop.MessageBoxShow(longText, u"Caption"_s, IconInformation, ButtonsOkCancel);
-            });
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-            problem = misfitOfModal<frmDialog>(controls, [&] {
-                desk.desktop.InputText(longText, u"Caption"_s, IconQuestion, ButtonsOkCancel, u"typed"_s);
-            });
-            QVERIFY2(problem.isEmpty(), qPrintable(problem));
-        }
     }
 };
 
-int main(int argc, char **argv)
-{
-    // Offscreen, a screen of the small size; a real X server brings its own.
-    QTemporaryFile screens;
-    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-    if (platform.isEmpty() || platform == "offscreen") {
-        if (!screens.open())
-            return 1;
-        screens.write(QByteArray(R"({"screens": [{"name": "small", "x": 0, "y": 0, "width": )") +
-                      QByteArray::number(SmallScreen.width()) + R"(, "height": )" +
-                      QByteArray::number(SmallScreen.height()) + R"(, "logicalDpi": 96, "dpr": 1}]})");
-        screens.close();
-        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QFile::encodeName(screens.fileName()));
-    }
-    QApplication app(argc, argv);
-    TestScreenFit test;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(TestScreenFit)
 #include "tst_screenfit.moc"

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QKeySequence>
 #include <QMenu>
+#include <QScreen>
 #include <QTest>
 #include <QTimer>
 
@@ -162,18 +163,23 @@ private Q_SLOTS:
         Fixture f;
         frmSelection dialog;
         dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"bob,PC7"_s);
+        // However large it was left, it shows whole on its screen.
+        dialog.resize(5000, 5000);
         dialog.show();
+        QVERIFY(dialog.screen()->availableGeometry().contains(dialog.frameGeometry()));
         QTreeWidget *grid = dialog.ui.grdSelection;
         QCOMPARE(shown(grid, false), (QStringList{u"alice"_s, u"bob"_s, u"carol"_s}));
         QCOMPARE(grid->topLevelItem(1)->text(1), u"Bob B"_s);
         QCOMPARE(shown(grid, true), QStringList{u"bob"_s});
-        // Ticking alice too gives both in the list's order, and the machine behind them.
+        // Carol ticked, then alice, bob unticked: the list's order, and the machine behind them.
+        click(grid, 2);
         click(grid, 0);
-        QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"bob"_s}));
+        click(grid, 1);
+        QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"carol"_s}));
         QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         QVERIFY(!dialog.isVisible());
-        QCOMPARE(dialog.Result(), u"alice,bob,PC7"_s);
+        QCOMPARE(dialog.Result(), u"alice,carol,PC7"_s);
 
         // Unticked and ticked by hand, then Cancel: the target as it was given.
         frmSelection cancelled;
@@ -190,7 +196,6 @@ private Q_SLOTS:
         // The same dialog given another directory shows only its rows.
         cancelled.Initialize(SelectMachines, Fixture::rows(SelectMachines), u"alice,PC7"_s);
         QCOMPARE(shown(cancelled.ui.grdSelection, false), QStringList{u"PC7"_s});
-        QCOMPARE(shown(cancelled.ui.grdSelection, true), QStringList{u"PC7"_s});
     }
 
     void popupMenu()

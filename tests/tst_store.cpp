@@ -46,12 +46,11 @@ private Q_SLOTS:
         QVERIFY(f.opened);
         QCOMPARE(QFile::permissions(f.profile.dataHome() + u"/Client.db"_s) & 0x0077,
                  QFileDevice::Permissions());
-        DVMessage queued = message(u"Q1"_s);
-        queued.MsgAction = ActionQueued;
-        DVMessage done = message(u"D1"_s);
-        done.MsgAction = ActionDone;
-        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, queued, false, false));
-        QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, done, false, false));
+        for (const auto &[id, action] : {std::pair(u"Q1"_s, ActionQueued), std::pair(u"D1"_s, ActionDone)}) {
+            DVMessage m = message(id);
+            m.MsgAction = action;
+            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, false));
+        }
         QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, message(u"T1"_s), false, true));
         const QList<QPair<QString, QDateTime>> rows = {
             {u"before"_s, FakeClock::at(2026, 11, 23, 10, 29, 59)},

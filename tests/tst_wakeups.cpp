@@ -173,7 +173,8 @@ private Q_SLOTS:
 
         EngineOnFakeServer f(10000, -1);
         gPolicies().Reconnect = 1;
-        f.link().keepAlive = {1, 1, 2};
+        // Idle, interval and count all differ, so that no two can be swapped unseen.
+        f.link().keepAlive = {3, 1, 2};
         gOptions().Server = u"10.213.77.2"_s;
         gOptions().ClientPort = ntohs(address.sin_port);
         // The socket is made in the namespace its thread is in when it connects.
@@ -182,10 +183,9 @@ private Q_SLOTS:
         QTRY_VERIFY(f.connected());
         QVERIFY(joinNamespace({}));
         const qintptr fd = f.link().wsClient.socketDescriptor();
-        QCOMPARE(option(fd, SOL_SOCKET, SO_KEEPALIVE), 1);
-        QCOMPARE(option(fd, IPPROTO_TCP, TCP_KEEPIDLE), 1);
-        QCOMPARE(option(fd, IPPROTO_TCP, TCP_KEEPINTVL), 1);
-        QCOMPARE(option(fd, IPPROTO_TCP, TCP_KEEPCNT), 2);
+        QCOMPARE((QList<int>{option(fd, SOL_SOCKET, SO_KEEPALIVE), option(fd, IPPROTO_TCP, TCP_KEEPIDLE),
+                             option(fd, IPPROTO_TCP, TCP_KEEPINTVL), option(fd, IPPROTO_TCP, TCP_KEEPCNT)}),
+                 (QList<int>{1, 3, 1, 2}));
 
         // From now on every answer of the server is dropped: only the probes can tell.
         QVERIFY(ip(u"-n %2 route add blackhole 10.213.77.1/32"_s));
