@@ -652,7 +652,6 @@ private Q_SLOTS:
         };
         // A personal group saved, then edited: its members replaced whole, quotes dropped.
         GroupEditForm personal(context);
-        personal.Load();
         personal.setAction(GroupEditForm::NewPersonal);
         personal.fields = {u"team"_s, u"The \"team\""_s, u"ann,bob, ,,cy"_s, true};
         QVERIFY(personal.OKEnabled());
@@ -684,11 +683,16 @@ private Q_SLOTS:
         QCOMPARE(StoreFixture::column(ClientDB(), u"SELECT GroupName FROM MyGroups"_s),
                  QStringList{u"a, b c"_s});
         QVERIFY(f.sent.isEmpty());
+        // A store that cannot keep it: the author is told and the form stays open.
+        QVERIFY(ClientDB().exec(u"DROP TABLE MyGroupUsers"_s));
+        personal.fields.txtTarget = u"ann"_s;
+        f.frontend.questions.clear();
+        QCOMPARE(personal.OKButton(), GroupEditForm::StayOpen);
+        QCOMPARE(f.frontend.questions.value(0).caption, u"Group not saved"_s);
 
         // A shared group's editor has no group buttons whatever the policies; OK sends KVG.
         f.policies.UseDomainGroups = f.policies.UseKorvanGroups = true;
         GroupEditForm shared(context);
-        shared.Load();
         shared.setAction(GroupEditForm::NewShared);
         QCOMPARE(shared.buttons().domain || shared.buttons().korvan || shared.buttons().myGroups, false);
         shared.DuplicateGroup(u"Ops"_s, u"ann,PC7"_s);

@@ -118,6 +118,7 @@ private Q_SLOTS:
         ConsoleFrame frame(f.process, f.session, f.user, f.policies, f.send);
         // The receipts not yet here are asked for by the Outbox alone.
         QCOMPARE(frame.OnClickItemLink(u"btnInbox"_s).show, 1);
+        QVERIFY(f.sent.isEmpty());
         QCOMPARE(frame.OnClickItemLink(u"btnOutbox"_s).show, 2);
         QCOMPARE(frame.OnClickItemLink(u"btnUsers"_s).show, 13);
         // Not yet here: the busy window and the request, again at each click while it is out.

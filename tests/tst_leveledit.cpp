@@ -244,7 +244,10 @@ private Q_SLOTS:
             f.boxes(true),
             (QStringList{u"File does not exists|Wrong path"_s, notShared,
                          u"ERREUR|Les autres clients ne peuvent pas récupérer ce fichier son"_s, notShared}));
-        // Escape closes the editor as it does any dialog; the buffer waits for OK.
+        // Escape closes the editor as it does any dialog, and no other key does; the buffer waits for OK.
+        QTest::keyClick(window.ui.OKButton, Qt::Key_X);
+        QTest::keyClick(window.ui.OKButton, Qt::Key_Escape, Qt::ShiftModifier);
+        QVERIFY(window.isVisible());
         QTest::keyClick(window.ui.txtLevelName, Qt::Key_Escape);
         QVERIFY(!window.isVisible());
         window.show();
@@ -253,6 +256,16 @@ private Q_SLOTS:
                  QStringList{u"LVL\u0001Shared\u0002Wave level\u0002255\u000216777215\u00020\u0002True\u0002"
                              "2\u0002//srv/media/b.wav\u0002False\u00020"_s});
         QVERIFY(!window.isVisible());
+        // Reset brings the stored levels back into the list, without the one just added.
+        const auto listed = [&window] {
+            QStringList names;
+            for (int row = 0; row < window.ui.cboLevel->count(); ++row)
+                names << window.ui.cboLevel->itemText(row);
+            return names;
+        };
+        QVERIFY(listed().contains(u"Shared"_s));
+        window.ui.DefaultButton->click();
+        QCOMPARE(listed(), QStringList{u"Wave"_s});
 
         // What each sound code lets the author use: file, looping, play.
         const int table[][4] = {{1, 0, 0, 1}, {3, 0, 1, 1}, {11, 0, 1, 1}, {2, 1, 1, 1}, {0, 0, 0, 1}};

@@ -193,9 +193,12 @@ private Q_SLOTS:
         QCOMPARE(cancelled.result(), int(QDialog::Rejected));
         QCOMPARE(cancelled.Result(), u"alice,bob,PC7"_s);
 
-        // The same dialog given another directory shows only its rows.
+        // The same dialog given another directory shows only its rows, ticked by the new target alone.
         cancelled.Initialize(SelectMachines, Fixture::rows(SelectMachines), u"alice,PC7"_s);
         QCOMPARE(shown(cancelled.ui.grdSelection, false), QStringList{u"PC7"_s});
+        QCOMPARE(shown(cancelled.ui.grdSelection, true), QStringList{u"PC7"_s});
+        QTest::mouseClick(cancelled.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(cancelled.Result(), u"PC7,alice"_s);
     }
 
     void popupMenu()

@@ -64,5 +64,8 @@ enum : int {
     // A Scheduled record that expires before it starts.
     DatesText,
     DatesTitle,
+    // A group the store could not keep.
+    GroupNotSaved,
+    GroupNotSavedTitle,
 };
 } // namespace AuthoringTexts

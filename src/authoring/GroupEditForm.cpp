@@ -26,13 +26,6 @@ QString withoutQuotes(const QString &text)
 
 GroupEditForm::GroupEditForm(Context context) : m_ctx(std::move(context)) {}
 
-void GroupEditForm::Load()
-{
-    m_buttons.domain = m_ctx.policies.UseDomainGroups;
-    m_buttons.korvan = m_ctx.policies.UseKorvanGroups;
-    m_buttons.domainInKorvanPlace = m_buttons.domain && !m_buttons.korvan;
-}
-
 void GroupEditForm::setAction(Action action)
 {
     m_action = action;
@@ -97,6 +90,14 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
         m_ctx.frontend.MessageBoxShow(ResString(GroupExists), ResString(title), IconExclamation, ButtonsOk);
         return StayOpen;
     };
+    // A personal group lives only here: one the store could not keep stays in the form.
+    const auto save = [&](Database &store, const QString &groups, const QString &groupMembers) {
+        if (saveGroup(store, groups, groupMembers, members, StoredDate(now)))
+            return true;
+        m_ctx.frontend.MessageBoxShow(ResString(GroupNotSaved), ResString(GroupNotSavedTitle),
+                                      IconExclamation, ButtonsOk);
+        return false;
+    };
     // The server has the group before the mirror does: what did not leave is not kept.
     const auto sendGroup = [&] {
         const QString payload = Commands::KVG(fields.txtGroupName, fields.txtDescription, now,
@@ -110,8 +111,8 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
             return refused(GroupExistsPersonal);
         [[fallthrough]];
     case EditPersonal:
-        saveGroup(m_ctx.clientDB, QStringLiteral("MyGroups"), QStringLiteral("MyGroupUsers"), members,
-                  StoredDate(now));
+        if (!save(m_ctx.clientDB, QStringLiteral("MyGroups"), QStringLiteral("MyGroupUsers")))
+            return StayOpen;
         if (m_ctx.process.CurrentList == 12)
             m_refresh = 12;
         break;
@@ -120,16 +121,16 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
             return refused(GroupExistsShared);
         if (!sendGroup())
             return StayOpen;
-        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"), members,
-                  StoredDate(now));
+        // The server keeps it and sends the list again: the form's work is done.
+        save(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"));
         if (m_ctx.process.CurrentList == 11)
             m_refresh = 11;
         break;
     case EditShared:
         if (!sendGroup())
             return StayOpen;
-        saveGroup(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"), members,
-                  StoredDate(now));
+        // The server keeps it and sends the list again: the form's work is done.
+        save(m_ctx.tempDB, QStringLiteral("KorvaneGroups"), QStringLiteral("KorvaneGroupUsers"));
         break;
     }
     return Close;

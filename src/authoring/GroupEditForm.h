@@ -43,19 +43,16 @@ public:
         bool nameEnabled = true;
     };
 
-    // Which group buttons show; the domain button takes the shared one's place when that one is off.
+    // Which group buttons show: all three for a personal group, none for a shared one.
     struct Buttons
     {
         bool domain = false;
         bool korvan = false;
         bool myGroups = true;
-        bool domainInKorvanPlace = false;
     };
 
     explicit GroupEditForm(Context context);
 
-    // The buttons after the policies.
-    void Load();
     void setAction(Action action);
     Action action() const { return m_action; }
     QString Tag;

@@ -28,7 +28,6 @@ frmGroupEdit::frmGroupEdit(GroupEditForm::Context context, GroupEditForm::Action
     m_logic.getSelection = [](int kind, const QString &target) {
         return Selection::GetSelection(kind, target);
     };
-    m_logic.Load();
     m_logic.setAction(action);
     // Nothing typed is cut: a line edit would drop all past 32,767 characters unsaid.
     for (QLineEdit *edit : {ui.txtGroupName, ui.txtDescription, ui.txtTarget})

@@ -57,9 +57,13 @@ void frmSelection::Initialize(int kind, const QList<SelectionList::Row> &rows, c
     ui.grdSelection->setAccessibleName(windowTitle());
     m_target = m_result = target;
     m_list.Initialize(rows, target);
-    ui.grdSelection->clear();
-    for (const SelectionList::Row &row : rows)
-        ui.grdSelection->addTopLevelItem(new QTreeWidgetItem({row.Name, row.Description}));
+    {
+        // Rows going would untick the new list's rows before they show.
+        const QSignalBlocker blocker(ui.grdSelection);
+        ui.grdSelection->clear();
+        for (const SelectionList::Row &row : rows)
+            ui.grdSelection->addTopLevelItem(new QTreeWidgetItem({row.Name, row.Description}));
+    }
     applyLayout(kind);
     showSelection();
 }

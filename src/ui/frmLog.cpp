@@ -55,6 +55,13 @@ void frmLog::AssignLabels()
     Mnemonics::assign(this);
 }
 
+void frmLog::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        AssignLabels();
+    QDialog::changeEvent(event);
+}
+
 void frmLog::btnCopy_Click()
 {
     TraceLog(QStringLiteral("frmLog:btnCopy_Click"));

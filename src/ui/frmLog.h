@@ -16,6 +16,9 @@ public:
     QPushButton *btnCopy = nullptr;
     QPushButton *OKButton = nullptr;
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     void AssignLabels();
     void btnCopy_Click();
