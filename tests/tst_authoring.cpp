@@ -1,6 +1,5 @@
 // The composer, the reply form and the group editor, driven without a screen, and
 // the engine's answers that open them.
-#include "authoring/GroupEditForm.h"
 #include "authoring/MessageForm.h"
 #include "authoring/ReplyForm.h"
 #include "authoring/SelectionList.h"
@@ -640,74 +639,6 @@ private Q_SLOTS:
         package.OKButton();
         QVERIFY(logText().contains(u"frmPackage:OKButton"_s));
         QVERIFY(!logText().contains(u"frmMessage:"_s));
-    }
-
-    void groupEditor()
-    {
-        Fixture f;
-        const GroupEditForm::Context context{ClientDB(), TempDB(),  f.clock,    f.user, f.policies,
-                                             f.session,  f.process, f.frontend, f.send};
-        const auto members = [](Database &store, const QString &table) {
-            return StoreFixture::column(store, u"SELECT UserID FROM "_s + table + u" ORDER BY rowid"_s);
-        };
-        // A personal group saved, then edited: its members replaced whole, quotes dropped.
-        GroupEditForm personal(context);
-        personal.setAction(GroupEditForm::NewPersonal);
-        personal.fields = {u"team"_s, u"The \"team\""_s, u"ann,bob, ,,cy"_s, true};
-        QVERIFY(personal.OKEnabled());
-        QCOMPARE(personal.OKButton(), GroupEditForm::Close);
-        QCOMPARE(members(ClientDB(), u"MyGroupUsers"_s), (QStringList{u"ann"_s, u"bob"_s, u"cy"_s}));
-        QCOMPARE(personal.fields.txtDescription, u"The team"_s);
-        // A name that exists is refused for a new group, never for an edit.
-        f.frontend.questions.clear();
-        QCOMPARE(personal.OKButton(), GroupEditForm::StayOpen);
-        QCOMPARE(f.frontend.questions.value(0).caption, u"New Personal group"_s);
-        personal.setAction(GroupEditForm::EditPersonal);
-        personal.EditGroup(u"team"_s, u"Team"_s, u"dee"_s);
-        QVERIFY(!personal.fields.nameEnabled);
-        QCOMPARE(personal.OKButton(), GroupEditForm::Close);
-        QCOMPARE(members(ClientDB(), u"MyGroupUsers"_s), QStringList{u"dee"_s});
-        // A thousand members with blanks and doubles, and a name of quotes and commas: all stored as given.
-        QStringList many;
-        for (int n = 0; n < 1000; ++n)
-            many << u"user"_s + QString::number(n) << QString();
-        personal.fields = {u"\"a, b\" c"_s, QString(), many.join(u',') + u",user1, "_s, false};
-        QCOMPARE(personal.OKButton(), GroupEditForm::Close);
-        QCOMPARE(StoreFixture::count(ClientDB(),
-                                     u"SELECT count(*) FROM MyGroupUsers WHERE GroupName = 'a, b c'"_s),
-                 1000);
-        // Without members the group is gone.
-        personal.fields.txtGroupName = u"team"_s;
-        personal.fields.txtTarget.clear();
-        personal.OKButton();
-        QCOMPARE(StoreFixture::column(ClientDB(), u"SELECT GroupName FROM MyGroups"_s),
-                 QStringList{u"a, b c"_s});
-        QVERIFY(f.sent.isEmpty());
-        // A store that cannot keep it: the author is told and the form stays open.
-        QVERIFY(ClientDB().exec(u"DROP TABLE MyGroupUsers"_s));
-        personal.fields.txtTarget = u"ann"_s;
-        f.frontend.questions.clear();
-        QCOMPARE(personal.OKButton(), GroupEditForm::StayOpen);
-        QCOMPARE(f.frontend.questions.value(0).caption, u"Group not saved"_s);
-
-        // A shared group's editor has no group buttons whatever the policies; OK sends KVG.
-        f.policies.UseDomainGroups = f.policies.UseKorvanGroups = true;
-        GroupEditForm shared(context);
-        shared.setAction(GroupEditForm::NewShared);
-        QCOMPARE(shared.buttons().domain || shared.buttons().korvan || shared.buttons().myGroups, false);
-        shared.DuplicateGroup(u"Ops"_s, u"ann,PC7"_s);
-        QVERIFY(!shared.OKEnabled());
-        shared.fields.txtGroupName = u"ops"_s;
-        f.process.CurrentList = 11;
-        QCOMPARE(shared.OKButton(), GroupEditForm::Close);
-        QCOMPARE(shared.RefreshList(), 11);
-        QCOMPARE(f.sent,
-                 QStringList{u"KVG\u0001ops\u0002Ops\u0002"_s +
-                             DateText::DateToText(f.clock.currentDateTime()) + u"\u0002jdoe\u0002ann,PC7"_s});
-        QCOMPARE(members(TempDB(), u"KorvaneGroupUsers"_s), (QStringList{u"ann"_s, u"PC7"_s}));
-        // Its members button for users asks the server first when the directory is not here.
-        shared.RecipientsButton(SelectUsers);
-        QCOMPARE(f.sent.last(), u"RUS\u0001G"_s);
     }
 };
 
