@@ -91,8 +91,15 @@ void frmAdmin::Display(int list)
 
 void frmAdmin::replaceChild(int list)
 {
-    // The list is always made anew: it reads its rows afresh.
-    delete m_child;
+    // The list is always made anew: it reads its rows afresh. The old one leaves the pane now but
+    // goes only once a window of its own (a menu, a file dialog, a question, an editor) has returned.
+    if (m_child) {
+        if (auto *records = qobject_cast<frmList *>(m_child.data()))
+            records->Unload();
+        ui.layoutPane->removeWidget(m_child);
+        m_child->hide();
+        m_child->deleteLater();
+    }
     if (isDirectory(list)) {
         auto *directory = new frmDirectory(list, m_ctx, ui.ActiveSizer2);
         connect(directory, &frmDirectory::waitingForServer, ui.lblProgress, &QWidget::show);

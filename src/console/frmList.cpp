@@ -152,6 +152,13 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
 
 frmList::~frmList()
 {
+    Unload();
+}
+
+void frmList::Unload()
+{
+    if (std::exchange(m_unloaded, true))
+        return;
     UserStore(m_ctx.userStoreFile)
         .write(QStringLiteral("Setup"), m_layout.LayoutKey(), m_layout.StoredNumber());
     if (m_layout.SaveOnUnload())
@@ -191,7 +198,8 @@ void frmList::buildMenu()
                                       : QKeySequence::Delete);
             key->setShortcutContext(Qt::WidgetShortcut);
             connect(key, &QAction::triggered, this, [this, item] {
-                const int selected = int(view()->selectionModel()->selectedRows().size());
+                m_chosen = chosen();
+                const int selected = int(m_chosen.selected.size());
                 const bool enabled = m_messages ? m_messages->Enabled(MessageList::Item(item), selected)
                                                 : m_templates->Enabled(TemplateList::Item(item), selected);
                 if (enabled)
@@ -472,7 +480,8 @@ void frmList::showMenu(const QPoint &at)
 {
     if (m_actions.isEmpty())
         return;
-    const int selected = int(view()->selectionModel()->selectedRows().size());
+    m_chosen = chosen();
+    const int selected = int(m_chosen.selected.size());
     for (const auto &[item, action] : m_actions)
         action->setEnabled(m_messages ? m_messages->Enabled(MessageList::Item(item), selected)
                                       : m_templates->Enabled(TemplateList::Item(item), selected));
@@ -497,6 +506,15 @@ QStringList frmList::selectedIDs() const
     return ids;
 }
 
+frmList::Chosen frmList::chosen() const
+{
+    Chosen rows{focusedID(), selectedIDs()};
+    // A heading has the focus: the one row chosen under it is the row of the commands.
+    if (rows.focused.isEmpty() && rows.selected.size() == 1)
+        rows.focused = rows.selected.first();
+    return rows;
+}
+
 void frmList::reloadRow(const QString &msgID)
 {
     const QList<ListRecord> rows = m_messages ? m_messages->LoadData(msgID) : m_templates->LoadData(msgID);
@@ -508,7 +526,18 @@ void frmList::reloadRow(const QString &msgID)
 
 void frmList::run(int item)
 {
-    const QString focused = focusedID();
+    // What went since the rows were chosen is no longer there to act on.
+    const auto gone = [this](const QString &id) { return m_model.Locate(id) < 0; };
+    const QString focused = gone(m_chosen.focused) ? QString() : m_chosen.focused;
+    QStringList selected = m_chosen.selected;
+    selected.removeIf(gone);
+    const bool forRow = m_templates
+                            ? item != TemplateList::mnuNew && item != TemplateList::mnuRefresh &&
+                                  item != TemplateList::mnuDelete
+                            : item != MessageList::mnuNew && item != MessageList::mnuRefresh &&
+                                  item != MessageList::mnuDelete && item != MessageList::mnuViewMyReplies;
+    if (forRow && focused.isEmpty())
+        return;
     if (m_templates) {
         switch (TemplateList::Item(item)) {
         case TemplateList::mnuNew:
@@ -531,7 +560,7 @@ void frmList::run(int item)
             m_templates->SharedTemplate(focused);
             break;
         case TemplateList::mnuDelete:
-            for (const QString &id : m_templates->Delete(focused, selectedIDs()))
+            for (const QString &id : m_templates->Delete(focused, selected))
                 m_model.DelRecord(id);
             break;
         case TemplateList::mnuRefresh:
@@ -559,7 +588,7 @@ void frmList::run(int item)
             reloadRow(focused);
         break;
     case MessageList::mnuDelete:
-        for (const QString &id : list.Delete(focused, selectedIDs()))
+        for (const QString &id : list.Delete(focused, selected))
             m_model.DelRecord(id);
         break;
     case MessageList::mnuDuplicate:

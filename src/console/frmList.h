@@ -32,6 +32,8 @@ public:
     void DelRecord(const QString &msgID);
     // Reads every row anew.
     void LoadData();
+    // Keeps the layout, the splitter and the view of replies for the next list; once.
+    void Unload();
 
     RecordModel &model() { return m_model; }
     QMenu *menu() const { return m_menu; }
@@ -50,6 +52,14 @@ private:
     void showDetails();
     QString focusedID() const;
     QStringList selectedIDs() const;
+    // The rows a command acts on, taken when its menu opens or its key is pressed: by ID, so that a
+    // row the server moves or removes meanwhile is never taken for its neighbour. Headings are no rows.
+    struct Chosen
+    {
+        QString focused;
+        QStringList selected;
+    };
+    Chosen chosen() const;
     void reloadRow(const QString &msgID);
     // Columns: the design ones, those of a layout file, and what the person arranged.
     void designColumns();
@@ -77,6 +87,8 @@ private:
     int m_dragColumn = -1;
     QMenu *m_menu = nullptr;
     QList<std::pair<int, QAction *>> m_actions;
+    Chosen m_chosen;
     GridLayout m_layout;
     bool m_applying = false;
+    bool m_unloaded = false;
 };

@@ -1,0 +1,207 @@
+// The console while the server answers: a list replaced under a window of its own, commands that
+// act on the rows chosen when the menu opened, and lists that stay current.
+#include "console/frmAdmin.h"
+#include "console/frmDirectory.h"
+#include "console/frmList.h"
+#include "store/DBFunctions.h"
+#include "support/AuthoringFixture.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QHeaderView>
+#include <QMenu>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Fixture : AuthoringFixture
+{
+    QString userStore = profile.path() + u"/Client.conf"_s;
+    ConsoleContext console{ClientDB(),     TempDB(),          clock,  frontend, process, session,
+                           user,           policies,          levels, send,     nullptr, userStore,
+                           profile.path(), profile.dataHome()};
+
+    Fixture() { user.setMyAuthority(UserInfos::RoleAdministrator); }
+};
+
+// Runs open(), which starts a window's own event loop, and while that window is open lets the
+// server's answer replace the list; then closes the window.
+void answerWhileOpen(frmAdmin &console, int list, const std::function<void()> &open)
+{
+    bool answered = false;
+    QTimer::singleShot(0, qApp, [&] {
+        console.Display(list);
+        answered = true;
+        if (QWidget *popup = QApplication::activePopupWidget())
+            popup->close();
+        else if (QWidget *modal = QApplication::activeModalWidget())
+            modal->close();
+    });
+    open();
+    QVERIFY(answered);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+// Stores a message in a table of the client's store.
+void store(const QString &table, const QString &id, const QString &subject, int status = 1)
+{
+    DVMessage msg;
+    msg.MsgID = msg.InitID = id;
+    msg.UserID = u"jdoe"_s;
+    msg.Subject = subject;
+    msg.Status = status;
+    QVERIFY(SaveMessage(ClientDB(), table, msg, false, true));
+}
+
+QStringList stored(const QString &table)
+{
+    return StoreFixture::column(ClientDB(), u"SELECT MsgID FROM "_s + table + u" ORDER BY MsgID"_s);
+}
+
+// Picks an item of the menu that opens next (a header's menu runs its own loop).
+void pickNext(const QString &text)
+{
+    QTimer::singleShot(0, qApp, [text] {
+        if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
+            for (QAction *item : menu->actions())
+                if (item->text().remove(u'&') == text)
+                    item->trigger();
+            menu->close();
+        }
+    });
+}
+
+QAction *action(QMenu *menu, const QString &text)
+{
+    for (QAction *item : menu->actions())
+        if (item->text().remove(u'&') == text)
+            return item;
+    return nullptr;
+}
+
+} // namespace
+
+class TestConsoleLive : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // The header's menu, the file dialog of an export and a group editor, each open when the answer
+    // for another list arrives: the new list shows, the old one goes once its window has returned.
+    void answerUnderAWindow()
+    {
+        Fixture f;
+        QVERIFY(
+            ClientDB().exec(u"INSERT INTO MyGroups (GroupName, Description) VALUES ('team', 'The team')"_s));
+        QVERIFY(ClientDB().exec(u"INSERT INTO MyGroupUsers (GroupName, UserID) VALUES ('team', 'ann')"_s));
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        console.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&console));
+
+        QPointer<frmList> outbox = console.currentList();
+        QVERIFY(outbox);
+        f.process.CurrentList = 13;
+        QHeaderView *columns = outbox->ui.grid->horizontalHeader();
+        answerWhileOpen(console, 13, [&] { Q_EMIT columns->customContextMenuRequested(QPoint(5, 5)); });
+        QVERIFY(!outbox);
+        auto *users = qobject_cast<frmDirectory *>(console.currentChild());
+        QVERIFY(users && users->list() == 13 && users->isVisible());
+
+        console.Display(12);
+        auto *groups = qobject_cast<frmDirectory *>(console.currentChild());
+        QVERIFY(groups && groups->list() == 12);
+        QPointer<frmDirectory> old = groups;
+        groups->ui.grid->selectRow(0);
+        answerWhileOpen(console, 11, [&] { action(groups->menu(), u"Edit"_s)->trigger(); });
+        QVERIFY(!old);
+        QCOMPARE(qobject_cast<frmDirectory *>(console.currentChild())->list(), 11);
+
+        f.process.CurrentList = 2;
+        console.Display(2);
+        outbox = console.currentList();
+        answerWhileOpen(console, 11, [&] { action(outbox->menu(), u"Export to CSV..."_s)->trigger(); });
+        QVERIFY(!outbox);
+    }
+
+    // The menu opened on a row the server then takes away: Delete removes nothing, not the row the
+    // focus fell to. The keyboard's Delete takes the rows of the moment.
+    void commandsActOnTheChosenRows()
+    {
+        Fixture f;
+        for (const char *id : {"A", "B", "C"})
+            store(u"Inbox"_s, QLatin1String(id), u"Subject "_s + QLatin1String(id));
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        f.process.CurrentList = 1;
+        console.Display(1);
+        frmList *inbox = console.currentList();
+        QCOMPARE(inbox->model().rowCount(), 3);
+        inbox->ui.grid->selectRow(inbox->model().Locate(u"B"_s));
+        Q_EMIT inbox->ui.grid->customContextMenuRequested(QPoint(5, 5));
+        // The server retargets B away from this user while the menu is open.
+        DeleteMessage(ClientDB(), u"Inbox"_s, u"B"_s);
+        inbox->DelRecord(u"B"_s);
+        QVERIFY(inbox->ui.grid->currentIndex().isValid());
+        action(inbox->menu(), u"Delete"_s)->trigger();
+        inbox->menu()->close();
+        QCOMPARE(stored(u"Inbox"_s), (QStringList{u"A"_s, u"C"_s}));
+        console.show();
+        QVERIFY(QTest::qWaitForWindowActive(&console));
+        inbox->ui.grid->setFocus();
+        inbox->ui.grid->selectRow(inbox->model().Locate(u"C"_s));
+        QTest::keyClick(inbox->ui.grid, Qt::Key_Delete);
+        QCOMPARE(stored(u"Inbox"_s), QStringList{u"A"_s});
+    }
+
+    // Grouped, a heading is no row of the commands: chosen alone it enables none of them, and the
+    // commands of one row take the one row chosen under it.
+    void headingsAreNoRows()
+    {
+        Fixture f;
+        store(u"Outbox"_s, u"M1"_s, u"Lunch"_s);
+        store(u"Outbox"_s, u"M2"_s, u"Lunch"_s);
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        console.show();
+        frmList *outbox = console.currentList();
+        QHeaderView *columns = outbox->ui.grid->horizontalHeader();
+        const int subject = 3;
+        pickNext(u"Group by "_s + outbox->model().headerData(subject, Qt::Horizontal).toString());
+        Q_EMIT columns->customContextMenuRequested(
+            QPoint(columns->sectionViewportPosition(subject) + 2, columns->height() / 2));
+        QTreeView *tree = outbox->ui.groupGrid;
+        QVERIFY(tree->isVisible());
+        const QModelIndex heading = tree->model()->index(0, 0);
+        QVERIFY(tree->model()->hasChildren(heading));
+        tree->setCurrentIndex(heading);
+        tree->selectionModel()->select(heading,
+                                       QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        Q_EMIT tree->customContextMenuRequested(QPoint(5, 5));
+        for (const QString &text : {u"Duplicate"_s, u"Cancel"_s, u"Edit"_s, u"Delete"_s})
+            QVERIFY2(!action(outbox->menu(), text)->isEnabled(), qPrintable(text));
+        action(outbox->menu(), u"Duplicate"_s)->trigger();
+        outbox->menu()->close();
+        f.sent.clear();
+        tree->setFocus();
+        QTest::keyClick(tree, Qt::Key_Delete);
+        QCOMPARE(f.sent, QStringList());
+
+        tree->selectionModel()->select(tree->model()->index(1, 0, heading),
+                                       QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        Q_EMIT tree->customContextMenuRequested(QPoint(5, 5));
+        QVERIFY(action(outbox->menu(), u"Duplicate"_s)->isEnabled());
+        action(outbox->menu(), u"Duplicate"_s)->trigger();
+        outbox->menu()->close();
+        QCOMPARE(f.sent.size(), 1);
+        QVERIFY(f.sent.first().startsWith(u"MDU\u0001M"_s));
+        QVERIFY(!f.sent.first().endsWith(u"\u0001"_s));
+    }
+};
+
+QTEST_MAIN(TestConsoleLive)
+#include "tst_consolelive.moc"
