@@ -179,13 +179,13 @@ void ConsoleFrame::QueryUnload()
 
 QRect ConsoleFrame::ReadGeometry(const UserStore &store)
 {
-    // 16-bit twips, applied as they stand, however large the screen that saved them.
-    // A value that is no number counts as missing.
+    // Twips, applied as they stand, however large the screen that saved them; read whole, since a
+    // width of 2300 pixels is already past 16 bits of twips. A value that is no number counts as missing.
     const auto twips = [&store](const char *name, int fallback) {
         bool ok = false;
         const int value =
             store.read(QStringLiteral("Setup"), QLatin1String(name), QString()).trimmed().toInt(&ok);
-        return int(qint16(ok ? value : fallback)) / TwipsPerPixel;
+        return (ok ? value : fallback) / TwipsPerPixel;
     };
     const int height = twips("AdminHeight", 9000);
     const int width = twips("AdminWidth", 12000);

@@ -116,15 +116,16 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
                       .read(QStringLiteral("Setup"), m_layout.LayoutKey(), QStringLiteral("0")));
     if (m_layout.Activate())
         applyLayout(m_layout.LoadLayout());
-    // The grid's share of the pane, as the person left it; the templates keep none.
+    // The grid's height in the pane, as the person left it; the templates keep none. It is applied
+    // once the pane has its own height, which the layout gives it only when shown.
     if (!m_templates) {
         bool ok = false;
         const int grid = UserStore(m_ctx.userStoreFile)
                              .read(QStringLiteral("Setup"), splitterKey(), QString())
                              .trimmed()
                              .toInt(&ok);
-        if (ok && grid > 0)
-            ui.ActiveSizer1->setSizes({grid, qMax(1, ui.ActiveSizer1->height() - grid)});
+        m_gridHeight = ok && grid > 0 ? grid : 0;
+        ui.ActiveSizer1->installEventFilter(this);
     }
     ui.txtFilter->setPlaceholderText(ResString(1234));
     ui.txtFilter->setAccessibleName(ResString(1234));
@@ -163,7 +164,8 @@ void frmList::Unload()
         .write(QStringLiteral("Setup"), m_layout.LayoutKey(), m_layout.StoredNumber());
     if (m_layout.SaveOnUnload())
         saveCustom();
-    if (!m_templates)
+    // A pane never shown has no height of its own to keep.
+    if (!m_templates && m_splitterShown)
         UserStore(m_ctx.userStoreFile)
             .write(QStringLiteral("Setup"), splitterKey(),
                    QString::number(ui.ActiveSizer1->sizes().value(0)));
@@ -231,6 +233,16 @@ QHeaderView *frmList::header() const
 
 bool frmList::eventFilter(QObject *watched, QEvent *event)
 {
+    // The window settles its layout in a few steps before it first paints: the kept height is
+    // applied at each, and from then on the splitter is the person's.
+    if (watched == ui.ActiveSizer1 && !m_splitterShown) {
+        // The sizes share the room the handle leaves.
+        const int room = ui.ActiveSizer1->height() - ui.ActiveSizer1->handleWidth();
+        if (event->type() == QEvent::Resize && m_gridHeight > 0 && room > 1)
+            ui.ActiveSizer1->setSizes({qMin(m_gridHeight, room - 1), qMax(1, room - m_gridHeight)});
+        else if (event->type() == QEvent::Paint)
+            m_splitterShown = true;
+    }
     // Ctrl+Shift+F10, or Ctrl with the Menu key, opens the header's menu at the focused column.
     if ((watched == ui.grid || watched == ui.groupGrid) && event->type() == QEvent::KeyPress) {
         const auto *key = static_cast<QKeyEvent *>(event);

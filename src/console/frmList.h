@@ -91,4 +91,7 @@ private:
     GridLayout m_layout;
     bool m_applying = false;
     bool m_unloaded = false;
+    // The grid's height kept from the last time, until the pane first has its own.
+    int m_gridHeight = 0;
+    bool m_splitterShown = false;
 };

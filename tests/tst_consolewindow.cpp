@@ -1,8 +1,9 @@
-// The console while the server answers: a list replaced under a window of its own, commands that
-// act on the rows chosen when the menu opened, and lists that stay current.
+// The console as a window on screen: a list replaced under a window of its own, commands that
+// act on the rows chosen when the menu opened, and sizes that survive a reopening.
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "console/frmList.h"
+#include "core/UserStore.h"
 #include "store/DBFunctions.h"
 #include "support/AuthoringFixture.h"
 
@@ -85,7 +86,7 @@ QAction *action(QMenu *menu, const QString &text)
 
 } // namespace
 
-class TestConsoleLive : public QObject
+class TestConsoleWindow : public QObject
 {
     Q_OBJECT
 
@@ -201,7 +202,37 @@ private Q_SLOTS:
         QVERIFY(f.sent.first().startsWith(u"MDU\u0001M"_s));
         QVERIFY(!f.sent.first().endsWith(u"\u0001"_s));
     }
+
+    // The console's place and size come back as they were kept, for any screen up to 8K, and the
+    // grid's height in its pane stays what the person left at every opening.
+    void sizesSurviveReopening()
+    {
+        Fixture f;
+        const UserStore settings(f.userStore);
+        for (const QRect &place :
+             {QRect(-7680, 0, 7680, 4320), QRect(100, 50, 2300, 1200), QRect(0, 0, 1, 1)}) {
+            ConsoleFrame::WriteGeometry(settings, place);
+            QCOMPARE(ConsoleFrame::ReadGeometry(settings), place);
+        }
+        ConsoleFrame::WriteGeometry(settings, QRect(0, 0, 800, 560));
+        settings.write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"150"_s);
+        for (int opening = 0; opening < 3; ++opening) {
+            frmAdmin console(f.console);
+            console.setAttribute(Qt::WA_DeleteOnClose, false);
+            console.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&console));
+            QTRY_COMPARE(console.currentList()->ui.ActiveSizer1->sizes().value(0), 150);
+        }
+        QCOMPARE(settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString()), u"150"_s);
+        // A list replaced before it ever showed leaves the kept height alone.
+        {
+            frmAdmin console(f.console);
+            f.process.CurrentList = 1;
+            console.Display(1);
+        }
+        QCOMPARE(settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString()), u"150"_s);
+    }
 };
 
-QTEST_MAIN(TestConsoleLive)
-#include "tst_consolelive.moc"
+QTEST_MAIN(TestConsoleWindow)
+#include "tst_consolewindow.moc"
