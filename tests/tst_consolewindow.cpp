@@ -3,12 +3,14 @@
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "console/frmList.h"
+#include "core/Options.h"
 #include "core/UserStore.h"
 #include "store/DBFunctions.h"
 #include "support/AuthoringFixture.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
 #include <QPointer>
@@ -48,13 +50,15 @@ void answerWhileOpen(frmAdmin &console, int list, const std::function<void()> &o
 }
 
 // Stores a message in a table of the client's store.
-void store(const QString &table, const QString &id, const QString &subject, int status = 1)
+void store(const QString &table, const QString &id, const QString &subject, int status = 1, int delivery = 0)
 {
     DVMessage msg;
     msg.MsgID = msg.InitID = id;
     msg.UserID = u"jdoe"_s;
     msg.Subject = subject;
     msg.Status = status;
+    msg.MsgDelivery = delivery;
+    msg.StartDate = QDateTime(QDate(2026, 7, 1), QTime(9, 30), Qt::UTC);
     QVERIFY(SaveMessage(ClientDB(), table, msg, false, true));
 }
 
@@ -201,6 +205,55 @@ private Q_SLOTS:
         QCOMPARE(f.sent.size(), 1);
         QVERIFY(f.sent.first().startsWith(u"MDU\u0001M"_s));
         QVERIFY(!f.sent.first().endsWith(u"\u0001"_s));
+    }
+
+    // The quick filter finds the words the grid shows, in the language in force; an export writes
+    // them too, and a date as the local time it is, with its offset.
+    void filterAndExportAsShown()
+    {
+        Fixture f;
+        qputenv("TZ", "Europe/Paris");
+        tzset();
+        store(u"Outbox"_s, u"M1"_s, u"Lunch"_s, 0, 3);
+        store(u"Outbox"_s, u"M2"_s, u"Dinner"_s, 1, 0);
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        console.show();
+        frmList *outbox = console.currentList();
+        const auto shown = [outbox] {
+            QStringList ids;
+            for (int row = 0; row < outbox->model().rowCount(); ++row)
+                ids << outbox->model().record(row).text(ListRecord::MsgID);
+            return ids;
+        };
+        for (const auto &[language, word, ids] : {std::tuple{0, u"cancelled"_s, QStringList{u"M1"_s}},
+                                                  std::tuple{0, u"Immediate"_s, QStringList{u"M2"_s}},
+                                                  std::tuple{0, u"Sched"_s, QStringList{u"M1"_s}},
+                                                  std::tuple{1, u"Annulé"_s, QStringList{u"M1"_s}},
+                                                  std::tuple{1, u"Cancelled"_s, QStringList()}}) {
+            gOptions().Language = language;
+            outbox->ui.txtFilter->clear();
+            outbox->ui.txtFilter->setText(word);
+            QCOMPARE(shown(), ids);
+        }
+        gOptions().Language = 0;
+        outbox->ui.txtFilter->clear();
+
+        const QString file = f.profile.path() + u"/outbox.csv"_s;
+        QTimer::singleShot(0, qApp, [file] {
+            if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
+                dialog->selectFile(file);
+                QMetaObject::invokeMethod(dialog, "accept");
+            }
+        });
+        action(outbox->menu(), u"Export to CSV..."_s)->trigger();
+        QFile csv(file);
+        QVERIFY(csv.open(QIODevice::ReadOnly));
+        QCOMPARE(
+            csv.readAll(),
+            "\xEF\xBB\xBFSubject,Level,Delivery,StartDate,ExpirationDate,Target,UserName,Status,MsgID\r\n"
+            "Lunch,,Scheduled,2026-07-01T09:30:00+02:00,,,,Cancelled,M1\r\n"
+            "Dinner,,Immediate,2026-07-01T09:30:00+02:00,,,,Active,M2\r\n");
     }
 
     // The console's place and size come back as they were kept, for any screen up to 8K, and the

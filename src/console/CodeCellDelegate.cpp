@@ -1,6 +1,6 @@
 #include "console/CodeCellDelegate.h"
 
-#include "core/StringTable.h"
+#include "console/CodeNames.h"
 
 #include <QApplication>
 #include <QStyle>
@@ -24,12 +24,7 @@ CodeCellDelegate::CodeCellDelegate(Codes codes, QObject *parent) : QStyledItemDe
 
 QString CodeCellDelegate::NameOf(Codes codes, int code)
 {
-    // Statuses 0 to 4 and deliveries 0 to 3 have names; 5 is a word of the wire only.
-    if (codes == Status && code >= 0 && code <= 4)
-        return ResString(1245 + code);
-    if (codes == Delivery && code >= 0 && code <= 3)
-        return ResString(1030 + code);
-    return QString::number(code);
+    return codes == Status ? CodeNames::Status(code) : CodeNames::Delivery(code);
 }
 
 void CodeCellDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const

@@ -1,5 +1,7 @@
 #include "console/RecordModel.h"
 
+#include "console/CodeNames.h"
+
 #include <QLocale>
 
 #include <algorithm>
@@ -7,6 +9,8 @@
 namespace {
 
 enum Kind { TextColumn, DateColumn, NumberColumn };
+constexpr int DeliveryColumn = 6;
+constexpr int StatusColumn = 21;
 
 struct ColumnField
 {
@@ -344,26 +348,56 @@ void RecordModel::setShownColumns(const QList<int> &columns)
     endResetModel();
 }
 
+QString RecordModel::cellText(const ListRecord &record, int column, bool exported)
+{
+    const ColumnField f = fieldOf(column);
+    if (f.kind == TextColumn)
+        return record.text(ListRecord::Text(f.field));
+    if (f.kind == DateColumn) {
+        if (record.dateKey(ListRecord::Date(f.field)) == ListRecord::ZeroKey)
+            return {};
+        // The store keeps wall times of this machine.
+        const QDateTime wall = record.date(ListRecord::Date(f.field));
+        if (!exported)
+            return QLocale().toString(wall, QLocale::ShortFormat);
+        const QString plain = wall.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss"));
+        const QDateTime local(wall.date(), wall.time(), Qt::LocalTime);
+        // A time the clocks skipped has no offset: it stays plain.
+        if (!local.isValid() || local.time() != wall.time())
+            return plain;
+        const int offset = local.offsetFromUtc() / 60;
+        return plain + (offset < 0 ? QLatin1Char('-') : QLatin1Char('+')) +
+               QStringLiteral("%1:%2")
+                   .arg(qAbs(offset) / 60, 2, 10, QLatin1Char('0'))
+                   .arg(qAbs(offset) % 60, 2, 10, QLatin1Char('0'));
+    }
+    const qint64 number = numberOf(record, column);
+    if (column == DeliveryColumn)
+        return CodeNames::Delivery(int(number));
+    if (column == StatusColumn)
+        return CodeNames::Status(int(number));
+    return QString::number(number);
+}
+
+QString RecordModel::shownText(int row, int column) const
+{
+    return cellText(record(row), column, false);
+}
+
+QString RecordModel::exportText(int row, int column) const
+{
+    return cellText(record(row), column, true);
+}
+
 bool RecordModel::accepts(const ListRecord &record) const
 {
     if (m_text.isEmpty())
         return true;
-    const QLocale locale;
+    // What the grid shows, in the language in force.
     const int count = m_shown.isEmpty() ? int(Columns().size()) : int(m_shown.size());
     for (int n = 0; n < count; ++n) {
         const int column = m_shown.isEmpty() ? n : m_shown.at(n);
-        const ColumnField f = fieldOf(column);
-        QString cell;
-        if (f.kind == TextColumn)
-            cell = record.text(ListRecord::Text(f.field));
-        else if (f.kind == DateColumn)
-            // As the grid shows it.
-            cell = record.dateKey(ListRecord::Date(f.field)) == ListRecord::ZeroKey
-                       ? QString()
-                       : locale.toString(record.date(ListRecord::Date(f.field)), QLocale::ShortFormat);
-        else
-            cell = QString::number(numberOf(record, column));
-        if (cell.contains(m_text, Qt::CaseInsensitive))
+        if (cellText(record, column, false).contains(m_text, Qt::CaseInsensitive))
             return true;
     }
     return false;

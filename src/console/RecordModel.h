@@ -38,6 +38,12 @@ public:
     // Every record held, the filtered ones included.
     qsizetype heldCount() const { return m_rows.size(); }
 
+    // A cell as the grid shows it: codes by their names, dates in the short local form.
+    QString shownText(int row, int column) const;
+    // A cell as an export writes it: as shown, but dates as the local times they are, with their
+    // offset from UTC where the time exists here.
+    QString exportText(int row, int column) const;
+
     // Keeps the rows whose shown cells hold the text, in any case.
     void setQuickFilter(const QString &text);
     // The columns the layout shows; the quick filter looks only at them.
@@ -45,6 +51,7 @@ public:
 
 private:
     bool accepts(const ListRecord &record) const;
+    static QString cellText(const ListRecord &record, int column, bool exported);
     bool before(const ListRecord &a, const ListRecord &b) const;
     // Where a record goes among the shown rows.
     int placeOf(const ListRecord &record) const;

@@ -479,7 +479,7 @@ void frmList::exportCsv()
     for (int row : rows) {
         QStringList fields;
         for (int column : columns)
-            fields << m_model.index(row, column).data().toString();
+            fields << m_model.exportText(row, column);
         lines << fields;
     }
     QSaveFile out(file);

@@ -3,6 +3,7 @@ set(CONSOLE_LOGIC_SOURCES
     console/AdminsEditForm.cpp console/AdminsEditForm.h
     console/PoliciesForm.cpp console/PoliciesForm.h
     console/ConsoleFrame.cpp console/ConsoleFrame.h
+    console/CodeNames.cpp console/CodeNames.h
     console/CsvExport.cpp console/CsvExport.h
     console/DirectoryList.cpp console/DirectoryList.h
     console/DirectoryModel.cpp console/DirectoryModel.h
