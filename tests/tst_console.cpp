@@ -12,14 +12,10 @@
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
-#include "core/Globals.h"
-#include "core/UserInfos.h"
 #include "core/UserStore.h"
-#include "link/Policies.h"
 #include "store/DateText.h"
 #include "store/MessageCodes.h"
-#include "support/RecordingFrontend.h"
-#include "support/StoreFixture.h"
+#include "support/AuthoringFixture.h"
 #include "support/TempProfile.h"
 
 #include <QDir>
@@ -30,15 +26,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // A user with the default policies over a real store, every frame sent kept.
-struct Fixture : StoreFixture
+struct Fixture : AuthoringFixture
 {
-    RecordingFrontend frontend;
-    UserInfos user{u"jdoe"_s};
-    Policies policies;
-    ProcessState process;
-    Session session;
-    QStringList sent;
-    std::function<bool(const QString &)> send = [this](const QString &p) { return !(sent << p).isEmpty(); };
     MessageList::Context messages()
     {
         return {ClientDB(), TempDB(), clock, frontend, process, session, send};
@@ -58,12 +47,21 @@ QStringList brief(const QStringList &sent)
     return codes;
 }
 
+// An active record of this ID, expiring when told.
+DVMessage record(const QString &id, const QDateTime &expires = QDateTime())
+{
+    DVMessage m;
+    m.MsgID = id;
+    m.Status = StatusActive;
+    m.ExpirationDate = expires;
+    return m;
+}
+
 // A list's row: its ID, creation date, target and subject.
 ListRecord row(const QString &id, const QDateTime &created, const QString &target = u"bob"_s,
                const QString &subject = QString())
 {
-    DVMessage m;
-    m.MsgID = id;
+    DVMessage m = record(id);
     m.CreationDate = created;
     m.Target = target;
     m.Subject = subject;
@@ -82,33 +80,23 @@ class TestConsole : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void sideBarByRoleAndPolicy_data()
-    {
-        QTest::addColumn<int>("authority");
-        QTest::addColumn<bool>("groups");
-        QTest::addColumn<QList<int>>("lists");
-        QTest::newRow("user") << 0 << true << QList<int>{1, 2, 3, 5, 6, 7, 10, 11, 12, 13, 14};
-        QTest::newRow("postmaster") << 1 << true << QList<int>{1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13, 14};
-        QTest::newRow("packager") << 2 << true << QList<int>{1, 2, 3, 4, 5, 6, 7, 9, 10, 11, 12, 13, 14};
-        QTest::newRow("administrator, no groups")
-            << 3 << false << QList<int>{1, 2, 3, 4, 5, 6, 7, 9, 12, 13, 14, 15};
-    }
-
+    // A user's, a postmaster's and a packager's lists, and an administrator's without groups.
     void sideBarByRoleAndPolicy()
     {
-        QFETCH(int, authority);
-        QFETCH(bool, groups);
-        Fixture f;
-        f.user.setMyAuthority(qint16(authority));
-        f.policies.UseDomainGroups = f.policies.UseKorvanGroups = groups;
-        ConsoleFrame frame(f.process, f.session, f.user, f.policies, f.send);
-        QList<int> lists;
-        for (const ConsoleFrame::Item &item : frame.Load())
-            lists << item.list;
-        QTEST(lists, "lists");
-        // It opens on the Outbox and asks for the receipts once.
-        QCOMPARE(f.process.CurrentList, 2);
-        QCOMPARE(f.sent, QStringList{u"RRC"_s});
+        for (const auto &[authority, lists] :
+             {std::pair{0, QList<int>{1, 2, 3, 5, 6, 7, 10, 11, 12, 13, 14}},
+              std::pair{1, QList<int>{1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13, 14}},
+              std::pair{2, QList<int>{1, 2, 3, 4, 5, 6, 7, 9, 10, 11, 12, 13, 14}},
+              std::pair{3, QList<int>{1, 2, 3, 4, 5, 6, 7, 9, 12, 13, 14, 15}}}) {
+            Fixture f;
+            f.user.setMyAuthority(qint16(authority));
+            f.policies.UseDomainGroups = f.policies.UseKorvanGroups = authority < 3;
+            QList<int> shown;
+            for (const ConsoleFrame::Item &item :
+                 ConsoleFrame(f.process, f.session, f.user, f.policies, f.send).Load())
+                shown << item.list;
+            QCOMPARE(shown, lists);
+        }
     }
 
     void clicksShowOrAsk()
@@ -141,26 +129,20 @@ private Q_SLOTS:
         const UserStore store(f.profile.path() + u"/Client.conf"_s);
         QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(0, 0, 800, 600));
         ConsoleFrame::WriteGeometry(store, QRect(10, 20, 1000, 700));
-        QCOMPARE(store.read(u"Setup"_s, u"AdminWidth"_s, QString()), u"15000"_s);
-        QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(10, 20, 1000, 700));
         store.write(u"Setup"_s, u"AdminHeight"_s, u"tall"_s);
-        QCOMPARE(ConsoleFrame::ReadGeometry(store).height(), 600);
+        QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(10, 20, 1000, 600));
     }
 
     void listCommands()
     {
         Fixture f;
         const MessageList::Context context = f.messages();
-        QStringList ids;
-        for (int n = 1; n <= 6; ++n) {
-            DVMessage m;
-            m.MsgID = u"M"_s + QString::number(n);
-            m.Status = StatusActive;
-            m.MsgLevel = n == 6 ? u"sysKVReply"_s : u"Message"_s;
-            m.ExpirationDate = f.clock.currentDateTime().addDays(1);
-            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
-            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, true));
-            ids << m.MsgID;
+        const QStringList ids{u"M1"_s, u"M2"_s, u"M3"_s, u"M4"_s, u"M5"_s, u"M6"_s};
+        for (const QString &id : ids) {
+            DVMessage m = record(id, f.clock.currentDateTime().addDays(1));
+            m.MsgLevel = id == u"M6"_s ? u"sysKVReply"_s : u"Message"_s;
+            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true) &&
+                    SaveMessage(ClientDB(), u"Inbox"_s, m, false, true));
         }
         MessageList outbox(MessageList::Outbox, context);
         // Replies stay hidden until asked for.
@@ -194,7 +176,6 @@ private Q_SLOTS:
         QVERIFY(
             ClientDB().exec(u"INSERT INTO Receipt (ReceiptID, MsgID, UserID) VALUES ('R1', 'M1', 'bob')"_s));
         QCOMPARE(outbox.Receipts(u"M1"_s).value(0).mid(0, 2), (QStringList{u"R1"_s, u"bob"_s}));
-        QCOMPARE(outbox.History(u"none"_s), QList<QStringList>{QStringList{u"No history"_s}});
 
         // Cancel, then a resubmit makes it active again; an active, unexpired one changes nothing here.
         QCOMPARE(outbox.Cancel(u"M1"_s), std::optional<qint32>(StatusCancelled));
@@ -220,18 +201,13 @@ private Q_SLOTS:
         QCOMPARE(f.frontend.displayed, QStringList{u"M4"_s});
 
         // A package's cancel marks "Outbox", where no package stands: its cell stays.
-        DVMessage package;
-        package.MsgID = u"P1"_s;
-        QVERIFY(SaveMessage(ClientDB(), u"OutPkg"_s, package, false, true));
+        QVERIFY(SaveMessage(ClientDB(), u"OutPkg"_s, record(u"P1"_s), false, true));
         QCOMPARE(MessageList(MessageList::AllPkgs, context).Cancel(u"P1"_s), std::nullopt);
         QCOMPARE(f.sent.last(), u"PCA\u0001P1"_s);
 
         // All messages: an expired one is extended and goes out twice.
-        DVMessage expired;
-        expired.MsgID = u"A1"_s;
-        expired.Status = StatusActive;
-        expired.ExpirationDate = f.clock.currentDateTime().addDays(-1);
-        QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, expired, false, true));
+        QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, record(u"A1"_s, f.clock.currentDateTime().addDays(-1)),
+                            false, true));
         f.sent.clear();
         MessageList(MessageList::AllMsgs, context).Resubmit(u"A1"_s);
         QCOMPARE(brief(f.sent), (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
@@ -255,12 +231,9 @@ private Q_SLOTS:
         QCOMPARE(shared.EditAction(), int(EditSharedTemplate));
         QCOMPARE(TemplateList(TemplateList::Personal, context).EditAction(), int(EditPersonalTemplate));
 
-        DVMessage t;
-        for (const QString &id : {u"S1"_s, u"S2"_s}) {
-            t.MsgID = id;
-            QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, t, false, true));
-            QVERIFY(SaveMessage(ClientDB(), u"MyTemplates"_s, t, false, true));
-        }
+        for (const QString &id : {u"S1"_s, u"S2"_s})
+            QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, record(id), false, true) &&
+                    SaveMessage(ClientDB(), u"MyTemplates"_s, record(id), false, true));
         QCOMPARE(shared.Delete(u"S1"_s, {u"S1"_s, u"S2"_s}), (QStringList{u"S1"_s, u"S2"_s}));
         QCOMPARE(f.sent, QStringList{u"TDE\u0001S1,S2"_s});
         QVERIFY(shared.LoadData().isEmpty());
@@ -281,23 +254,23 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("kind");
         QTest::addColumn<int>("authority");
-        QTest::addColumn<QStringList>("enabled");
-        const auto row = [](const char *name, int kind, int authority, const QStringList &enabled) {
+        QTest::addColumn<QList<QList<int>>>("enabled");
+        const auto row = [](const char *name, int kind, int authority, const QList<QList<int>> &enabled) {
             QTest::newRow(name) << kind << authority << enabled;
         };
-        row("inbox", MessageList::Inbox, 0, {u"0 9"_s, u"0 4 5 6 7 9"_s, u"0 4 9"_s});
-        row("outbox", MessageList::Outbox, 0, {u"0 8"_s, u"0 1 2 3 4 5 6 7 8"_s, u"0 4 8"_s});
-        row("deleted", MessageList::DeletedMsg, 0, {u"0"_s, u"0 4 5 6 7 10"_s, u"0 4"_s});
-        row("all packages", MessageList::AllPkgs, 0, {u"0 11"_s, u"0 1 2 3 4 5 11"_s, u"0 4 11"_s});
-        row("received", MessageList::Received, 0, {QString(), QString(), QString()});
-        row("users, user", DirectoryList::Users, 0, {QString(), u"0"_s, u"0"_s});
-        row("users, postmaster", DirectoryList::Users, 1, {u"5"_s, u"0 5"_s, u"0 5"_s});
-        row("users, administrator", DirectoryList::Users, 3, {u"5"_s, u"0 1 2 3 4 5"_s, u"0 1 5"_s});
-        row("machines, postmaster", DirectoryList::Machines, 1, {u"5"_s, u"0 1 5"_s, u"0 1 5"_s});
-        row("shared groups, user", DirectoryList::KorvaneGroups, 0, {u"5"_s, u"0 5"_s, u"0 5"_s});
+        row("inbox", MessageList::Inbox, 0, {{0, 9}, {0, 4, 5, 6, 7, 9}, {0, 4, 9}});
+        row("outbox", MessageList::Outbox, 0, {{0, 8}, {0, 1, 2, 3, 4, 5, 6, 7, 8}, {0, 4, 8}});
+        row("deleted", MessageList::DeletedMsg, 0, {{0}, {0, 4, 5, 6, 7, 10}, {0, 4}});
+        row("all packages", MessageList::AllPkgs, 0, {{0, 11}, {0, 1, 2, 3, 4, 5, 11}, {0, 4, 11}});
+        row("received", MessageList::Received, 0, {{}, {}, {}});
+        row("users, user", DirectoryList::Users, 0, {{}, {0}, {0}});
+        row("users, postmaster", DirectoryList::Users, 1, {{5}, {0, 5}, {0, 5}});
+        row("users, administrator", DirectoryList::Users, 3, {{5}, {0, 1, 2, 3, 4, 5}, {0, 1, 5}});
+        row("machines, postmaster", DirectoryList::Machines, 1, {{5}, {0, 1, 5}, {0, 1, 5}});
+        row("shared groups, user", DirectoryList::KorvaneGroups, 0, {{5}, {0, 5}, {0, 5}});
         row("shared groups, postmaster", DirectoryList::KorvaneGroups, 1,
-            {u"5 6"_s, u"0 1 5 6 7 8"_s, u"0 5 6"_s});
-        row("my groups, user", DirectoryList::MyGroups, 0, {u"6"_s, u"0 1 6 7 8"_s, u"0 6"_s});
+            {{5, 6}, {0, 1, 5, 6, 7, 8}, {0, 5, 6}});
+        row("my groups, user", DirectoryList::MyGroups, 0, {{6}, {0, 1, 6, 7, 8}, {0, 6}});
     }
 
     void menus()
@@ -306,7 +279,7 @@ private Q_SLOTS:
         QFETCH(int, authority);
         Fixture f;
         f.user.setMyAuthority(qint16(authority));
-        QStringList enabled;
+        QList<QList<int>> enabled;
         for (int selected : {0, 1, 3}) {
             const auto numbers = [selected](const auto &list) {
                 QList<int> items;
@@ -314,10 +287,7 @@ private Q_SLOTS:
                     if (list.Enabled(item, selected))
                         items << int(item);
                 std::sort(items.begin(), items.end());
-                QStringList text;
-                for (int item : items)
-                    text << QString::number(item);
-                return text.join(u' ');
+                return items;
             };
             enabled << (kind < DirectoryList::DomainGroups
                             ? numbers(MessageList(MessageList::Kind(kind), f.messages()))
@@ -340,7 +310,6 @@ private Q_SLOTS:
 
         // Send on three selected users: the composer's target, in selection order.
         DirectoryList users(DirectoryList::Users, context);
-        QCOMPARE(users.LoadData().size(), 3);
         users.Send({u"c"_s, u"a"_s, u"b"_s});
         QCOMPARE(f.process.SavedSelection, u"c,a,b"_s);
         QCOMPARE(f.sent, QStringList{u"MID"_s});
@@ -452,20 +421,20 @@ private Q_SLOTS:
                 "\xEF\xBB\xBFID,Text\r\nA,\"Say \"\"hi\"\", then\"\r\n\xC3\xA9,\r\nB,\"go\nhome\"\r\n"));
     }
 
-    // The fixed layouts the program ships read whole and name only real columns.
+    // The layouts the program ships read whole and name only real columns: the selection dialog's
+    // grids a name and a description, the lists the records' columns.
     void shippedLayouts()
     {
         const QDir folder(QStringLiteral(QT_TESTCASE_SOURCEDIR "/../resources/layouts"));
-        const QStringList files = folder.entryList({u"*.xgl"_s});
-        // The selection dialog's grids have a name and a description; the lists have the records' columns.
-        const QStringList selectionColumns = {u"colName"_s, u"colDescription"_s};
-        for (const QString &name : files) {
+        QVERIFY(folder.exists(u"InboxMax.xgl"_s));
+        for (const QString &name : folder.entryList({u"*.xgl"_s})) {
             QFile file(folder.filePath(name));
-            QVERIFY(file.open(QIODevice::ReadOnly));
             GridState state;
-            QVERIFY2(GridState::Read(file.readAll(), state), qPrintable(name));
-            const QStringList &known =
-                name.endsWith(u"Selection.xgl"_s) ? selectionColumns : RecordModel::Columns();
+            QVERIFY2(file.open(QIODevice::ReadOnly) && GridState::Read(file.readAll(), state),
+                     qPrintable(name));
+            const QStringList known = name.endsWith(u"Selection.xgl"_s)
+                                          ? QStringList{u"colName"_s, u"colDescription"_s}
+                                          : RecordModel::Columns();
             for (const GridState::Column &column : state.columns)
                 QVERIFY2(known.contains(column.name), qPrintable(name + u' ' + column.name));
         }
@@ -512,47 +481,34 @@ private Q_SLOTS:
         QVERIFY(!inbox.LayoutMenu(0).resetVisible);
     }
 
-    void layoutFiles_data()
-    {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("written") << QByteArray(
-                                        "korvane-grid 1\ncolumn colSubject 220 1\ncolumn colLevel 80 0\n"
-                                        "group colLevel\nsort colSubject desc\n")
-                                 << QString();
-        QTest::newRow("later version, unknown lines")
-            << QByteArray("korvane-grid 2\r\nfreeze colSubject\r\n") << QString();
-        QTest::newRow("garbage") << QByteArray("\x00\xff garbage", 10) << u"not a grid layout at line 1"_s;
-        QTest::newRow("width of text")
-            << QByteArray("korvane-grid 1\ncolumn colA wide 1\n") << u"bad column at line 2"_s;
-        QTest::newRow("negative width")
-            << QByteArray("korvane-grid 1\ncolumn colA -5 1\n") << u"bad column at line 2"_s;
-        QTest::newRow("column twice") << QByteArray("korvane-grid 1\ncolumn colA 5 1\ncolumn colA 6 1\n")
-                                      << u"column twice at line 3"_s;
-        QTest::newRow("bad sort") << QByteArray("korvane-grid 1\nsort colA up\n") << u"bad sort at line 2"_s;
-        QTest::newRow("too large") << QByteArray("korvane-grid 1\n") + QByteArray(70000, '#')
-                                   << u"file too large at line 0"_s;
-    }
-
+    // A file read back writes itself unchanged; a refused one says where and changes nothing.
     void layoutFiles()
     {
-        QFETCH(QByteArray, file);
-        QFETCH(QString, error);
-        GridState state, before;
-        before.sortColumn = u"kept"_s;
-        state = before;
-        QString reason;
-        QCOMPARE(GridState::Read(file, state, &reason), error.isEmpty());
-        QCOMPARE(reason, error);
-        if (!error.isEmpty()) {
-            QCOMPARE(state.sortColumn, u"kept"_s); // a refused file changes nothing
-            return;
+        const QByteArray written("korvane-grid 1\ncolumn colSubject 220 1\ncolumn colLevel 80 0\n"
+                                 "group colLevel\nsort colSubject desc\n");
+        for (const auto &[file, error] :
+             {std::pair{written, QString()},
+              {QByteArray("korvane-grid 2\r\nfreeze colSubject\r\n"), QString()}, // a later version
+              {QByteArray("\x00\xff garbage", 10), u"not a grid layout at line 1"_s},
+              {QByteArray("korvane-grid 1\ncolumn colA wide 1\n"), u"bad column at line 2"_s},
+              {QByteArray("korvane-grid 1\ncolumn colA -5 1\n"), u"bad column at line 2"_s},
+              {QByteArray("korvane-grid 1\ncolumn colA 5 1\ncolumn colA 6 1\n"), u"column twice at line 3"_s},
+              {QByteArray("korvane-grid 1\nsort colA up\n"), u"bad sort at line 2"_s}}) {
+            GridState state;
+            state.sortColumn = u"kept"_s;
+            QString reason;
+            QCOMPARE(GridState::Read(file, state, &reason), error.isEmpty());
+            QCOMPARE(reason, error);
+            if (!error.isEmpty()) {
+                QCOMPARE(state.sortColumn, u"kept"_s);
+                continue;
+            }
+            GridState again;
+            QVERIFY(GridState::Read(state.Write(), again));
+            QCOMPARE(again.Write(), state.Write());
+            if (file == written)
+                QCOMPARE(state.Write(), file);
         }
-        GridState again;
-        QVERIFY(GridState::Read(state.Write(), again));
-        QCOMPARE(again.Write(), state.Write());
-        if (qstrcmp(QTest::currentDataTag(), "written") == 0)
-            QCOMPARE(state.Write(), file);
     }
 };
 
