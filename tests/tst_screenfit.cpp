@@ -12,6 +12,7 @@
 #include "console/frmAdmin.h"
 #include "console/frmAdminsEdit.h"
 #include "console/frmConfigServer.h"
+#include "console/frmList.h"
 #include "console/frmPolicies.h"
 #include "core/Options.h"
 #include "core/UserStore.h"
@@ -25,12 +26,15 @@
 #include "ui/frmLog.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDebug>
+#include <QMenu>
 #include <QPushButton>
 #include <QScreen>
 #include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidgetItemIterator>
 
 using namespace Qt::StringLiterals;
 
@@ -108,8 +112,7 @@ template <typename Form>
 void fits(const std::function<void()> &open)
 {
     const int language = gOptions().Language;
-    if constexpr (!std::is_same_v<Form, frmDialog> && !std::is_same_v<Form, frmSelection> &&
-                  !std::is_same_v<Form, frmAdmin>)
+    if constexpr (!std::is_same_v<Form, frmDialog> && !std::is_same_v<Form, frmSelection>)
         gOptions().Language = 0;
     QString problem = QLatin1String(Form::staticMetaObject.className()) + u" never opened"_s;
     bool checked = false;
@@ -227,6 +230,32 @@ private Q_SLOTS:
         fits<frmAdminsEdit>([&] {
             (new frmAdminsEdit({TempDB(), desk.session, gProcess(), desk.send}, console))->show();
         });
+        console->close();
+    }
+
+    // French chosen in the options reaches every window still open, the console's lists and side bar too.
+    void switchReachesOpenWindows()
+    {
+        Desk desk;
+        desk.desktop.OpenMessageForm(0, u"ID1"_s, QString());
+        desk.desktop.ShowConsole();
+        QTimer::singleShot(0, qApp, [] {
+            if (auto *options = shown<frmClientConfig>()) {
+                qobject_cast<QComboBox *>(options->ui.propConfig->editor(u"Language"_s))->setCurrentIndex(1);
+                options->ui.OKButton->click();
+            }
+        });
+        desk.desktop.ShowClientConfig();
+        QCOMPARE(gOptions().Language, qint16(1));
+        frmAdmin *console = desk.desktop.console();
+        for (QWidget *window : QList<QWidget *>{shown<frmMessage>(), console})
+            QCOMPARE(leftInEnglish(window), QStringList());
+        QStringList items;
+        for (QTreeWidgetItemIterator it(console->ui.dxSideBar1); *it; ++it)
+            items << (*it)->text(0);
+        QVERIFY2(!items.contains(u"Outbox"_s) && items.contains(u"Divers"_s),
+                 qPrintable(items.join(u", "_s)));
+        QCOMPARE(console->currentList()->menu()->actions().constFirst()->text().remove(u'&'), u"Nouveau"_s);
         console->close();
     }
 };

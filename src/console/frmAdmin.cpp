@@ -13,6 +13,8 @@
 namespace {
 
 constexpr int KeyRole = Qt::UserRole + 1;
+// The number of an item's text in the string table.
+constexpr int TextRole = Qt::UserRole + 2;
 
 // The lists whose windows stand so far; the directory lists come with their own part.
 // The lists of directories, groups and role holders, against those of records.
@@ -29,29 +31,29 @@ frmAdmin::frmAdmin(ConsoleContext context, QWidget *parent)
 {
     ui.setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(ResString(1233));
     // The place is the window's frame, title bar included, as it was kept.
     const QRect place = ConsoleFrame::ReadGeometry(UserStore(m_ctx.userStoreFile));
     resize(place.size());
     move(place.topLeft());
     // Kept as saved, but a place from a larger screen is pulled inside this one when shown.
     ScreenFit::keepOnScreen(this);
-    ui.lblProgress->setText(ResString(1235));
     ui.lblProgress->hide();
     const QList<ConsoleFrame::Item> items = m_frame.Load();
     for (const auto &[group, text] : ConsoleFrame::Groups()) {
-        auto *top = new QTreeWidgetItem(ui.dxSideBar1, {ResString(text)});
+        auto *top = new QTreeWidgetItem(ui.dxSideBar1);
+        top->setData(0, TextRole, text);
         top->setFlags(Qt::ItemIsEnabled);
         for (const ConsoleFrame::Item &item : items)
             if (item.group == group) {
-                auto *entry = new QTreeWidgetItem(top, {ResString(item.text)});
+                auto *entry = new QTreeWidgetItem(top);
+                entry->setData(0, TextRole, item.text);
                 entry->setData(0, KeyRole, item.key);
             }
         if (top->childCount() == 0)
             delete top;
     }
     ui.dxSideBar1->expandAll();
-    ui.dxSideBar1->setAccessibleName(ResString(AccessibleTexts::ConsoleLists));
+    AssignLabels();
     ui.splitter->setStretchFactor(1, 1);
     connect(ui.dxSideBar1, &QTreeWidget::itemActivated, this, &frmAdmin::clicked);
     connect(ui.dxSideBar1, &QTreeWidget::itemClicked, this, &frmAdmin::clicked);
@@ -62,6 +64,22 @@ frmAdmin::frmAdmin(ConsoleContext context, QWidget *parent)
 frmAdmin::~frmAdmin()
 {
     m_frame.QueryUnload();
+}
+
+void frmAdmin::AssignLabels()
+{
+    setWindowTitle(ResString(1233));
+    ui.lblProgress->setText(ResString(1235));
+    for (QTreeWidgetItemIterator it(ui.dxSideBar1); *it; ++it)
+        (*it)->setText(0, ResString((*it)->data(0, TextRole).toInt()));
+    ui.dxSideBar1->setAccessibleName(ResString(AccessibleTexts::ConsoleLists));
+}
+
+void frmAdmin::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        AssignLabels();
+    QWidget::changeEvent(event);
 }
 
 void frmAdmin::closeEvent(QCloseEvent *event)

@@ -28,9 +28,11 @@ public:
     Ui::frmAdmin ui;
 
 protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
+    void AssignLabels();
     void replaceChild(int list);
     void clicked(QTreeWidgetItem *item);
 

@@ -36,12 +36,7 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
     ui.grid->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
     ui.grid->horizontalHeader()->setSectionsMovable(true);
     ui.grid->sortByColumn(-1, Qt::AscendingOrder);
-    ui.txtFilter->setPlaceholderText(ResString(1234));
-    ui.txtFilter->setAccessibleName(ResString(1234));
-    ui.grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(list)));
     ContextMenuKey::attach(ui.grid);
-    ui.gridMembers->setHeaderLabels({ResString(1272)});
-    ui.gridMembers->setAccessibleName(ResString(1272));
     ui.gridMembers->setVisible(m_directory.HasMembers());
     connect(ui.txtFilter, &QLineEdit::textChanged, &m_filter, &QSortFilterProxyModel::setFilterFixedString);
     connect(ui.grid, &QWidget::customContextMenuRequested, this, &frmDirectory::showMenu);
@@ -50,7 +45,7 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
 
     m_menu = new QMenu(this);
     for (DirectoryList::Item item : m_directory.Items()) {
-        QAction *action = m_menu->addAction(ResString(captionOf(item)));
+        QAction *action = m_menu->addAction(QString());
         connect(action, &QAction::triggered, this, [this, item] { run(item); });
         m_actions << std::pair{item, action};
         if (item == DirectoryList::mnuDelete) {
@@ -65,7 +60,30 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
             ui.grid->addAction(key);
         }
     }
+    AssignLabels();
     LoadData();
+}
+
+void frmDirectory::AssignLabels()
+{
+    ui.txtFilter->setPlaceholderText(ResString(1234));
+    ui.txtFilter->setAccessibleName(ResString(1234));
+    ui.grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(list())));
+    ui.gridMembers->setHeaderLabels({ResString(1272)});
+    ui.gridMembers->setAccessibleName(ResString(1272));
+    for (const auto &[item, action] : m_actions)
+        action->setText(ResString(captionOf(item)));
+}
+
+void frmDirectory::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        AssignLabels();
+        // The role words of the administrators' list are read as the rows load.
+        if (m_directory.kind() == DirectoryList::Administrators)
+            LoadData();
+    }
+    QWidget::changeEvent(event);
 }
 
 void frmDirectory::LoadData()

@@ -30,7 +30,11 @@ Q_SIGNALS:
     // A refresh went to the server; its answer re-creates the list.
     void waitingForServer();
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
+    void AssignLabels();
     void showMenu(const QPoint &at);
     void run(DirectoryList::Item item);
     void showMembers();

@@ -127,15 +127,8 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
         m_gridHeight = ok && grid > 0 ? grid : 0;
         ui.ActiveSizer1->installEventFilter(this);
     }
-    ui.txtFilter->setPlaceholderText(ResString(1234));
-    ui.txtFilter->setAccessibleName(ResString(1234));
-    ui.tabDetails->setTabText(0, ResString(1236));
-    ui.tabDetails->setTabText(1, ResString(1237));
-    ui.gridReceipt->setAccessibleName(ResString(1236));
-    ui.gridHistory->setAccessibleName(ResString(1237));
     for (QAbstractItemView *grid :
          {static_cast<QAbstractItemView *>(ui.grid), static_cast<QAbstractItemView *>(ui.groupGrid)}) {
-        grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(list)));
         ContextMenuKey::attach(grid);
         grid->installEventFilter(this);
     }
@@ -148,7 +141,34 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
     connect(ui.txtFilter, &QLineEdit::textChanged, this,
             [this](const QString &text) { m_model.setQuickFilter(text); });
     buildMenu();
+    AssignLabels();
     LoadData();
+}
+
+void frmList::AssignLabels()
+{
+    ui.txtFilter->setPlaceholderText(ResString(1234));
+    ui.txtFilter->setAccessibleName(ResString(1234));
+    ui.tabDetails->setTabText(0, ResString(1236));
+    ui.tabDetails->setTabText(1, ResString(1237));
+    ui.gridReceipt->setAccessibleName(ResString(1236));
+    ui.gridHistory->setAccessibleName(ResString(1237));
+    ui.grid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(m_list)));
+    ui.groupGrid->setAccessibleName(ResString(ConsoleFrame::CaptionOf(m_list)));
+    for (const auto &[item, action] : m_actions)
+        action->setText(ResString(captionOf(item, !m_messages)));
+    if (m_export)
+        m_export->setText(ResString(1238));
+    // The panel's hint has always ended with a blank; grouped, it names the column.
+    if (m_grouped.groupColumn() < 0)
+        ui.lblGroupPanel->setText(ResString(1252));
+}
+
+void frmList::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        AssignLabels();
+    QWidget::changeEvent(event);
 }
 
 frmList::~frmList()
@@ -186,7 +206,7 @@ void frmList::buildMenu()
         for (TemplateList::Item item : m_templates->Items())
             items << int(item);
     for (int item : items) {
-        QAction *action = m_menu->addAction(ResString(captionOf(item, !m_messages)));
+        QAction *action = m_menu->addAction(QString());
         connect(action, &QAction::triggered, this, [this, item] { run(item); });
         m_actions << std::pair{item, action};
         // The keyboard reaches the everyday commands from the grid.
@@ -217,7 +237,7 @@ void frmList::buildMenu()
     }
     if (!m_actions.isEmpty()) {
         m_menu->addSeparator();
-        m_menu->addAction(ResString(1238), this, &frmList::exportCsv);
+        m_export = m_menu->addAction(QString(), this, &frmList::exportCsv);
     }
 }
 
@@ -348,7 +368,6 @@ void frmList::applyState(const GridState &state)
         ui.grid->sortByColumn(sort, state.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
     if (group >= 0)
         ui.groupGrid->expandAll();
-    // The panel's hint has always ended with a blank.
     ui.lblGroupPanel->setText(group >= 0 ? m_model.headerData(group, Qt::Horizontal).toString()
                                          : ResString(1252));
     m_applying = false;

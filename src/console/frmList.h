@@ -41,8 +41,10 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
+    void AssignLabels();
     // The flat grid, or the tree while a column is grouped.
     QAbstractItemView *view() const;
     QHeaderView *header() const;
@@ -87,6 +89,7 @@ private:
     int m_dragColumn = -1;
     QMenu *m_menu = nullptr;
     QList<std::pair<int, QAction *>> m_actions;
+    QAction *m_export = nullptr;
     Chosen m_chosen;
     GridLayout m_layout;
     bool m_applying = false;

@@ -15,6 +15,7 @@
 #include "console/frmPolicies.h"
 #include "core/Globals.h"
 #include "core/Log.h"
+#include "core/Options.h"
 #include "core/StringTable.h"
 #include "store/DBFunctions.h"
 #include "store/DVMessage.h"
@@ -26,6 +27,7 @@
 #include "ui/frmAbout.h"
 #include "ui/frmLog.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QUrl>
@@ -292,8 +294,15 @@ bool DesktopFrontend::OpenDocument(const QString &path)
 void DesktopFrontend::ShowClientConfig()
 {
     // The language switch inside the dialog reads the settings in force, so it edits them.
+    const qint16 language = gOptions().Language;
     frmClientConfig dialog({gOptions(), gUserInfos(), m_engineCalls.optionsChanged});
     dialog.exec();
+    // Every window still open speaks the language now in force; each passes the word to its parts.
+    if (gOptions().Language != language)
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            QEvent change(QEvent::LanguageChange);
+            QCoreApplication::sendEvent(window, &change);
+        }
 }
 
 void DesktopFrontend::ShowLevelEditor()
