@@ -15,13 +15,14 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# A free display number.
-display=90
-while [ -e "/tmp/.X11-unix/X$display" ] || [ -e "/tmp/.X$display-lock" ]; do display=$((display + 1)); done
-export DISPLAY=":$display"
-Xvfb "$DISPLAY" -screen 0 "${KORVANE_SCREEN:-1280x800}x24" -nolisten tcp -ac >"$work/xvfb.log" 2>&1 &
+# The server takes a free display itself and names it once it listens: two sessions started at
+# once never share one.
+Xvfb -displayfd 3 -screen 0 "${KORVANE_SCREEN:-1280x800}x24" -nolisten tcp -ac \
+    3>"$work/display" >"$work/xvfb.log" 2>&1 &
 pids="$!"
-for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
+for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.1; done
+[ -s "$work/display" ] || { echo "Xvfb did not start:"; cat "$work/xvfb.log"; exit 1; }
+export DISPLAY=":$(head -n1 "$work/display")"
 
 openbox >"$work/openbox.log" 2>&1 &
 pids="$pids $!"
