@@ -207,6 +207,60 @@ private Q_SLOTS:
         QVERIFY(!f.sent.first().endsWith(u"\u0001"_s));
     }
 
+    // Grouped by Status, the headings name the words shown, their captions stand in the first column
+    // shown with no cell values beside them, and a row arriving keeps closed headings and chosen rows.
+    void groupingKeepsItsRows()
+    {
+        Fixture f;
+        store(u"Outbox"_s, u"M1"_s, u"Lunch"_s, 0);
+        store(u"Outbox"_s, u"M2"_s, u"Dinner"_s, 1);
+        store(u"Outbox"_s, u"M3"_s, u"Tea"_s, 1);
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        console.show();
+        frmList *outbox = console.currentList();
+        QHeaderView *columns = outbox->ui.grid->horizontalHeader();
+        const int status = 21, subject = 3;
+        QCOMPARE(columns->logicalIndex(0), subject);
+        pickNext(u"Group by "_s + outbox->model().headerData(status, Qt::Horizontal).toString());
+        Q_EMIT columns->customContextMenuRequested(
+            QPoint(columns->sectionViewportPosition(status) + 2, columns->height() / 2));
+        QTreeView *tree = outbox->ui.groupGrid;
+        QAbstractItemModel *rows = tree->model();
+        const auto headings = [rows](int column) {
+            QStringList texts;
+            for (int heading = 0; heading < rows->rowCount(); ++heading)
+                texts << rows->index(heading, column).data().toString();
+            return texts;
+        };
+        QCOMPARE(headings(subject), (QStringList{u"Active (2)"_s, u"Cancelled (1)"_s}));
+        QCOMPARE(headings(0), (QStringList{QString(), QString()}));
+        QCOMPARE(headings(6), (QStringList{QString(), QString()}));
+        // Nor does the delivery's painter make one up: the heading's cell stays one colour.
+        const QImage shot = tree->viewport()->grab().toImage();
+        const QRect cell = tree->visualRect(rows->index(0, 6)).adjusted(2, 2, -2, -2);
+        QVERIFY(cell.width() > 20);
+        for (int x = cell.left(); x <= cell.right(); ++x)
+            for (int y = cell.top(); y <= cell.bottom(); ++y)
+                QCOMPARE(shot.pixel(x, y), shot.pixel(cell.topLeft()));
+
+        tree->collapse(rows->index(1, 0));
+        const QModelIndex dinner = rows->index(0, subject, rows->index(0, 0));
+        QCOMPARE(dinner.data().toString(), u"Dinner"_s);
+        tree->setCurrentIndex(dinner);
+        DVMessage arriving;
+        arriving.MsgID = u"M4"_s;
+        arriving.Subject = u"Supper"_s;
+        arriving.Status = 1;
+        outbox->AddRecord(arriving);
+        QCOMPARE(headings(subject), (QStringList{u"Active (3)"_s, u"Cancelled (1)"_s}));
+        QVERIFY(tree->isExpanded(rows->index(0, 0)) && !tree->isExpanded(rows->index(1, 0)));
+        QCOMPARE(tree->currentIndex().siblingAtColumn(subject).data().toString(), u"Dinner"_s);
+        const QModelIndexList chosen = tree->selectionModel()->selectedRows(subject);
+        QCOMPARE(chosen.size(), 1);
+        QCOMPARE(chosen.first().data().toString(), u"Dinner"_s);
+    }
+
     // The quick filter finds the words the grid shows, in the language in force; an export writes
     // them too, and a date as the local time it is, with its offset.
     void filterAndExportAsShown()

@@ -30,6 +30,9 @@ QString CodeCellDelegate::NameOf(Codes codes, int code)
 void CodeCellDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
 {
     QStyledItemDelegate::initStyleOption(option, index);
+    // A group's heading has no code to name.
+    if (!index.data().isValid())
+        return;
     const int code = index.data().toInt();
     option->text = NameOf(m_codes, code);
     if (code < 0 || code >= m_icons.size())

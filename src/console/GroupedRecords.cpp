@@ -19,6 +19,23 @@ void GroupedRecords::setGroupColumn(int column)
     rebuild();
 }
 
+void GroupedRecords::setCaptionColumn(int column)
+{
+    if (column == m_caption)
+        return;
+    m_caption = column;
+    if (!m_groups.isEmpty())
+        Q_EMIT dataChanged(index(0, 0), index(int(m_groups.size()) - 1, columnCount() - 1));
+}
+
+QModelIndex GroupedRecords::indexOfSource(int sourceRow, int column) const
+{
+    for (int heading = 0; heading < m_groups.size(); ++heading)
+        if (const qsizetype row = m_groups.at(heading).rows.indexOf(sourceRow); row >= 0)
+            return createIndex(int(row), column, quintptr(heading + 1));
+    return {};
+}
+
 void GroupedRecords::rebuild()
 {
     // Ungrouped, the tree shows nothing and has nothing to redo.
@@ -28,8 +45,11 @@ void GroupedRecords::rebuild()
     m_groups.clear();
     if (m_column >= 0) {
         QMap<QString, QList<int>> byValue;
-        for (int row = 0; row < m_source->rowCount(); ++row)
-            byValue[m_source->index(row, m_column).data().toString()].append(row);
+        for (int row = 0; row < m_source->rowCount(); ++row) {
+            const QModelIndex cell = m_source->index(row, m_column);
+            const QVariant group = cell.data(GroupRole);
+            byValue[(group.isValid() ? group : cell.data()).toString()].append(row);
+        }
         for (auto it = byValue.cbegin(); it != byValue.cend(); ++it)
             m_groups.append({it.key(), it.value()});
     }
@@ -78,7 +98,8 @@ QVariant GroupedRecords::data(const QModelIndex &index, int role) const
     if (!index.isValid())
         return {};
     if (index.internalId() == 0) {
-        if (index.column() != 0 || role != Qt::DisplayRole)
+        // A heading has no cells of its own: only its caption.
+        if (index.column() != m_caption || role != Qt::DisplayRole)
             return {};
         const Group &group = m_groups.at(index.row());
         return QStringLiteral("%1 (%2)").arg(group.value).arg(group.rows.size());

@@ -1,6 +1,7 @@
 #include "console/RecordModel.h"
 
 #include "console/CodeNames.h"
+#include "console/GroupedRecords.h"
 
 #include <QLocale>
 
@@ -154,10 +155,15 @@ int RecordModel::columnCount(const QModelIndex &parent) const
 QVariant RecordModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid() || index.row() >= m_order.size() ||
-        (role != Qt::DisplayRole && role != Qt::EditRole))
+        (role != Qt::DisplayRole && role != Qt::EditRole && role != GroupedRecords::GroupRole))
         return {};
     const ListRecord &r = record(index.row());
     const ColumnField f = fieldOf(index.column());
+    // Rows group by the word shown for a code, and by the day of a date.
+    if (role == GroupedRecords::GroupRole)
+        return f.kind == DateColumn && r.dateKey(ListRecord::Date(f.field)) != ListRecord::ZeroKey
+                   ? r.date(ListRecord::Date(f.field)).date().toString(Qt::ISODate)
+                   : cellText(r, index.column(), false);
     switch (f.kind) {
     case TextColumn:
         return r.text(ListRecord::Text(f.field));

@@ -84,12 +84,18 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
     }
     ui.grid->setModel(&m_model);
     ui.groupGrid->setModel(&m_grouped);
+    // Headings open and close in the first column shown, where their caption stands.
+    ui.groupGrid->setTreePosition(-1);
+    // A row arriving regroups the list: the headings closed and the rows chosen stay so.
+    connect(&m_grouped, &QAbstractItemModel::modelAboutToBeReset, this, &frmList::keepGrouping);
+    connect(&m_grouped, &QAbstractItemModel::modelReset, this, &frmList::restoreGrouping);
     // Rows of one line and one height: the grid never measures them, so an
     // insert into 100,000 rows costs no layout of the others.
     ui.grid->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     ui.grid->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
     ui.grid->horizontalHeader()->setStretchLastSection(true);
     const auto arranged = [this] {
+        m_grouped.setCaptionColumn(header()->logicalIndex(firstShownVisual()));
         if (!m_applying)
             m_layout.ColumnsChanged();
     };
@@ -241,6 +247,40 @@ void frmList::buildMenu()
     }
 }
 
+int frmList::firstShownVisual() const
+{
+    const QHeaderView *columns = ui.groupGrid->header();
+    for (int visual = 0; visual < columns->count(); ++visual)
+        if (!columns->isSectionHidden(columns->logicalIndex(visual)))
+            return visual;
+    return 0;
+}
+
+void frmList::keepGrouping()
+{
+    m_kept = {chosen(), {}};
+    for (int heading = 0; heading < m_grouped.rowCount(); ++heading)
+        if (!ui.groupGrid->isExpanded(m_grouped.index(heading, 0)))
+            m_kept.closed << m_grouped.groupValue(heading);
+}
+
+void frmList::restoreGrouping()
+{
+    ui.groupGrid->setTreePosition(-1);
+    for (int heading = 0; heading < m_grouped.rowCount(); ++heading)
+        ui.groupGrid->setExpanded(m_grouped.index(heading, 0),
+                                  !m_kept.closed.contains(m_grouped.groupValue(heading)));
+    QItemSelection rows;
+    for (const QString &id : m_kept.rows.selected)
+        if (const QModelIndex row = m_grouped.indexOfSource(m_model.Locate(id)); row.isValid())
+            rows.select(row, row.siblingAtColumn(m_grouped.columnCount() - 1));
+    QItemSelectionModel *selection = ui.groupGrid->selectionModel();
+    if (const QModelIndex focused = m_grouped.indexOfSource(m_model.Locate(m_kept.rows.focused));
+        focused.isValid())
+        selection->setCurrentIndex(focused, QItemSelectionModel::NoUpdate);
+    selection->select(rows, QItemSelectionModel::ClearAndSelect);
+}
+
 QAbstractItemView *frmList::view() const
 {
     return m_grouped.groupColumn() < 0 ? static_cast<QAbstractItemView *>(ui.grid) : ui.groupGrid;
@@ -366,6 +406,7 @@ void frmList::applyState(const GridState &state)
     const int sort = int(RecordModel::Columns().indexOf(state.sortColumn));
     if (sort >= 0 && group < 0)
         ui.grid->sortByColumn(sort, state.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    m_grouped.setCaptionColumn(header()->logicalIndex(firstShownVisual()));
     if (group >= 0)
         ui.groupGrid->expandAll();
     ui.lblGroupPanel->setText(group >= 0 ? m_model.headerData(group, Qt::Horizontal).toString()

@@ -62,6 +62,10 @@ private:
         QStringList selected;
     };
     Chosen chosen() const;
+    // The first column the grid shows, by its place.
+    int firstShownVisual() const;
+    void keepGrouping();
+    void restoreGrouping();
     void reloadRow(const QString &msgID);
     // Columns: the design ones, those of a layout file, and what the person arranged.
     void designColumns();
@@ -91,6 +95,12 @@ private:
     QList<std::pair<int, QAction *>> m_actions;
     QAction *m_export = nullptr;
     Chosen m_chosen;
+    // What a regrouping keeps: the rows chosen and the headings the person closed.
+    struct Kept
+    {
+        Chosen rows;
+        QStringList closed;
+    } m_kept;
     GridLayout m_layout;
     bool m_applying = false;
     bool m_unloaded = false;
