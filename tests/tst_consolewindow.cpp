@@ -3,10 +3,15 @@
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "console/frmList.h"
+#include "core/Failure.h"
 #include "core/Options.h"
 #include "core/UserStore.h"
+#include "delivery/MessageIntake.h"
+#include "delivery/Replication.h"
 #include "store/DBFunctions.h"
+#include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
+#include "ui/DesktopFrontend.h"
 
 #include <QAction>
 #include <QApplication>
@@ -24,8 +29,9 @@ namespace {
 struct Fixture : AuthoringFixture
 {
     QString userStore = profile.path() + u"/Client.conf"_s;
-    ConsoleContext console{ClientDB(),     TempDB(),          clock,  frontend, process, session,
-                           user,           policies,          levels, send,     nullptr, userStore,
+    // The engine's own state, as the engine reads it to tell the open list.
+    ConsoleContext console{ClientDB(),     TempDB(),          clock,  frontend, gProcess(), session,
+                           user,           policies,          levels, send,     nullptr,    userStore,
                            profile.path(), profile.dataHome()};
 
     Fixture() { user.setMyAuthority(UserInfos::RoleAdministrator); }
@@ -110,7 +116,7 @@ private Q_SLOTS:
 
         QPointer<frmList> outbox = console.currentList();
         QVERIFY(outbox);
-        f.process.CurrentList = 13;
+        gProcess().CurrentList = 13;
         QHeaderView *columns = outbox->ui.grid->horizontalHeader();
         answerWhileOpen(console, 13, [&] { Q_EMIT columns->customContextMenuRequested(QPoint(5, 5)); });
         QVERIFY(!outbox);
@@ -126,7 +132,7 @@ private Q_SLOTS:
         QVERIFY(!old);
         QCOMPARE(qobject_cast<frmDirectory *>(console.currentChild())->list(), 11);
 
-        f.process.CurrentList = 2;
+        gProcess().CurrentList = 2;
         console.Display(2);
         outbox = console.currentList();
         answerWhileOpen(console, 11, [&] { action(outbox->menu(), u"Export to CSV..."_s)->trigger(); });
@@ -142,7 +148,7 @@ private Q_SLOTS:
             store(u"Inbox"_s, QLatin1String(id), u"Subject "_s + QLatin1String(id));
         frmAdmin console(f.console);
         console.setAttribute(Qt::WA_DeleteOnClose, false);
-        f.process.CurrentList = 1;
+        gProcess().CurrentList = 1;
         console.Display(1);
         frmList *inbox = console.currentList();
         QCOMPARE(inbox->model().rowCount(), 3);
@@ -261,6 +267,62 @@ private Q_SLOTS:
         QCOMPARE(chosen.first().data().toString(), u"Dinner"_s);
     }
 
+    // The open list follows the server through the engine: the author's own message comes back into
+    // the Outbox, a status change and a deletion show in it, an edited message shows its new text in
+    // the Inbox, all without reopening the list.
+    void listsStayCurrent()
+    {
+        Fixture f;
+        UserInfos me(u"jdoe"_s);
+        me.setMachineID(u"ws-7"_s);
+        ReplaceUserInfos(me);
+        DesktopFrontend desktop;
+        Frontend::install(&desktop);
+        desktop.setConsole(f.console);
+        desktop.ShowConsole();
+        frmList *outbox = desktop.console()->currentList();
+        QCOMPARE(outbox->list(), 2);
+        Replication replication(f.send);
+        MessageIntake intake(
+            f.send, [] { return u"10.0.5.7"_s; }, replication);
+        DVMessage own;
+        own.MsgID = own.InitID = u"M1"_s;
+        own.UserID = u"jdoe"_s;
+        own.Subject = u"Lunch"_s;
+        own.Target = u"bob"_s;
+        own.Status = StatusActive;
+        own.StartDate = f.clock.currentDateTime();
+        own.ExpirationDate = own.StartDate.addDays(1);
+        intake.MessageReceived(own.ToString(), false);
+        const auto row = [](frmList *list, const QString &id) {
+            const int at = list->model().Locate(id);
+            return at < 0 ? QString()
+                          : list->model().shownText(at, 3) + u'/' + list->model().shownText(at, 21);
+        };
+        QCOMPARE(row(outbox, u"M1"_s), u"Lunch/Active"_s);
+        Failure failure;
+        replication.MessageStatusChanged(u"0"_s + QChar(2) + u"M1"_s, failure);
+        QCOMPARE(row(outbox, u"M1"_s), u"Lunch/Active"_s);
+        replication.MessagesDeleted(u"M1"_s);
+        QCOMPARE(row(outbox, u"M1"_s), QString());
+
+        gProcess().CurrentList = 1;
+        desktop.console()->Display(1);
+        frmList *inbox = desktop.console()->currentList();
+        DVMessage other = own;
+        other.MsgID = other.InitID = u"M2"_s;
+        other.UserID = u"ann"_s;
+        other.Target = u"jdoe"_s;
+        intake.MessageReceived(other.ToString(), false);
+        QCOMPARE(row(inbox, u"M2"_s), u"Lunch/Active"_s);
+        other.Subject = u"Dinner"_s;
+        intake.MessageReceived(other.ToString(), false);
+        QCOMPARE(row(inbox, u"M2"_s), u"Dinner/Active"_s);
+        replication.MessageStatusChanged(u"0"_s + QChar(2) + u"M2"_s, failure);
+        QCOMPARE(row(inbox, u"M2"_s), u"Dinner/Cancelled"_s);
+        Frontend::install(&f.frontend);
+    }
+
     // The quick filter finds the words the grid shows, in the language in force; an export writes
     // them too, and a date as the local time it is, with its offset.
     void filterAndExportAsShown()
@@ -334,7 +396,7 @@ private Q_SLOTS:
         // A list replaced before it ever showed leaves the kept height alone.
         {
             frmAdmin console(f.console);
-            f.process.CurrentList = 1;
+            gProcess().CurrentList = 1;
             console.Display(1);
         }
         QCOMPARE(settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString()), u"150"_s);

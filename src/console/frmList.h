@@ -30,6 +30,8 @@ public:
     // The engine's and the composers' calls while the list is shown.
     void AddRecord(const DVMessage &msg);
     void DelRecord(const QString &msgID);
+    // The row of this ID read anew from the list's table, through its filter.
+    void RecordChanged(const QString &msgID) { reloadRow(msgID); }
     // Reads every row anew.
     void LoadData();
     // Keeps the layout, the splitter and the view of replies for the next list; once.

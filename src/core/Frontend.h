@@ -104,6 +104,9 @@ public:
     // row that came or went.
     virtual void AddRecord(int list, const DVMessage &msg) = 0;
     virtual void DelRecord(int list, const QString &msgID) = 0;
+    // A stored message or package changed or went: the open list, whichever it is, reads that
+    // row anew from its own table and shows it, or no longer.
+    virtual void RecordChanged(const QString &msgID) = 0;
 
     // The desktop popup that gathers the readers of the user's messages. While
     // it stands, a new text replaces its old one in place.

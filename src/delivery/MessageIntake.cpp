@@ -36,6 +36,14 @@ void delRecord(int view, const QString &msgID)
             frontend->DelRecord(view, msgID);
 }
 
+// Whatever list is open reads the row anew: the author's Outbox sees its own echo, an edit shows.
+void recordChanged(const QString &msgID)
+{
+    if (gProcess().CurrentList != 0)
+        if (Frontend *frontend = Frontend::current())
+            frontend->RecordChanged(msgID);
+}
+
 } // namespace
 
 MessageIntake::MessageIntake(Sender sendData, Address localIP, Replication &replication)
@@ -147,6 +155,7 @@ bool MessageIntake::handleRecord(Kind kind, DVMessage &msg, bool isLogon)
     // nor confirmed, and the server relies on that.
     if (!msg.Agent.isEmpty() && msg.Agent != user.Agent) {
         TraceLog(name + QStringLiteral(" - Different Agent: ") + msg.Agent);
+        recordChanged(msg.MsgID);
         return false;
     }
 
@@ -210,6 +219,7 @@ bool MessageIntake::handleRecord(Kind kind, DVMessage &msg, bool isLogon)
         SaveMessage(TempDB(), QStringLiteral("Outbox"), msg, true, false);
         addRecord(AllMessagesView, msg);
     }
+    recordChanged(msg.MsgID);
     return true;
 }
 

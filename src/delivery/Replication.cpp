@@ -22,6 +22,13 @@ namespace {
 
 const QString Form = QStringLiteral("frmKorvanClient:");
 
+// The open list, whichever it is, reads the row anew from its own table.
+void recordChanged(Frontend *frontend, const QString &msgID)
+{
+    if (frontend && gProcess().CurrentList != 0)
+        frontend->RecordChanged(msgID);
+}
+
 enum class Kind { Text, Date, Bool, Number };
 
 struct ListColumn
@@ -103,6 +110,7 @@ void Replication::MessagesDeleted(const QString &list)
             DeleteMessage(TempDB(), QStringLiteral("Outbox"), id);
         // The author's copy stays, as deleted, for the list of deleted messages.
         ChangeMessageStatus(ClientDB(), id, StatusDeleted, QStringLiteral("Outbox"));
+        recordChanged(frontend, id);
     }
 }
 
@@ -115,6 +123,7 @@ void Replication::PackagesDeleted(const QString &list)
             frontend->DeleteMessageFromDisplay(id);
         DeleteMessage(ClientDB(), QStringLiteral("InPkg"), id);
         ChangeMessageStatus(ClientDB(), id, StatusDeleted, QStringLiteral("OutPkg"));
+        recordChanged(frontend, id);
     }
 }
 
@@ -140,6 +149,7 @@ void Replication::MessageStatusChanged(const QString &data, Failure &failure)
     } else if (parts[0] == QLatin1String("0") && frontend) {
         frontend->DeleteMessageFromDisplay(id);
     }
+    recordChanged(frontend, id);
     // Confirmed once the store has done its work.
     m_sendData(Commands::CMS(id, gUserInfos().MachineID()));
 }
@@ -163,6 +173,7 @@ void Replication::PackageStatusChanged(const QString &data, Failure &failure)
     } else if (parts[0] == QLatin1String("0") && frontend) {
         frontend->DeleteMessageFromDisplay(id);
     }
+    recordChanged(frontend, id);
     m_sendData(Commands::CPK(id, gUserInfos().MachineID()));
 }
 

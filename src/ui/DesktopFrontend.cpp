@@ -418,6 +418,12 @@ void DesktopFrontend::DelRecord(int list, const QString &msgID)
         m_console->currentList()->DelRecord(msgID);
 }
 
+void DesktopFrontend::RecordChanged(const QString &msgID)
+{
+    if (m_console && m_console->currentList())
+        m_console->currentList()->RecordChanged(msgID);
+}
+
 void DesktopFrontend::ShowReceiptPopup(const QString &text)
 {
     m_notifier->show(text);

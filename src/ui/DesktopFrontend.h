@@ -61,6 +61,7 @@ public:
     bool IsOnDisplay(const QString &msgID) const override;
     void AddRecord(int list, const DVMessage &msg) override;
     void DelRecord(int list, const QString &msgID) override;
+    void RecordChanged(const QString &msgID) override;
     void ShowReceiptPopup(const QString &text) override;
     bool ReceiptPopupShown() const override;
 

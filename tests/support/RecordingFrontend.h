@@ -119,6 +119,7 @@ public:
     {
         events.append(QStringLiteral("del %1 %2").arg(list).arg(msgID));
     }
+    void RecordChanged(const QString &msgID) override { changed.append(msgID); }
     void ShowReceiptPopup(const QString &text) override
     {
         popups.append(text);
@@ -138,6 +139,8 @@ public:
     QStringList popups;
     bool popupShown = false;
     QStringList events;
+    // The IDs of stored rows the open list was told to read anew.
+    QStringList changed;
     ClientMenu lastMenu;
     int trayImage = -1;
 
