@@ -215,6 +215,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&console));
         outbox->ui.grid->selectAll();
         outbox->ui.grid->horizontalHeader()->resizeSection(3, 333);
+        frontend.answerBox(ResultYes);
         QTest::keyClick(outbox->ui.grid, Qt::Key_Delete);
         QCOMPARE(sent, (QStringList{u"RRC"_s, u"MUP"_s, u"MUP"_s, u"MDE"_s}));
         QCOMPARE(outbox->model().rowCount(), 0);

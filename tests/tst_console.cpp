@@ -184,9 +184,16 @@ private Q_SLOTS:
         QCOMPARE(GetMessage(ClientDB(), u"Outbox"_s, u"M1"_s).Status, qint32(StatusActive));
         QCOMPARE(brief(f.sent), (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s}));
 
-        // Five rows deleted: an update for each and one list of deletions.
+        // Five rows at once are asked about with their count: No keeps them, Yes sends an update for
+        // each and one list of deletions.
         f.sent.clear();
+        f.frontend.answerBox(ResultNo);
+        QCOMPARE(outbox.Delete(u"M1"_s, ids.mid(0, 5)), QStringList());
+        QCOMPARE(f.sent, QStringList());
+        f.frontend.answerBox(ResultYes);
         QCOMPARE(outbox.Delete(u"M1"_s, ids.mid(0, 5)), ids.mid(0, 5));
+        QCOMPARE(f.frontend.questions.value(1).text,
+                 u"The 5 selected rows will be deleted.  Do you want to proceed?"_s);
         QCOMPARE(brief(f.sent), (QStringList{u"MUP M1"_s, u"MUP M2"_s, u"MUP M3"_s, u"MUP M4"_s, u"MUP M5"_s,
                                              u"MDE M1,M2,M3,M4,M5"_s}));
         QCOMPARE(MessageList(MessageList::DeletedMsg, context).LoadData().size(), 5);
@@ -196,6 +203,11 @@ private Q_SLOTS:
         MessageList inbox(MessageList::Inbox, context);
         QCOMPARE(inbox.Delete(u"M3"_s, ids), QStringList{u"M3"_s});
         QCOMPARE(inbox.LoadData().size(), 5);
+        // A delete for the whole organisation is asked about even for one row.
+        f.frontend.answerBox(ResultNo);
+        QCOMPARE(MessageList(MessageList::AllMsgs, context).Delete(u"M6"_s, {u"M6"_s}), QStringList());
+        QCOMPARE(f.frontend.questions.last().text,
+                 u"1 row(s) will be deleted for the whole organisation.  Do you want to proceed?"_s);
         QCOMPARE(f.sent, QStringList());
         inbox.Repost(u"M4"_s);
         QCOMPARE(f.frontend.displayed, QStringList{u"M4"_s});

@@ -4,6 +4,7 @@
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
+#include "core/StringTable.h"
 #include "link/Commands.h"
 #include "store/DBFunctions.h"
 #include "store/Database.h"
@@ -234,6 +235,12 @@ QStringList MessageList::Delete(const QString &focused, const QStringList &selec
     }
     m_ctx.process.SavedSelection = selected.join(QLatin1Char(','));
     if (selected.isEmpty())
+        return {};
+    // What goes for the whole organisation, or several rows at once, is asked first, with the count.
+    const bool everyone = m_kind == AllMsgs || m_kind == AllPkgs;
+    if ((everyone || selected.size() > 1) &&
+        m_ctx.frontend.MessageBoxShow(ResString(everyone ? 1254 : 1253).arg(selected.size()), ResString(1255),
+                                      IconQuestion, ButtonsYesNo) != ResultYes)
         return {};
     for (const QString &id : selected) {
         DVMessage msg = GetMessage(store(), table(), id);
