@@ -372,6 +372,36 @@ private Q_SLOTS:
             "Dinner,,Immediate,2026-07-01T09:30:00+02:00,,,,Active,M2\r\n");
     }
 
+    // A sort chosen by a click on a header comes back with the person's own layout; the Received
+    // packages, which have no command, still export.
+    void sortKeptAndEveryListExports()
+    {
+        Fixture f;
+        store(u"Outbox"_s, u"M1"_s, u"Lunch"_s);
+        store(u"Outbox"_s, u"M2"_s, u"Dinner"_s);
+        UserStore(f.userStore).write(u"Setup"_s, u"OutboxLayout"_s, u"2"_s);
+        for (int opening = 0; opening < 2; ++opening) {
+            frmAdmin console(f.console);
+            console.setAttribute(Qt::WA_DeleteOnClose, false);
+            console.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&console));
+            frmList *outbox = console.currentList();
+            QHeaderView *columns = outbox->ui.grid->horizontalHeader();
+            if (opening == 0) {
+                QTest::mouseClick(columns->viewport(), Qt::LeftButton, {},
+                                  QPoint(columns->sectionViewportPosition(3) + 5, columns->height() / 2));
+                QCOMPARE(columns->sortIndicatorSection(), 3);
+            } else {
+                QCOMPARE(columns->sortIndicatorSection(), 3);
+                QCOMPARE(outbox->model().record(0).text(ListRecord::Subject), u"Dinner"_s);
+            }
+        }
+        gProcess().CurrentList = 7;
+        frmAdmin console(f.console);
+        console.Display(7);
+        QVERIFY(action(console.currentList()->menu(), u"Export to CSV..."_s));
+    }
+
     // The console's place and size come back as they were kept, for any screen up to 8K, and the
     // grid's height in its pane stays what the person left at every opening.
     void sizesSurviveReopening()

@@ -113,6 +113,8 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
         connect(columns, &QWidget::customContextMenuRequested, this, &frmList::showLayoutMenu);
         connect(columns, &QHeaderView::sectionMoved, this, arranged);
         connect(columns, &QHeaderView::sectionResized, this, arranged);
+        // A sort chosen by a click is part of the person's own layout.
+        connect(columns, &QHeaderView::sortIndicatorChanged, this, arranged);
         columns->viewport()->installEventFilter(this);
     }
     connect(ui.lblGroupPanel, &QWidget::customContextMenuRequested, this, [this](const QPoint &at) {
@@ -241,10 +243,10 @@ void frmList::buildMenu()
             action->setChecked(m_messages->ViewMyReplies);
         }
     }
-    if (!m_actions.isEmpty()) {
+    // Every list exports, the Received packages too, which have no command of their own.
+    if (!m_actions.isEmpty())
         m_menu->addSeparator();
-        m_export = m_menu->addAction(QString(), this, &frmList::exportCsv);
-    }
+    m_export = m_menu->addAction(QString(), this, &frmList::exportCsv);
 }
 
 int frmList::firstShownVisual() const
@@ -550,8 +552,6 @@ void frmList::exportCsv()
 
 void frmList::showMenu(const QPoint &at)
 {
-    if (m_actions.isEmpty())
-        return;
     m_chosen = chosen();
     const int selected = int(m_chosen.selected.size());
     for (const auto &[item, action] : m_actions)
