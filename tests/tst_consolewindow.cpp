@@ -352,8 +352,12 @@ private Q_SLOTS:
             outbox->ui.txtFilter->setText(word);
             QCOMPARE(shown(), ids);
         }
-        gOptions().Language = 0;
+        // The history of a message that has none says so in the language in force.
         outbox->ui.txtFilter->clear();
+        outbox->ui.grid->setCurrentIndex(outbox->model().index(1, 3));
+        QCOMPARE(outbox->ui.gridHistory->topLevelItem(0)->text(0), u"Aucun historique"_s);
+        outbox->ui.grid->clearSelection();
+        gOptions().Language = 0;
 
         const QString file = f.profile.path() + u"/outbox.csv"_s;
         QTimer::singleShot(0, qApp, [file] {

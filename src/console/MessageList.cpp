@@ -105,7 +105,7 @@ QList<QStringList> MessageList::History(const QString &initID) const
                               "FROM History WHERE InitID = ? ORDER BY rowid"),
                initID, 6, 4);
     if (rows.isEmpty())
-        rows << QStringList{QStringLiteral("No history")};
+        rows << QStringList{ResString(1256)};
     return rows;
 }
 
