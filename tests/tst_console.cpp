@@ -439,7 +439,12 @@ private Q_SLOTS:
     {
         const QDir folder(QStringLiteral(QT_TESTCASE_SOURCEDIR "/../resources/layouts"));
         QVERIFY(folder.exists(u"InboxMax.xgl"_s));
+        // The message and selection lists' files; the directories' are their own test's.
+        const QStringList directories{u"Users.xgl"_s,    u"Machines.xgl"_s,      u"AdminsList.xgl"_s,
+                                      u"MyGroups.xgl"_s, u"KorvaneGroups.xgl"_s, u"DomainGroups.xgl"_s};
         for (const QString &name : folder.entryList({u"*.xgl"_s})) {
+            if (directories.contains(name))
+                continue;
             QFile file(folder.filePath(name));
             GridState state;
             QVERIFY2(file.open(QIODevice::ReadOnly) && GridState::Read(file.readAll(), state),

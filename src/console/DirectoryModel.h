@@ -12,7 +12,11 @@ class DirectoryModel final : public QAbstractTableModel
 public:
     using QAbstractTableModel::QAbstractTableModel;
 
+    // The columns by their field names, which the layout files keep (GridState::NameRole); the
+    // header shows their titles.
     void setRows(const QStringList &columns, QList<QStringList> rows);
+    // The titles follow the language now in force.
+    void retranslate();
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;

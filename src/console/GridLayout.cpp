@@ -1,6 +1,8 @@
 #include "console/GridLayout.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 namespace {
 
@@ -17,9 +19,10 @@ QString keyStem(const QString &prefix)
 // The lists that ship one fixed file rather than a full and a simple one.
 bool singleFixedFile(const QString &prefix)
 {
-    static const QStringList single = {QStringLiteral("Ptemplates"), QStringLiteral("Stemplates"),
-                                       QStringLiteral("Users"), QStringLiteral("Machines"),
-                                       QStringLiteral("AdminsList")};
+    static const QStringList single = {QStringLiteral("Ptemplates"),    QStringLiteral("Stemplates"),
+                                       QStringLiteral("Users"),         QStringLiteral("Machines"),
+                                       QStringLiteral("AdminsList"),    QStringLiteral("MyGroups"),
+                                       QStringLiteral("KorvaneGroups"), QStringLiteral("DomainGroups")};
     return single.contains(prefix);
 }
 
@@ -101,4 +104,35 @@ GridLayout::Change GridLayout::Choose(Number layout)
 GridLayout::Menu GridLayout::LayoutMenu(int groupColumns) const
 {
     return {groupColumns > 0, m_number != Full, m_number != Simple};
+}
+
+GridState GridLayout::Read(QStringList *failures)
+{
+    QString file = LoadLayout();
+    for (;;) {
+        QFile in(file);
+        GridState state;
+        QString reason;
+        if (!in.open(QIODevice::ReadOnly))
+            reason = in.errorString();
+        else if (GridState::Read(in.read(GridState::MaxFileSize + 1), state, &reason))
+            return state;
+        if (failures)
+            *failures << file + QStringLiteral(": ") + reason;
+        // A damaged person's file gives way to the fixed one; without that, the design columns stand.
+        if (file != CustomFile())
+            return {};
+        file = MaxFile();
+    }
+}
+
+bool GridLayout::SaveCustom(const GridState &state, QString *error) const
+{
+    // Written whole or not at all: a crash never leaves half a layout.
+    QSaveFile out(CustomFile());
+    if (out.open(QIODevice::WriteOnly) && out.write(state.Write()) >= 0 && out.commit())
+        return true;
+    if (error)
+        *error = out.errorString();
+    return false;
 }

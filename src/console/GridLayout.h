@@ -1,6 +1,9 @@
 #pragma once
 
+#include "console/GridState.h"
+
 #include <QString>
+#include <QStringList>
 
 // One console list's column layout: which file its columns come from, whether
 // the person's changes wait to be saved, and what the layout menu offers. The
@@ -33,6 +36,12 @@ public:
     // the person's file when it exists, else (and for anything else) the Max
     // file. A fixed file clears the dirty flag; the person's keeps it.
     QString LoadLayout();
+
+    // The columns of LoadLayout's file. A person's file that cannot be read gives way to the Max
+    // file, and that to no columns at all (the grid's design); each failure as "file: reason".
+    GridState Read(QStringList *failures = nullptr);
+    // The columns kept in the person's file, written whole.
+    bool SaveCustom(const GridState &state, QString *error = nullptr) const;
 
     // The person moved, sized or grouped a column.
     void ColumnsChanged() { m_dirty = true; }

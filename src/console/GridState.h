@@ -33,6 +33,9 @@ struct GridState
     static bool Read(const QByteArray &file, GridState &state, QString *error = nullptr);
     QByteArray Write() const;
 
+    // The header role by which a grid's model names its columns as the files do.
+    static constexpr int NameRole = Qt::UserRole + 20;
+
     // Larger files are not layouts.
     static constexpr qsizetype MaxFileSize = 64 * 1024;
     static constexpr int MaxWidth = 10000;

@@ -114,6 +114,8 @@ void frmAdmin::replaceChild(int list)
     if (m_child) {
         if (auto *records = qobject_cast<frmList *>(m_child.data()))
             records->Unload();
+        else if (auto *directory = qobject_cast<frmDirectory *>(m_child.data()))
+            directory->Unload();
         ui.layoutPane->removeWidget(m_child);
         m_child->hide();
         m_child->deleteLater();

@@ -2,6 +2,7 @@
 
 #include "authoring/frmGroupEdit.h"
 #include "console/ConsoleFrame.h"
+#include "console/GridColumns.h"
 #include "console/frmAdminsEdit.h"
 #include "core/StringTable.h"
 #include "ui/ContextMenuKey.h"
@@ -16,6 +17,14 @@ int captionOf(DirectoryList::Item item)
 {
     static const int texts[] = {1260, 1224, 1261, 1262, 1263, 1231, 1220, 1221, 1225};
     return texts[item];
+}
+
+// The file prefix of each list's layouts, by its number from the domain groups on.
+QString prefixOf(DirectoryList::Kind kind)
+{
+    static const char *const prefixes[] = {"DomainGroups", "KorvaneGroups", "MyGroups",
+                                           "Users",        "Machines",      "AdminsList"};
+    return QLatin1String(prefixes[kind - DirectoryList::DomainGroups]);
 }
 
 } // namespace
@@ -34,8 +43,10 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
     ui.grid->setModel(&m_filter);
     ui.grid->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     ui.grid->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
-    ui.grid->horizontalHeader()->setSectionsMovable(true);
     ui.grid->sortByColumn(-1, Qt::AscendingOrder);
+    const QString prefix = prefixOf(m_directory.kind());
+    m_columns = new GridColumns(ui.grid, ui.grid->horizontalHeader(), m_ctx, prefix,
+                                QStringLiteral("frm") + prefix, this);
     ContextMenuKey::attach(ui.grid);
     ui.gridMembers->setVisible(m_directory.HasMembers());
     connect(ui.txtFilter, &QLineEdit::textChanged, &m_filter, &QSortFilterProxyModel::setFilterFixedString);
@@ -60,8 +71,21 @@ frmDirectory::frmDirectory(int list, ConsoleContext context, QWidget *parent)
             ui.grid->addAction(key);
         }
     }
+    m_menu->addSeparator();
+    m_export = m_menu->addAction(QString(), m_columns, &GridColumns::exportCsv);
     AssignLabels();
     LoadData();
+    m_columns->Load();
+}
+
+frmDirectory::~frmDirectory()
+{
+    Unload();
+}
+
+void frmDirectory::Unload()
+{
+    m_columns->Unload();
 }
 
 void frmDirectory::AssignLabels()
@@ -73,6 +97,8 @@ void frmDirectory::AssignLabels()
     ui.gridMembers->setAccessibleName(ResString(1272));
     for (const auto &[item, action] : m_actions)
         action->setText(ResString(captionOf(item)));
+    m_export->setText(ResString(1238));
+    m_model.retranslate();
 }
 
 void frmDirectory::changeEvent(QEvent *event)

@@ -8,6 +8,7 @@
 #include <QSortFilterProxyModel>
 #include <QWidget>
 
+class GridColumns;
 class QMenu;
 
 // One directory list of the console's pane: users, machines, groups or role
@@ -18,10 +19,13 @@ class frmDirectory final : public QWidget
     Q_OBJECT
 public:
     frmDirectory(int list, ConsoleContext context, QWidget *parent = nullptr);
+    ~frmDirectory() override;
 
     int list() const { return int(m_directory.kind()); }
     // Reads every row anew.
     void LoadData();
+    // Keeps the layout for the next list; once.
+    void Unload();
     QMenu *menu() const { return m_menu; }
     QStringList selectedKeys() const;
     Ui::frmDirectory ui;
@@ -47,6 +51,8 @@ private:
     DirectoryList m_directory;
     DirectoryModel m_model;
     QSortFilterProxyModel m_filter;
+    GridColumns *m_columns = nullptr;
     QMenu *m_menu = nullptr;
     QList<std::pair<DirectoryList::Item, QAction *>> m_actions;
+    QAction *m_export = nullptr;
 };

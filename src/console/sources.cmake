@@ -21,6 +21,7 @@ list(APPEND UI_SOURCES
     console/CodeCellDelegate.cpp console/CodeCellDelegate.h
     console/ConsoleContext.h
     console/LevelCellDelegate.cpp console/LevelCellDelegate.h
+    console/GridColumns.cpp console/GridColumns.h
     console/frmAdmin.cpp console/frmAdmin.h console/frmAdmin.ui
     console/frmAdminsEdit.cpp console/frmAdminsEdit.h console/frmAdminsEdit.ui
     console/frmConfigServer.cpp console/frmConfigServer.h console/frmConfigServer.ui

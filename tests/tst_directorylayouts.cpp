@@ -1,0 +1,230 @@
+// The console's directory lists on screen: headers in the person's language, the header's menu of
+// layouts, sorts and shown columns, a layout kept across a reopening or given up when damaged, and an
+// export of what the grid shows.
+#include "console/frmAdmin.h"
+#include "console/frmDirectory.h"
+#include "core/UserStore.h"
+#include "support/AuthoringFixture.h"
+#include "support/LogText.h"
+#include "support/Untranslated.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QMenu>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Fixture : AuthoringFixture
+{
+    QString userStore = profile.path() + u"/Client.conf"_s;
+    ConsoleContext console{ClientDB(),     TempDB(),          clock,  frontend, process, session,
+                           user,           policies,          levels, send,     nullptr, userStore,
+                           profile.path(), profile.dataHome()};
+
+    Fixture()
+    {
+        // Stored in neither the keys' nor the logons' order.
+        TempDB().exec(
+            u"INSERT INTO Users VALUES ('bob', 'Bob Ray', '2026-06-30', 'PC-2', 0, 1), "
+            u"('cyd', 'Cyd Park', '2026-07-02', 'PC-9', 1, 0), ('ann', 'Ann Lee', '2026-07-01', 'PC-7', 1, 0)"_s);
+        user.setMyAuthority(UserInfos::RoleAdministrator);
+        gOptions().Trace = true;
+        // A fixed layout of the users: two of the six columns, the language hidden.
+        profile.writeFile(
+            u"Layouts/Users.xgl"_s,
+            "korvane-grid 1\ncolumn UserName 150 1\ncolumn UserID 90 1\ncolumn Language 70 0\n");
+    }
+};
+
+QHeaderView *header(QWidget *list)
+{
+    return static_cast<frmDirectory *>(list)->ui.grid->horizontalHeader();
+}
+
+// The titles of the columns shown, in their order.
+QString shown(QWidget *list)
+{
+    QStringList titles;
+    for (int visual = 0; visual < header(list)->count(); ++visual)
+        if (const int logical = header(list)->logicalIndex(visual); !header(list)->isSectionHidden(logical))
+            titles << header(list)->model()->headerData(logical, Qt::Horizontal).toString();
+    return titles.join(u'|');
+}
+
+// The keys of the rows, in the grid's order.
+QString keys(QWidget *list)
+{
+    QStringList keys;
+    for (int row = 0; row < header(list)->model()->rowCount(); ++row)
+        keys << header(list)->model()->index(row, 0).data().toString();
+    return keys.join(u' ');
+}
+
+// Opens the header's menu on a column and picks an item, through a submenu (the menu runs its own loop).
+void pick(QWidget *list, int column, const QStringList &path)
+{
+    QTimer::singleShot(0, qApp, [path] {
+        QMenu *top = qobject_cast<QMenu *>(QApplication::activePopupWidget()), *menu = top;
+        for (const QString &text : path)
+            for (QAction *item : menu ? menu->actions() : QList<QAction *>())
+                if (item->text() == text)
+                    item->menu() ? void(menu = item->menu()) : item->trigger();
+        if (top)
+            top->close();
+    });
+    Q_EMIT header(list)->customContextMenuRequested(
+        QPoint(header(list)->sectionViewportPosition(column) + 3, header(list)->height() / 2));
+}
+
+QByteArray exported(frmDirectory &list, const QString &file)
+{
+    QTimer::singleShot(0, qApp, [file] {
+        if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
+            dialog->selectFile(file);
+            QMetaObject::invokeMethod(dialog, "accept");
+        }
+    });
+    list.menu()->actions().last()->trigger();
+    QFile csv(file);
+    return csv.open(QIODevice::ReadOnly) ? csv.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestDirectoryLayouts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // Under the layouts the program ships, every list shows each column of its table, titled in the
+    // person's language; the titles and the export item follow a switch of language while it is open.
+    void shippedLayoutsInEitherLanguage()
+    {
+        Fixture f;
+        const QDir shipped(QStringLiteral(QT_TESTCASE_SOURCEDIR "/../resources/layouts"));
+        QFile::remove(f.profile.path() + u"/Layouts/Users.xgl"_s);
+        for (const QString &name : shipped.entryList({u"*.xgl"_s}))
+            QVERIFY(QFile::copy(shipped.filePath(name), f.profile.path() + u"/Layouts/"_s + name));
+        const std::pair<QString, QString> groups = {u"Group Name|Description|Creator|Created"_s,
+                                                    u"Nom du groupe|Description|Créateur|Créé le"_s};
+        const QHash<int, std::pair<QString, QString>> titles = {
+            {10, {u"Group Name|Description"_s, u"Nom du groupe|Description"_s}},
+            {11, groups},
+            {12, groups},
+            {13,
+             {u"User ID|Name|Machine|Last Logon|Connected|Language"_s,
+              u"Identifiant|Nom|Poste|Dernière connexion|Connecté|Langue"_s}},
+            {14,
+             {u"Machine|IP Address|User ID|Last Logon|Connected|Version|Agent"_s,
+              u"Poste|Adresse IP|Identifiant|Dernière connexion|Connecté|Version|Agent"_s}},
+            {15, {u"User ID|Role"_s, u"Identifiant|Rôle"_s}}};
+        for (auto list = titles.cbegin(); list != titles.cend(); ++list) {
+            frmDirectory directory(list.key(), f.console);
+            for (const auto &[language, columns, item] : {std::tuple{0, list->first, u"Export to CSV..."_s},
+                                                          {1, list->second, u"Exporter en CSV..."_s}}) {
+                switchLanguage(&directory, language);
+                QCOMPARE(shown(&directory), columns);
+                QCOMPARE(directory.menu()->actions().last()->text(), item);
+            }
+            switchLanguage(&directory, 0);
+        }
+        QVERIFY2(!logText().contains(u"LoadLayout"_s), qPrintable(logText()));
+    }
+
+    // Columns arranged from the header's menu and with the mouse, in the person's own layout, come back
+    // when the list is opened again, and only in that list; the full layout gives back the shipped ones.
+    // A damaged own file gives way to the shipped one, a missing shipped one to the table's columns, and
+    // each is traced.
+    void layoutKeptOrGivenUp()
+    {
+        Fixture f;
+        const auto damage = [&f](const QString &list) {
+            UserStore(f.userStore).write(u"Setup"_s, list + u"Layout"_s, u"2"_s);
+            f.profile.writeFile(u"data/"_s + list + u"Cust.xgl"_s, "korvane-grid 1\ncolumn UserID wide 1\n");
+        };
+        damage(u"Machines"_s);
+        auto console = std::make_unique<frmAdmin>(f.console);
+        console->setAttribute(Qt::WA_DeleteOnClose, false);
+        console->show();
+        QVERIFY(QTest::qWaitForWindowExposed(console.get()));
+        const auto open = [&console, &f](int list) {
+            f.process.CurrentList = list;
+            console->Display(list);
+            return console->currentChild();
+        };
+        QWidget *users = open(13);
+        const int userID = 0, name = 1, lastLogon = 2;
+        QCOMPARE(shown(users), u"Name|User ID"_s);
+        QCOMPARE(header(users)->sectionSize(name), 150);
+        QCOMPARE(keys(users), u"bob cyd ann"_s);
+        pick(users, userID, {u"Custom Layout"_s});
+        pick(users, userID, {u"Sort by User ID, Descending"_s});
+        QCOMPARE(keys(users), u"cyd bob ann"_s);
+        pick(users, userID, {u"Columns"_s, u"Last Logon"_s});
+        pick(users, userID, {u"Columns"_s, u"Name"_s});
+        QCOMPARE(shown(users), u"User ID|Last Logon"_s);
+        header(users)->moveSection(header(users)->visualIndex(lastLogon), 0);
+        header(users)->resizeSection(lastLogon, 140);
+        // A click on a header sorts by it, whichever way Qt starts.
+        QTest::mouseClick(
+            header(users)->viewport(), Qt::LeftButton, {},
+            QPoint(header(users)->sectionViewportPosition(lastLogon) + 5, header(users)->height() / 2));
+        const QString byLogon = keys(users);
+        QVERIFY2(byLogon == u"bob ann cyd"_s || byLogon == u"cyd ann bob"_s, qPrintable(byLogon));
+
+        // Another list keeps its own layout: here its table's columns as they come.
+        QCOMPARE(shown(open(14)), u"Machine|IP Address|Last Logon|Version|User ID|Connected|Agent"_s);
+        QCOMPARE(UserStore(f.userStore).read(u"Setup"_s, u"UsersLayout"_s, QString()), u"2"_s);
+        QVERIFY(QFile::exists(f.profile.dataHome() + u"/UsersCust.xgl"_s));
+        users = open(13);
+        QCOMPARE(shown(users), u"Last Logon|User ID"_s);
+        QCOMPARE(header(users)->sectionSize(lastLogon), 140);
+        QCOMPARE(keys(users), byLogon);
+        // A column hidden in the person's file comes back at the width it had.
+        pick(users, userID, {u"Columns"_s, u"Name"_s});
+        QCOMPARE(header(users)->sectionSize(name), 150);
+
+        pick(users, userID, {u"Full Layout"_s});
+        QCOMPARE(shown(users), u"Name|User ID"_s);
+        QCOMPARE(keys(users), u"bob cyd ann"_s);
+        // The console closing keeps the choice too.
+        console.reset();
+        QCOMPARE(UserStore(f.userStore).read(u"Setup"_s, u"UsersLayout"_s, QString()), u"0"_s);
+        damage(u"Users"_s);
+        QCOMPARE(shown(std::make_unique<frmDirectory>(13, f.console).get()), u"Name|User ID"_s);
+        for (const QString &file :
+             {u"data/UsersCust.xgl"_s, u"data/MachinesCust.xgl"_s, u"Layouts/Machines.xgl"_s})
+            QVERIFY2(logText().contains(f.profile.path() + u'/' + file + u": "_s), qPrintable(file));
+    }
+
+    // An export writes the columns shown, in their order, of the selected rows or else of all the rows
+    // the quick filter leaves, in the grid's order.
+    void exportWritesWhatIsShown()
+    {
+        Fixture f;
+        frmDirectory users(13, f.console);
+        users.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&users));
+        pick(&users, 0, {u"Sort by User ID, Descending"_s});
+        const QString folder = f.profile.path() + u'/';
+        QCOMPARE(exported(users, folder + u"all.csv"_s),
+                 "\xEF\xBB\xBFName,User ID\r\nCyd Park,cyd\r\nBob Ray,bob\r\nAnn Lee,ann\r\n");
+        users.ui.grid->selectRow(2);
+        users.ui.grid->selectionModel()->select(users.ui.grid->model()->index(0, 0),
+                                                QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        QCOMPARE(exported(users, folder + u"chosen.csv"_s),
+                 "\xEF\xBB\xBFName,User ID\r\nCyd Park,cyd\r\nAnn Lee,ann\r\n");
+        users.ui.grid->clearSelection();
+        users.ui.txtFilter->setText(u"RAY"_s);
+        QCOMPARE(exported(users, folder + u"filtered.csv"_s), "\xEF\xBB\xBFName,User ID\r\nBob Ray,bob\r\n");
+    }
+};
+
+QTEST_MAIN(TestDirectoryLayouts)
+#include "tst_directorylayouts.moc"
