@@ -400,6 +400,26 @@ private Q_SLOTS:
                 QCOMPARE(outbox->model().record(0).text(ListRecord::Subject), u"Dinner"_s);
             }
         }
+        // A damaged file of the person's gives way to the full layout the program ships, with its sort.
+        f.profile.writeFile(u"Layouts/OutboxMax.xgl"_s, "korvane-grid 1\nsort colStartDate desc\n");
+        QFile custom(f.profile.dataHome() + u"/OutboxCust.xgl"_s);
+        QVERIFY(custom.open(QIODevice::WriteOnly) && custom.write("not a layout") > 0);
+        custom.close();
+        {
+            frmAdmin console(f.console);
+            QCOMPARE(console.currentList()->ui.grid->horizontalHeader()->sortIndicatorSection(), 12);
+        }
+        // A column the person hid, kept with no width, shows again at the grid's width.
+        QVERIFY(custom.open(QIODevice::WriteOnly) &&
+                custom.write("korvane-grid 1\ncolumn colSubject 200 1\ncolumn colLevel 0 0\n") > 0);
+        custom.close();
+        {
+            frmAdmin console(f.console);
+            QHeaderView *columns = console.currentList()->ui.grid->horizontalHeader();
+            QVERIFY(columns->isSectionHidden(5));
+            columns->setSectionHidden(5, false);
+            QCOMPARE(columns->sectionSize(5), columns->defaultSectionSize());
+        }
         gProcess().CurrentList = 7;
         frmAdmin console(f.console);
         console.Display(7);

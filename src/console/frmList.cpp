@@ -123,7 +123,7 @@ frmList::frmList(int list, ConsoleContext context, QWidget *parent)
     m_layout.Load(UserStore(m_ctx.userStoreFile)
                       .read(QStringLiteral("Setup"), m_layout.LayoutKey(), QStringLiteral("0")));
     if (m_layout.Activate())
-        applyLayout(m_layout.LoadLayout());
+        applyLayout();
     // The grid's height in the pane, as the person left it; the templates keep none. It is applied
     // once the pane has its own height, which the layout gives it only when shown.
     if (!m_templates) {
@@ -360,19 +360,13 @@ void frmList::designColumns()
     m_model.setShownColumns(ShownColumns);
 }
 
-void frmList::applyLayout(const QString &file)
+void frmList::applyLayout()
 {
-    QFile in(file);
-    GridState state;
-    QString reason;
-    if (!in.open(QIODevice::ReadOnly)) {
-        // The fixed files come with the program; without one the design columns stand.
-        TraceLog(traceName() + QStringLiteral(":LoadLayout - ") + file + QStringLiteral(": ") +
-                 in.errorString());
-    } else if (!GridState::Read(in.read(GridState::MaxFileSize + 1), state, &reason)) {
-        TraceLog(traceName() + QStringLiteral(":LoadLayout - ") + file + QStringLiteral(": ") + reason);
-        state = GridState();
-    }
+    // A damaged person's file gives way to the full one; without the fixed files the design columns stand.
+    QStringList failures;
+    const GridState state = m_layout.Read(&failures);
+    for (const QString &failure : failures)
+        TraceLog(traceName() + QStringLiteral(":LoadLayout - ") + failure);
     applyState(state);
 }
 
@@ -394,7 +388,8 @@ void frmList::applyState(const GridState &state)
         if (logical < 0)
             continue;
         header()->moveSection(header()->visualIndex(logical), position++);
-        header()->resizeSection(logical, column.width);
+        // A column kept hidden has no width of its own: it comes back at the grid's.
+        header()->resizeSection(logical, column.width > 0 ? column.width : header()->defaultSectionSize());
         header()->setSectionHidden(logical, !column.visible);
         if (column.visible)
             shown << logical;
@@ -455,13 +450,11 @@ GridState frmList::columnState() const
 
 bool frmList::saveCustom() const
 {
-    // Written whole or not at all: a crash never leaves half a layout.
-    QSaveFile out(m_layout.CustomFile());
-    if (!out.open(QIODevice::WriteOnly) || out.write(columnState().Write()) < 0 || !out.commit()) {
-        WriteLog(traceName() + QStringLiteral(":SaveLayout - ") + out.errorString());
-        return false;
-    }
-    return true;
+    QString error;
+    if (m_layout.SaveCustom(columnState(), &error))
+        return true;
+    WriteLog(traceName() + QStringLiteral(":SaveLayout - ") + error);
+    return false;
 }
 
 void frmList::chooseLayout(GridLayout::Number number)
@@ -470,7 +463,7 @@ void frmList::chooseLayout(GridLayout::Number number)
     if (change.saveCustom)
         saveCustom();
     if (change.reload)
-        applyLayout(m_layout.LoadLayout());
+        applyLayout();
 }
 
 void frmList::showLayoutMenu(const QPoint &at)

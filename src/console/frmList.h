@@ -71,7 +71,7 @@ private:
     void reloadRow(const QString &msgID);
     // Columns: the design ones, those of a layout file, and what the person arranged.
     void designColumns();
-    void applyLayout(const QString &file);
+    void applyLayout();
     void applyState(const GridState &state);
     // Groups the rows under a column's values (-1: no grouping), keeping the columns as they stand.
     void setGrouping(int column);
