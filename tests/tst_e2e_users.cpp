@@ -14,58 +14,31 @@
 
 using namespace Qt::StringLiterals;
 using namespace UserClients;
+using DesktopSession::bannerColour;
 using DesktopSession::keys;
-using DesktopSession::visibleWindow;
-
-namespace {
-
-const QString ClientLog = u"data/Korvane/client.log"_s;
-
-// The colour of the strip's top left corner once a banner stands on the screen.
-QColor bannerColour(const QString &artifact)
-{
-    const QString window = DesktopSession::bannerWindow();
-    if (window.isEmpty())
-        return {};
-    return DesktopSession::screenshot(artifact).pixelColor(DesktopSession::geometryOf(window).topLeft() +
-                                                           QPoint(3, 3));
-}
-
-} // namespace
+using DesktopSession::waitGone;
+using DesktopSession::waitWindow;
 
 class TestE2EUsers : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        const QString why = whyNoDesktop();
-        if (!why.isEmpty())
-            QSKIP(qPrintable(why));
-    }
+    void initTestCase() { skipWithoutDesktop(); }
 
     void twoUsersThroughTheDevelopmentServer()
     {
-
-        QTemporaryDir work;
-        Server server(work.filePath(u"devserver.json"_s), freePort());
-        // Clients reconnect at once when the link drops.
-        QVERIFY(writeFile(server.state, "{\"globalPolicies\": \"RCON=0;\"}"));
-        server.start();
-        UserClient ann(Ann, server.port), bob(Bob, server.port);
-        ann.start();
-        // Ann's client binds the order port first; Bob's takes its orders through hers.
-        QTRY_VERIFY_WITH_TIMEOUT(ann.file(ClientLog).contains(u"Binding UDP winsock to port"_s), 30000);
-        bob.start();
-        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
+        Desk desk;
+        QVERIFY(desk.start(0, true));
+        Server &server = desk.server;
+        UserClient &ann = desk.ann, &bob = desk.bob;
 
         // Ann's menu, opened by a second start where the pointer rests: "Show replies" is
         // ticked, then "Send a message" opens the composer.
         QVERIFY(ann.chooseMenuItem(4, {640, 400}));
         QVERIFY(ann.chooseMenuItem(1, {640, 400}));
-        QString composer;
-        QTRY_VERIFY_WITH_TIMEOUT(!(composer = visibleWindow(u"^New message "_s)).isEmpty(), 15000);
+        const QString composer = waitWindow(u"^New message "_s);
+        QVERIFY(!composer.isEmpty());
 
         // The text, the level by its initial, "May reply", a receipt and its notice, then Bob from
         // the list of users. The points clicked are where the forms' layouts put their controls.
@@ -75,38 +48,36 @@ private Q_SLOTS:
         DesktopSession::type(u"W"_s);
         keys({u"Tab"_s, u"Tab"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s});
         DesktopSession::clickIn(composer, {503, 274});
-        QString users;
-        QTRY_VERIFY_WITH_TIMEOUT(!(users = visibleWindow(u"^Users$"_s)).isEmpty(), 15000);
+        const QString users = waitWindow(u"^Users$"_s);
+        QVERIFY(!users.isEmpty());
         DesktopSession::clickIn(users, {52, 50});
         keys({u"Return"_s});
-        QTRY_VERIFY(visibleWindow(u"^Users$"_s).isEmpty());
+        QVERIFY(waitGone(u"^Users$"_s));
         DesktopSession::screenshot(u"composer.png"_s);
         DesktopSession::clickIn(composer, {502, 617});
-        QTRY_VERIFY_WITH_TIMEOUT(visibleWindow(u"^New message "_s).isEmpty(), 10000);
+        QVERIFY(waitGone(u"^New message "_s));
 
         // The server has it as written, and Bob's banner shows it in the yellow of Warning.
         QTRY_VERIFY_WITH_TIMEOUT(
             server.control({u"list"_s}).contains(u"level Warning from korvane-ann to \"korvane-bob\""_s),
             10000);
-        QVERIFY(DesktopSession::run(u"cat"_s, {server.state}).contains(u"Lunch at noon"_s));
+        QVERIFY(run(u"cat"_s, {server.state}).contains(u"Lunch at noon"_s));
         QTRY_COMPARE_WITH_TIMEOUT(bannerColour(u"bob-banner.png"_s), QColor(255, 255, 0), 20000);
 
         // Bob's reply button under the strip; his answer reaches Ann's banner in the reply's blue.
         // A click that lands while the strip is still being laid out is tried again.
         QString reply;
         for (int attempt = 0; attempt < 5 && reply.isEmpty(); ++attempt) {
-            const QString banner = DesktopSession::bannerWindow();
-            if (!banner.isEmpty())
+            if (const QString banner = DesktopSession::bannerWindow(); !banner.isEmpty())
                 DesktopSession::clickIn(banner, {24, DesktopSession::geometryOf(banner).height() - 10});
-            (void)QTest::qWaitFor(
-                [&] { return !(reply = visibleWindow(u"^Reply to korvane-ann$"_s)).isEmpty(); }, 3000);
+            reply = waitWindow(u"^Reply to korvane-ann$"_s, 3000);
         }
         QVERIFY(!reply.isEmpty());
         DesktopSession::clickIn(reply, {320, 220});
         DesktopSession::type(u"See you there"_s);
         DesktopSession::screenshot(u"reply.png"_s);
         DesktopSession::clickIn(reply, {423, 497});
-        QTRY_VERIFY_WITH_TIMEOUT(visibleWindow(u"^Reply to "_s).isEmpty(), 10000);
+        QVERIFY(waitGone(u"^Reply to "_s));
         QTRY_VERIFY_WITH_TIMEOUT(ann.file(u"notifications.log"_s).contains(u"Message read by:|Bob Marsh"_s),
                                  30000);
         QTRY_COMPARE_WITH_TIMEOUT(bannerColour(u"ann-banner.png"_s), QColor(0, 0, 255), 20000);
@@ -114,16 +85,14 @@ private Q_SLOTS:
         // One datagram to the machine: both clients drop their links, and one more brings both back.
         QTRY_VERIFY_WITH_TIMEOUT(bob.file(ClientLog).contains(u"come through the client that holds it"_s),
                                  20000);
-        QVERIFY(
-            server.control({u"udp"_s, u"--to"_s, u"all"_s, u"REC"_s}).contains(u"REC sent to 1 client(s)"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(ann.file(ClientLog).contains(u"Server sent a RECONNECT command"_s) &&
-                                     bob.file(ClientLog).contains(u"Server sent a RECONNECT command"_s),
-                                 15000);
-        QVERIFY(
-            server.control({u"udp"_s, u"--to"_s, u"all"_s, u"CON"_s}).contains(u"CON sent to 1 client(s)"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(ann.file(ClientLog).contains(u"Server sent a CONNECT command"_s) &&
-                                     bob.file(ClientLog).contains(u"Server sent a CONNECT command"_s),
-                                 15000);
+        for (const auto &[order, word] :
+             {std::pair(u"REC"_s, u"RECONNECT"_s), std::pair(u"CON"_s, u"CONNECT"_s)}) {
+            QVERIFY(server.control({u"udp"_s, u"--to"_s, u"all"_s, order})
+                        .contains(order + u" sent to 1 client(s)"_s));
+            const QString heard = u"Server sent a %1 command"_s.arg(word);
+            QTRY_VERIFY_WITH_TIMEOUT(
+                ann.file(ClientLog).contains(heard) && bob.file(ClientLog).contains(heard), 15000);
+        }
         QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
 
         // From now on a dropped link waits: the policy says not to retry. Ann

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QProcess>
+#include <QtCore/qtestsupport_core.h>
 
 using namespace Qt::StringLiterals;
 
@@ -24,9 +25,28 @@ QString visibleWindow(const QString &titlePattern)
         .trimmed();
 }
 
+QString waitWindow(const QString &titlePattern, int timeout)
+{
+    QString window;
+    (void)QTest::qWaitFor([&] { return !(window = visibleWindow(titlePattern)).isEmpty(); }, timeout);
+    return window;
+}
+
+bool waitGone(const QString &titlePattern, int timeout)
+{
+    return QTest::qWaitFor([&] { return visibleWindow(titlePattern).isEmpty(); }, timeout);
+}
+
 QString bannerWindow()
 {
-    return visibleWindow(u"Korvane banner"_s);
+    return visibleWindow(u"^Korvane banner$"_s);
+}
+
+QColor bannerColour(const QString &artifact)
+{
+    const QString window = bannerWindow();
+    return window.isEmpty() ? QColor()
+                            : screenshot(artifact).pixelColor(geometryOf(window).topLeft() + QPoint(3, 3));
 }
 
 QRect geometryOf(const QString &window)

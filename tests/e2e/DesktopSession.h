@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QImage>
 #include <QRect>
 #include <QString>
@@ -13,8 +14,14 @@ namespace DesktopSession {
 QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr);
 // The first visible window whose title matches the pattern, or an empty string.
 QString visibleWindow(const QString &titlePattern);
-// The first visible banner window, or an empty string.
+// The first visible window whose title matches, once one shows within the time, or an empty string.
+QString waitWindow(const QString &titlePattern, int timeout = 15000);
+// Whether no visible window whose title matches is left within the time.
+bool waitGone(const QString &titlePattern, int timeout = 15000);
+// The first visible window titled "Korvane banner", no program name behind, or an empty string.
 QString bannerWindow();
+// The colour of the banner's strip near its top left corner, or an invalid colour with no banner.
+QColor bannerColour(const QString &artifact);
 QRect geometryOf(const QString &window);
 // The title the window manager shows, as xprop prints it.
 QString titleOf(const QString &window);
