@@ -325,7 +325,14 @@ private Q_SLOTS:
         users.Send({u"c"_s, u"a"_s, u"b"_s});
         QCOMPARE(f.process.SavedSelection, u"c,a,b"_s);
         QCOMPARE(f.sent, QStringList{u"MID"_s});
-        // A user deleted here and at the server; a refresh empties the table and asks again.
+        // A user deleted here and at the server once the question is answered Yes; a refresh empties
+        // the table and asks again.
+        f.frontend.answerBox(ResultNo);
+        QVERIFY(!users.Delete(u"b"_s));
+        QCOMPARE(users.LoadData().size(), 3);
+        f.frontend.answerBox(ResultNo);
+        QVERIFY(!DirectoryList(DirectoryList::Machines, context).Delete(u"PC7"_s));
+        f.frontend.answerBox(ResultYes);
         QVERIFY(users.Delete(u"b"_s));
         QCOMPARE(users.LoadData().size(), 2);
         f.session.UsersLoaded = true;

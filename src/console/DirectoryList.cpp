@@ -161,6 +161,11 @@ bool DirectoryList::Delete(const QString &focused)
 {
     if (focused.isEmpty())
         return false;
+    // A user or a machine goes for the whole organisation: asked first.
+    if ((m_kind == Users || m_kind == Machines) &&
+        m_ctx.frontend.MessageBoxShow(ResString(1254).arg(1), ResString(1255), IconQuestion, ButtonsYesNo) !=
+            ResultYes)
+        return false;
     switch (m_kind) {
     case Users:
         DeleteUser(m_ctx.tempDB, QStringLiteral("Users"), focused);
