@@ -34,6 +34,8 @@ class TestDialogs : public QObject
     Q_OBJECT
 
 private:
+    TempProfile profile;
+
     // Acts on the modal dialog once it is up, as a person would.
     static void whenShown(std::function<void(frmDialog *)> act)
     {
@@ -57,51 +59,42 @@ private:
     }
 
 private Q_SLOTS:
-    void buttonSets_data()
-    {
-        QTest::addColumn<int>("set");
-        QTest::addColumn<QStringList>("captions");
-        QTest::addColumn<int>("escape");
-        QTest::newRow("ok") << 1 << QStringList{u"OK"_s} << int(ResultOk);
-        QTest::newRow("ok cancel") << 2 << QStringList{u"OK"_s, u"Cancel"_s} << int(ResultCancel);
-        QTest::newRow("yes no") << 3 << QStringList{u"Yes"_s, u"No"_s} << int(ResultNo);
-        QTest::newRow("cancel yes no")
-            << 4 << QStringList{u"Cancel"_s, u"Yes"_s, u"No"_s} << int(ResultCancel);
-    }
-
+    // Each set's buttons in order, each giving its own result, and Escape the set's way out.
     void buttonSets()
     {
-        QFETCH(int, set);
-        QFETCH(QStringList, captions);
-        QFETCH(int, escape);
-        TempProfile profile;
         const QString caption = u"ATTENTION - You requested to shut down the Korvane Client"_s;
         const QString word = u"\\\\fileserver\\communication\\announcements-2024.pdf"_s;
-
-        const QList<int> buttons = DialogButtonSet::buttonsOf(set);
-        for (int index = 0; index < buttons.size(); ++index) {
-            QStringList seen;
-            whenShown([&](frmDialog *dialog) {
-                seen = shownButtons(dialog);
-                QCOMPARE(dialog->Label1->text(), u"Open "_s + word);
-                QCOMPARE(dialog->windowTitle(), caption);
-                // Wide enough that neither the title nor a word is cut.
-                QVERIFY(dialog->width() >= dialog->fontMetrics().horizontalAdvance(caption));
-                QVERIFY(dialog->Label1->width() >= dialog->Label1->fontMetrics().horizontalAdvance(word));
-                QVERIFY(!dialog->txtInput->isVisible());
-                dialog->Button[buttons[index]]->click();
-            });
-            const int result = MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set);
-            QCOMPARE(seen, captions);
-            QCOMPARE(result, DialogButtonSet::resultOf(buttons[index]));
+        const std::tuple<int, QStringList, int> sets[] = {
+            {1, {u"OK"_s}, ResultOk},
+            {2, {u"OK"_s, u"Cancel"_s}, ResultCancel},
+            {3, {u"Yes"_s, u"No"_s}, ResultNo},
+            {4, {u"Cancel"_s, u"Yes"_s, u"No"_s}, ResultCancel},
+        };
+        for (const auto &[set, captions, escape] : sets) {
+            const QList<int> buttons = DialogButtonSet::buttonsOf(set);
+            for (const int button : buttons) {
+                QStringList seen;
+                whenShown([&](frmDialog *dialog) {
+                    seen = shownButtons(dialog);
+                    QCOMPARE((QStringList{dialog->Label1->text(), dialog->windowTitle()}),
+                             (QStringList{u"Open "_s + word, caption}));
+                    // Wide enough that neither the title nor a word is cut.
+                    QVERIFY(dialog->width() >= dialog->fontMetrics().horizontalAdvance(caption));
+                    QVERIFY(dialog->Label1->width() >= dialog->Label1->fontMetrics().horizontalAdvance(word));
+                    QVERIFY(!dialog->txtInput->isVisible());
+                    dialog->Button[button]->click();
+                });
+                const int result = MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set);
+                QCOMPARE(seen, captions);
+                QCOMPARE(result, DialogButtonSet::resultOf(button));
+            }
+            whenShown([](frmDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+            QCOMPARE(MessageBox::Show(u"Text"_s, u"Caption"_s, IconNone, set), escape);
         }
-        whenShown([](frmDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
-        QCOMPARE(MessageBox::Show(u"Text"_s, u"Caption"_s, IconNone, set), escape);
     }
 
     void inputBoxes()
     {
-        TempProfile profile;
         // Cancel gives the empty text whatever was typed.
         for (int button : {int(DialogButtonSet::ButtonOk), int(DialogButtonSet::ButtonCancel)}) {
             whenShown([button](frmDialog *dialog) {
@@ -132,7 +125,6 @@ private Q_SLOTS:
 
     void trayMenuFollowsTheEngine()
     {
-        TempProfile profile;
         TrayIcon tray;
         ClientMenu menu;
         menu.SetMenu(ClientMenu::Rights{});
@@ -143,16 +135,15 @@ private Q_SLOTS:
             if (auto *m = qobject_cast<QMenu *>(widget); m && !m->actions().isEmpty() && !m->parentWidget())
                 actions = m->actions();
         QCOMPARE(actions.size(), 14);
-        QVERIFY(!actions[0]->isEnabled());
-        QVERIFY(!actions[7]->isVisible());
+        QCOMPARE((QList<bool>{actions[0]->isEnabled(), actions[7]->isVisible()}),
+                 (QList<bool>{false, false}));
 
         // Updated in place: the same actions, new states.
         ClientMenu::Rights rights;
         rights.ConnectedToServer = true;
         menu.SetMenu(rights);
         tray.rebuildMenu(menu);
-        QVERIFY(actions[0]->isEnabled());
-        QVERIFY(actions[7]->isVisible());
+        QCOMPARE((QList<bool>{actions[0]->isEnabled(), actions[7]->isVisible()}), (QList<bool>{true, true}));
         actions.last()->trigger();
         QCOMPARE(clicked.size(), 1);
         QCOMPARE(clicked[0][0].value<ClientMenu::Item>(), ClientMenu::mnuExit);
@@ -161,7 +152,6 @@ private Q_SLOTS:
     // The package composer: no level and no reply; Mandatory, and OK only with a link.
     void packageComposer()
     {
-        TempProfile profile;
         RecordingFrontend frontend;
         UserInfos user(u"jdoe"_s);
         const auto send = [](const QString &) { return true; };
@@ -185,7 +175,6 @@ private Q_SLOTS:
     // now. Escape closes it.
     void aboutBox()
     {
-        TempProfile profile;
         DesktopFrontend desktop;
         Frontend::AboutFacts facts{u"0.1.0"_s, u"Nov 23 2026"_s, u"6.4.2"_s,
                                    u"/d"_s,    u"/s"_s,          u"Connection status: Closed"_s};
@@ -200,13 +189,12 @@ private Q_SLOTS:
         QPointer<frmAbout> about = boxes[0];
         QVERIFY(QTest::qWaitForWindowActive(about));
         const auto *form = about->findChild<QFormLayout *>();
+        const auto text = [form](int row, QFormLayout::ItemRole role) {
+            return qobject_cast<QLabel *>(form->itemAt(row, role)->widget())->text().remove(u'&');
+        };
         QStringList rows{about->windowTitle()};
         for (int row = 0; row < form->rowCount(); ++row)
-            rows << qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::LabelRole)->widget())
-                            ->text()
-                            .remove(u'&') +
-                        u' ' +
-                        qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::FieldRole)->widget())->text();
+            rows << text(row, QFormLayout::LabelRole) + u' ' + text(row, QFormLayout::FieldRole);
         QCOMPARE(rows,
                  (QStringList{u"About Korvane Client"_s, u"Version: 0.1.0"_s, u"Built on: Nov 23 2026"_s,
                               u"Qt: 6.4.2"_s, u"Data folder: /d"_s, u"Settings folder: /s"_s,

@@ -206,7 +206,6 @@ private Q_SLOTS:
         frmLevelEdit window(f.context());
         window.setAttribute(Qt::WA_DeleteOnClose, false);
         window.show();
-        QCOMPARE(window.windowTitle(), u"Message Level Editor"_s);
         QCOMPARE(window.ui.cboSoundType->count(), 12); // the sound codes 0 to 11
 
         // A file that vanished since it was chosen: a box, nothing played.
@@ -257,15 +256,10 @@ private Q_SLOTS:
                              "2\u0002//srv/media/b.wav\u0002False\u00020"_s});
         QVERIFY(!window.isVisible());
         // Reset brings the stored levels back into the list, without the one just added.
-        const auto listed = [&window] {
-            QStringList names;
-            for (int row = 0; row < window.ui.cboLevel->count(); ++row)
-                names << window.ui.cboLevel->itemText(row);
-            return names;
-        };
-        QVERIFY(listed().contains(u"Shared"_s));
+        QVERIFY(window.ui.cboLevel->findText(u"Shared"_s) >= 0);
         window.ui.DefaultButton->click();
-        QCOMPARE(listed(), QStringList{u"Wave"_s});
+        QCOMPARE((QList<QVariant>{window.ui.cboLevel->count(), window.ui.cboLevel->itemText(0)}),
+                 (QList<QVariant>{1, u"Wave"_s}));
 
         // What each sound code lets the author use: file, looping, play.
         const int table[][4] = {{1, 0, 0, 1}, {3, 0, 1, 1}, {11, 0, 1, 1}, {2, 1, 1, 1}, {0, 0, 0, 1}};

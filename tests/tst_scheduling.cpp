@@ -66,8 +66,6 @@ struct Fixture : StoreFixture
 
 } // namespace
 
-Q_DECLARE_METATYPE(DVMessage)
-
 class TestScheduling : public QObject
 {
     Q_OBJECT
@@ -75,80 +73,62 @@ class TestScheduling : public QObject
 private Q_SLOTS:
     void initTestCase() { Ticker::setManual(true); }
 
-    void nextRunDate_data()
-    {
-        QTest::addColumn<QDateTime>("start");
-        QTest::addColumn<QDateTime>("now");
-        QTest::addColumn<int>("step");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<QDateTime>("expected");
-        QTest::newRow("minutes") << at(9, 0) << at(9, 7) << 0 << 5 << at(9, 10);
-        QTest::newRow("hours") << at(9, 0) << at(11, 30) << 1 << 1 << at(12, 0);
-        QTest::newRow("days over midnight, equal to now moved on")
-            << FakeClock::at(2026, 11, 20, 23, 30) << at(23, 30) << 2 << 1
-            << FakeClock::at(2026, 11, 24, 23, 30);
-        QTest::newRow("weeks") << FakeClock::at(2026, 11, 2, 8, 15) << at(8, 14) << 3 << 1 << at(8, 15);
-        QTest::newRow("clamp to 29 February stays") << FakeClock::at(2028, 1, 31) << FakeClock::at(2028, 5, 1)
-                                                    << 4 << 1 << FakeClock::at(2028, 5, 29);
-        QTest::newRow("years from a leap day") << FakeClock::at(2024, 2, 29) << FakeClock::at(2026, 1, 1) << 5
-                                               << 1 << FakeClock::at(2026, 2, 28);
-        QTest::newRow("zero date, minutes") << DateText::ZeroDate() << at(10, 30) << 0 << 1 << at(10, 31);
-        QTest::newRow("already later") << at(12, 0) << at(9, 0) << 1 << 1 << at(12, 0);
-        QTest::newRow("value 0") << at(9, 0) << at(11, 0) << 1 << 0 << at(9, 0);
-        QTest::newRow("step 6") << at(9, 0) << at(11, 0) << 6 << 1 << at(9, 0);
-    }
-
     void nextRunDate()
     {
-        QFETCH(QDateTime, start);
-        QFETCH(QDateTime, now);
-        QFETCH(int, step);
-        QFETCH(int, value);
-        QTEST(Scheduler::GetNextRunDate(start, now, step, qint16(value)), "expected");
+        const std::tuple<QDateTime, QDateTime, int, int, QDateTime> cases[] = {
+            {at(9, 0), at(9, 7), RepeatMinutes, 5, at(9, 10)},
+            {at(9, 0), at(11, 30), RepeatHours, 1, at(12, 0)},
+            // Days over midnight; a date equal to now is moved on.
+            {FakeClock::at(2026, 11, 20, 23, 30), at(23, 30), RepeatDays, 1,
+             FakeClock::at(2026, 11, 24, 23, 30)},
+            {FakeClock::at(2026, 11, 2, 8, 15), at(8, 14), RepeatWeeks, 1, at(8, 15)},
+            // The clamp to 29 February stays; years from a leap day.
+            {FakeClock::at(2028, 1, 31), FakeClock::at(2028, 5, 1), RepeatMonths, 1,
+             FakeClock::at(2028, 5, 29)},
+            {FakeClock::at(2024, 2, 29), FakeClock::at(2026, 1, 1), RepeatYears, 1,
+             FakeClock::at(2026, 2, 28)},
+            {DateText::ZeroDate(), at(10, 30), RepeatMinutes, 1, at(10, 31)},
+            // Already later, no value, no unit: unchanged.
+            {at(12, 0), at(9, 0), RepeatHours, 1, at(12, 0)},
+            {at(9, 0), at(11, 0), RepeatHours, 0, at(9, 0)},
+            {at(9, 0), at(11, 0), RepeatLogon, 1, at(9, 0)},
+        };
+        for (const auto &[start, now, step, value, expected] : cases)
+            QCOMPARE(Scheduler::GetNextRunDate(start, now, step, qint16(value)), expected);
     }
 
-    void eligibleOnArrival_data()
+    // Arriving at 11:30:30: shown or not, and the status and next run it is left with.
+    void eligibleOnArrival()
     {
-        QTest::addColumn<DVMessage>("msg");
-        QTest::addColumn<bool>("isLogon");
-        QTest::addColumn<bool>("shown");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QDateTime>("nextRun");
-        // Arriving at 11:30:30.
+        FakeClock clock(at(11, 30, 30));
         const auto m = [](qint16 delivery, const QDateTime &nextRun, const QDateTime &expiration = Later) {
             return message(u"M1"_s, delivery, nextRun, expiration);
         };
         DVMessage finished = m(DeliveryImmediate, at(9, 0));
         finished.Status = StatusFinished;
-        QTest::newRow("not active") << finished << false << false << 4 << at(9, 0);
-        QTest::newRow("logon in MSG") << m(1, at(9, 0)) << false << false << 1 << at(9, 0);
-        QTest::newRow("logon in MSL") << m(1, at(9, 0)) << true << true << 1 << at(9, 0);
-        QTest::newRow("immediate") << m(0, at(23, 0)) << false << true << 1 << at(23, 0);
-        QTest::newRow("certified") << m(2, at(23, 0)) << false << true << 1 << at(23, 0);
-        QTest::newRow("unknown code") << m(9, at(23, 0)) << false << true << 1 << at(23, 0);
-        QTest::newRow("later") << m(3, at(11, 31)) << false << false << 1 << at(11, 31);
-        QTest::newRow("this minute, seconds on the wire")
-            << repeating(m(3, at(11, 30, 50)), 1, 0, true) << false << true << 1 << at(11, 30, 50);
-        QTest::newRow("ordinary passed") << m(3, at(8, 0)) << false << true << 1 << at(8, 0);
-        QTest::newRow("expired") << m(3, at(8, 0), at(11, 29)) << false << false << 2 << at(8, 0);
-        QTest::newRow("expiring now") << m(3, at(8, 0), at(11, 30)) << false << true << 1 << at(8, 0);
-        QTest::newRow("exact 09:00 passed, no repeat")
-            << repeating(m(3, at(9, 0)), 1, 0, true) << false << false << 2 << at(9, 0);
-        QTest::newRow("exact 09:00 passed, hourly")
-            << repeating(m(3, at(9, 0)), 1, 1, true) << false << false << 1 << at(12, 0);
-        QTest::newRow("exact passed, logon step")
-            << repeating(m(3, at(9, 0)), 6, 1, true) << false << false << 1 << at(9, 0);
-    }
-
-    void eligibleOnArrival()
-    {
-        QFETCH(DVMessage, msg);
-        QFETCH(bool, isLogon);
-        FakeClock clock(at(11, 30, 30));
-        QTEST(Scheduler::NewMsgEligible(msg, isLogon), "shown");
-        QTEST(msg.Status, "status");
-        QCOMPARE(msg.MsgAction, msg.Status == StatusExpired ? qint32(ActionDone) : qint32(ActionWaiting));
-        QTEST(msg.NextRunDate, "nextRun");
+        const std::tuple<const char *, DVMessage, bool, bool, int, QDateTime> cases[] = {
+            {"not active", finished, false, false, 4, at(9, 0)},
+            {"logon in MSG", m(1, at(9, 0)), false, false, 1, at(9, 0)},
+            {"logon in MSL", m(1, at(9, 0)), true, true, 1, at(9, 0)},
+            {"immediate", m(0, at(23, 0)), false, true, 1, at(23, 0)},
+            {"certified", m(2, at(23, 0)), false, true, 1, at(23, 0)},
+            {"unknown code", m(9, at(23, 0)), false, true, 1, at(23, 0)},
+            {"later", m(3, at(11, 31)), false, false, 1, at(11, 31)},
+            {"this minute, seconds on the wire", repeating(m(3, at(11, 30, 50)), 1, 0, true), false, true, 1,
+             at(11, 30, 50)},
+            {"ordinary passed", m(3, at(8, 0)), false, true, 1, at(8, 0)},
+            {"expired", m(3, at(8, 0), at(11, 29)), false, false, 2, at(8, 0)},
+            {"expiring now", m(3, at(8, 0), at(11, 30)), false, true, 1, at(8, 0)},
+            {"exact passed, no repeat", repeating(m(3, at(9, 0)), 1, 0, true), false, false, 2, at(9, 0)},
+            {"exact passed, hourly", repeating(m(3, at(9, 0)), 1, 1, true), false, false, 1, at(12, 0)},
+            {"exact passed, logon step", repeating(m(3, at(9, 0)), 6, 1, true), false, false, 1, at(9, 0)},
+        };
+        for (auto [name, msg, isLogon, shown, status, nextRun] : cases) {
+            QVERIFY2(Scheduler::NewMsgEligible(msg, isLogon) == shown, name);
+            QCOMPARE(
+                (QVariantList{msg.Status, msg.MsgAction, msg.NextRunDate}),
+                (QVariantList{status, int(status == StatusExpired ? ActionDone : ActionWaiting), nextRun}));
+        }
     }
 
     void minuteTick()
@@ -237,13 +217,9 @@ private Q_SLOTS:
                      operation);
     }
 
-    void nextRunOnAcknowledgement_data()
+    // Shown and now acknowledged on 1 April, 10:00:30: the status, action and next run stored.
+    void nextRunOnAcknowledgement()
     {
-        QTest::addColumn<DVMessage>("msg");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<int>("action");
-        QTest::addColumn<QDateTime>("nextRun");
-        // Shown and now acknowledged on 1 April, 10:00:30.
         const QDateTime jan31 = FakeClock::at(2026, 1, 31, 9, 0);
         const auto m = [&jan31](qint32 step, qint16 value, const QDateTime &expiration = Later) {
             DVMessage shown = repeating(message(u"M1"_s, DeliveryScheduled, jan31, expiration), step, value);
@@ -252,28 +228,24 @@ private Q_SLOTS:
         };
         DVMessage package = m(RepeatMinutes, 30);
         package.MsgLevel = u"sysKVPackage"_s;
-        QTest::newRow("no repetition") << m(RepeatDays, 0) << 4 << 2 << jan31;
-        QTest::newRow("monthly from 31 January")
-            << m(RepeatMonths, 1) << 1 << 0 << FakeClock::at(2026, 4, 28, 9, 0);
-        QTest::newRow("past expiration")
-            << m(RepeatDays, 1, FakeClock::at(2026, 4, 1, 18, 0)) << 4 << 2 << jan31;
-        QTest::newRow("repeat at logon") << m(RepeatLogon, 1) << 1 << 1 << jan31;
-        QTest::newRow("no date unit") << m(9, 1) << 4 << 2 << jan31;
-        QTest::newRow("package") << package << 1 << 0 << FakeClock::at(2026, 4, 1, 10, 30);
-    }
-
-    void nextRunOnAcknowledgement()
-    {
-        QFETCH(DVMessage, msg);
-        Fixture f;
-        f.clock.set(FakeClock::at(2026, 4, 1, 10, 0, 30));
-        const QString table = msg.MsgLevel == QLatin1String("sysKVPackage") ? InPkg : Inbox;
-        f.store(table, msg);
-        f.scheduler.ComputeNextRunDate(msg);
-        const DVMessage stored = f.row(table, msg.MsgID);
-        QTEST(stored.Status, "status");
-        QTEST(stored.MsgAction, "action");
-        QTEST(stored.NextRunDate, "nextRun");
+        const std::tuple<const char *, DVMessage, int, int, QDateTime> cases[] = {
+            {"no repetition", m(RepeatDays, 0), 4, 2, jan31},
+            {"monthly from 31 January", m(RepeatMonths, 1), 1, 0, FakeClock::at(2026, 4, 28, 9, 0)},
+            {"past expiration", m(RepeatDays, 1, FakeClock::at(2026, 4, 1, 18, 0)), 4, 2, jan31},
+            {"repeat at logon", m(RepeatLogon, 1), 1, 1, jan31},
+            {"no date unit", m(9, 1), 4, 2, jan31},
+            {"package", package, 1, 0, FakeClock::at(2026, 4, 1, 10, 30)},
+        };
+        for (auto [name, msg, status, action, nextRun] : cases) {
+            Fixture f;
+            f.clock.set(FakeClock::at(2026, 4, 1, 10, 0, 30));
+            const QString table = msg.MsgLevel == QLatin1String("sysKVPackage") ? InPkg : Inbox;
+            f.store(table, msg);
+            f.scheduler.ComputeNextRunDate(msg);
+            const DVMessage stored = f.row(table, msg.MsgID);
+            QCOMPARE((QVariantList{QLatin1String(name), stored.Status, stored.MsgAction, stored.NextRunDate}),
+                     (QVariantList{QLatin1String(name), status, action, nextRun}));
+        }
     }
 
     void passedExactTimeAndHostAtStart()
