@@ -3,28 +3,22 @@
 #include "fuzz/FuzzSupport.h"
 #include "netsvc/NetworkPaths.h"
 
-#include <QFile>
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     fuzzEnvironment();
     const QByteArray bytes(reinterpret_cast<const char *>(data), qsizetype(size));
-    static const QString table = gProcess().AppDataPath + QStringLiteral("/mountinfo");
-    QFile file(table);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return 0;
-    file.write(bytes);
-    file.close();
-    const QList<NetworkPaths::Mount> mounts = NetworkPaths::ReadMounts(table);
+    const QList<NetworkPaths::Mount> mounts = NetworkPaths::ParseMounts(bytes);
     // The first line doubles as a path a person typed.
     QStringList paths{QString::fromUtf8(bytes.left(bytes.indexOf('\n')))};
     for (const NetworkPaths::Mount &mount : mounts)
         paths << mount.mountPoint + QStringLiteral("/a/../b.pdf") << mount.source + QStringLiteral("/c.pdf");
     for (QString path : paths) {
-        NetworkPaths::IsNetworkPath(path, mounts);
+        const bool network = NetworkPaths::IsNetworkPath(path, mounts);
         NetworkPaths::LocalPathOf(path, mounts);
-        if (NetworkPaths::PathToUNC(path, mounts) && path.isEmpty())
-            __builtin_trap(); // a network path that names nothing
+        // One answer: what is a network path turns into a form other machines open, and nothing else does.
+        if (NetworkPaths::PathToUNC(path, mounts) != network ||
+            (network && !NetworkPaths::IsNetworkPath(path, {})))
+            __builtin_trap();
     }
     return 0;
 }

@@ -13,6 +13,8 @@ PACKAGES=(
     # tests and the desktop harness
     dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils x11-xserver-utils xdotool imagemagick sox
     fonts-dejavu-core procps xdg-utils
+    # a network mount on loopback for the network path tests: sshfs through a private sshd
+    sshfs openssh-server
     # the Debian package and its checks
     dpkg-dev lintian desktop-file-utils
 )
@@ -28,5 +30,17 @@ if [ ${#missing[@]} -gt 0 ]; then
     [ "$(id -u)" -eq 0 ] || SUDO="sudo"
     export DEBIAN_FRONTEND=noninteractive
     $SUDO apt-get update -qq
-    $SUDO apt-get install -y --no-install-recommends "${missing[@]}"
+    # The tests run a private sshd of their own: installing the server must not leave one
+    # listening on this machine's port 22, now or after a reboot.
+    if [[ " ${missing[*]} " == *" openssh-server "* ]] && [ ! -e /usr/sbin/policy-rc.d ]; then
+        printf '#!/bin/sh\nexit 101\n' | $SUDO tee /usr/sbin/policy-rc.d >/dev/null
+        $SUDO chmod 755 /usr/sbin/policy-rc.d
+        trap '$SUDO rm -f /usr/sbin/policy-rc.d' EXIT
+        $SUDO apt-get install -y --no-install-recommends "${missing[@]}"
+        $SUDO rm -f /usr/sbin/policy-rc.d
+        trap - EXIT
+        command -v systemctl >/dev/null && $SUDO systemctl disable ssh.service ssh.socket >/dev/null 2>&1 || true
+    else
+        $SUDO apt-get install -y --no-install-recommends "${missing[@]}"
+    fi
 fi

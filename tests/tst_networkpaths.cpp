@@ -1,6 +1,9 @@
 #include "netsvc/NetworkPaths.h"
 #include "netsvc/SambaShares.h"
 
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
 
@@ -35,6 +38,22 @@ private Q_SLOTS:
         QCOMPARE(QStringList({read[1].mountPoint, read[1].fsType, read[1].source}),
                  (QStringList{u"/mnt/my share"_s, u"cifs"_s, u"//srv/My Share"_s}));
         QVERIFY(NetworkPaths::ReadMounts(u"/does/not/exist"_s).isEmpty());
+
+        // The kernel's own table says it is empty; it is read to its end all the same.
+        QVERIFY(QFileInfo(u"/proc/self/mountinfo"_s).size() == 0);
+        const QList<Mount> system = NetworkPaths::ReadMounts();
+        QVERIFY(std::any_of(system.cbegin(), system.cend(),
+                            [](const Mount &m) { return m.mountPoint == u"/"_s; }));
+
+        // Garbage is passed over line by line; what makes sense around it still counts.
+        static const char binary[] = "- - - - - - - - -\n\0\xff\xfe 1 2\n";
+        const QList<Mount> mixed = NetworkPaths::ParseMounts(
+            QByteArray(binary, sizeof binary - 1) +
+            "1 2 3 / relative rw - nfs a:/b rw\n3 4 5 / /cut rw - nfs\n" + QByteArray(100000, 'x') + "\n" +
+            "9 8 0:7 / /srv/nas\\ rw,relatime - nfs4 nas:/export\\01 rw");
+        QCOMPARE(mixed.size(), 1);
+        QCOMPARE(QStringList({mixed[0].mountPoint, mixed[0].fsType, mixed[0].source}),
+                 (QStringList{u"/srv/nas\\"_s, u"nfs4"_s, u"nas:/export\\01"_s}));
     }
 
     // A share's path opens through its mount; a path on a network mount becomes what other machines open.
@@ -65,6 +84,16 @@ private Q_SLOTS:
         QTest::newRow("on a subfolder's mount")
             << u"/mnt/deep/f.pdf"_s << true << u"/mnt/deep/f.pdf"_s << u"//srv/docs/sub/f.pdf"_s;
         QTest::newRow("the mount point") << u"/mnt/media"_s << true << u"/mnt/media"_s << u"//SRV/Media"_s;
+        QTest::newRow("export form") << u"nas:/export/home/a/doc.pdf"_s << true << u"/home/shared/a/doc.pdf"_s
+                                     << QString();
+        QTest::newRow("export form with a user")
+            << u"ann@NAS:/export/home/./b.wav"_s << true << u"/home/shared/b.wav"_s << QString();
+        QTest::newRow("export not mounted") << u"nas:/export/other/c.pdf"_s << true << QString() << QString();
+        QTest::newRow("climbing out of the export")
+            << u"nas:/export/home/../../etc/passwd"_s << true << QString() << QString();
+        QTest::newRow("drive letter") << u"C:/docs/a.pdf"_s << false << QString() << QString();
+        QTest::newRow("web address") << u"http://srv/a.pdf"_s << false << QString() << QString();
+        QTest::newRow("file address") << u"file:/home/me/a.pdf"_s << false << QString() << QString();
     }
 
     void networkPaths()
@@ -77,6 +106,26 @@ private Q_SLOTS:
         QString rewritten = path;
         QCOMPARE(NetworkPaths::PathToUNC(rewritten, mounts()), network);
         QCOMPARE(rewritten, unc.isEmpty() ? path : unc);
+    }
+
+    // The desktop mounts each share in a folder named after it, all under one mount.
+    void desktopMountsOfShares()
+    {
+        QTemporaryDir gvfs;
+        QVERIFY(QDir(gvfs.path()).mkpath(u"smb-share:server=filer,share=my%20docs,user=ann/q4"_s));
+        QVERIFY(QDir(gvfs.path()).mkpath(u"sftp:host=filer/home"_s));
+        const QList<Mount> mounts{{u"/"_s, u"ext4"_s, u"/dev/sda1"_s},
+                                  {gvfs.path(), u"fuse.gvfsd-fuse"_s, u"gvfsd-fuse"_s}};
+        const QString share = gvfs.path() + u"/smb-share:server=filer,share=my%20docs,user=ann"_s;
+        QString path = share + u"/q4/a.pdf"_s;
+        QVERIFY(NetworkPaths::IsNetworkPath(path, mounts));
+        QVERIFY(NetworkPaths::PathToUNC(path, mounts));
+        QCOMPARE(path, u"//filer/my docs/q4/a.pdf"_s);
+        QCOMPARE(NetworkPaths::LocalPathOf(u"\\\\FILER\\My Docs\\q4\\a.pdf"_s, mounts),
+                 share + u"/q4/a.pdf"_s);
+        QCOMPARE(NetworkPaths::LocalPathOf(u"//filer/other/a.pdf"_s, mounts), QString());
+        // Other kinds of desktop mount are no share.
+        QVERIFY(!NetworkPaths::IsNetworkPath(gvfs.path() + u"/sftp:host=filer/home/a.pdf"_s, mounts));
     }
 
     // A folder this machine shares through Samba: the deepest share names a path under it.

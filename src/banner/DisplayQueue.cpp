@@ -1,6 +1,7 @@
 #include "banner/DisplayQueue.h"
 
 #include "banner/BannerView.h"
+#include "banner/SoundCodes.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
@@ -139,6 +140,9 @@ void DisplayQueue::AfficheMessage()
     if (!entry.Sounded) {
         if (lvl->SoundType == 1)
             m_view.beep();
+        else if (lvl->SoundType == SoundCodes::File && !lvl->LocalSoundFile.isEmpty())
+            // A chosen file plays from the copy fetched to this workstation, not from the share.
+            m_view.playFile(lvl->SoundType, lvl->LocalSoundFile, lvl->Looping);
         else if (lvl->SoundType != 0)
             m_view.playFile(lvl->SoundType, lvl->SoundFile, lvl->Looping);
     }

@@ -266,14 +266,18 @@ void frmBanner::playFile(qint16 soundType, const QString &soundFile, bool loopin
 BannerView::LinkResult frmBanner::openLink(const QString &path)
 {
     const QUrl url(path);
+    const QList<NetworkPaths::Mount> mounts = NetworkPaths::ReadMounts();
+    // A network path mounted here opens as the file it is; "server:/export/rest" is a file's name,
+    // not an address, though it reads like one.
+    const bool network = NetworkPaths::IsNetworkPath(path, mounts);
+    const QString mapped = network ? NetworkPaths::LocalPathOf(path, mounts) : QString();
+    const bool fileName = !mapped.isEmpty() || (network && !path.contains(QStringLiteral("://")));
     bool opened = false;
-    if (url.isValid() && url.scheme().size() > 1 && !path.startsWith(QStringLiteral("\\\\"))) {
+    if (!fileName && url.isValid() && url.scheme().size() > 1 && !path.startsWith(QStringLiteral("\\\\"))) {
         opened = QDesktopServices::openUrl(url);
     } else {
         // Missing, forbidden and unhandled are told apart before the desktop is asked.
-        QString local = path;
-        if (NetworkPaths::IsUNCPath(path))
-            local = NetworkPaths::LocalPathOf(path, NetworkPaths::ReadMounts());
+        const QString local = network ? mapped : path;
         const QFileInfo info(local);
         if (local.isEmpty() || !info.exists())
             return LinkNotFound;

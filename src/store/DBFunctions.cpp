@@ -567,7 +567,7 @@ void GetLevels()
     Database &client = ClientDB();
     QSqlQuery *rows = client.query(QStringLiteral(
         "SELECT LevelName, Description, BackColor, ForeColor, ShadowColor, DrawShadow, SoundType, "
-        "SoundFile, Looping, Authority FROM Levels ORDER BY rowid"));
+        "SoundFile, Looping, Authority, LocalSoundFile FROM Levels ORDER BY rowid"));
     if (!rows) {
         logFailure(QStringLiteral("GetLevels"), client.lastError());
         return;
@@ -585,6 +585,7 @@ void GetLevels()
         row.SoundFile = rows->value(7).toString();
         row.Looping = rows->value(8).toBool();
         row.Authority = static_cast<qint16>(rows->value(9).toInt());
+        row.LocalSoundFile = rows->value(10).toString();
         levels.add(row);
     }
     rows->finish();

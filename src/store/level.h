@@ -17,6 +17,8 @@ public:
     bool DrawShadow = false;
     qint16 SoundType = 0;
     QString SoundFile;
+    // This workstation's copy of a fetched sound, in the data folder; empty when none was made.
+    QString LocalSoundFile;
     bool Looping = false;
     qint16 Authority = 0;
 };

@@ -1,0 +1,4 @@
+# Documents and sounds through a real sshfs mount on loopback; skipped (77) where
+# the machine cannot mount: not root, no /dev/fuse, or the kernel refuses.
+korvane_add_test(tst_networkmounts SOURCES tst_networkmounts.cpp LIBS ui)
+set_tests_properties(tst_networkmounts PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 180)
