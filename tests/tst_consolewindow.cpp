@@ -1,5 +1,6 @@
 // The console as a window on screen: a list replaced under a window of its own, commands that
 // act on the rows chosen when the menu opened, and sizes that survive a reopening.
+#include "console/CodeCellDelegate.h"
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "console/frmList.h"
@@ -242,6 +243,10 @@ private Q_SLOTS:
         QCOMPARE(headings(subject), (QStringList{u"Active (2)"_s, u"Cancelled (1)"_s}));
         QCOMPARE(headings(0), (QStringList{QString(), QString()}));
         QCOMPARE(headings(6), (QStringList{QString(), QString()}));
+        // A code's painter names it from its own column's words.
+        QCOMPARE((QStringList{CodeCellDelegate::NameOf(CodeCellDelegate::Status, 0),
+                              CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, 0)}),
+                 (QStringList{u"Cancelled"_s, u"Immediate"_s}));
         // Nor does the delivery's painter make one up: the heading's cell stays one colour.
         const QImage shot = tree->viewport()->grab().toImage();
         const QRect cell = tree->visualRect(rows->index(0, 6)).adjusted(2, 2, -2, -2);

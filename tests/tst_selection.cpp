@@ -65,17 +65,11 @@ void click(QTreeWidget *grid, int row)
                       grid->visualItemRect(grid->topLevelItem(row)).center());
 }
 
-// Opens the popup menu by the keyboard, as Shift+F10 does.
-QMenu *openMenu(frmSelection &dialog)
-{
-    QTest::keyClick(dialog.ui.grdSelection, Qt::Key_F10, Qt::ShiftModifier);
-    return dialog.mnuSelection->isVisible() ? dialog.mnuSelection : nullptr;
-}
-
-// Whether the popup menu's item of that text can be chosen; chosen if so.
+// Whether the popup menu, opened by Shift+F10, offers the item of that text; chosen if so.
 bool choose(frmSelection &dialog, const QString &text)
 {
-    QMenu *menu = openMenu(dialog);
+    QTest::keyClick(dialog.ui.grdSelection, Qt::Key_F10, Qt::ShiftModifier);
+    QMenu *menu = dialog.mnuSelection->isVisible() ? dialog.mnuSelection : nullptr;
     for (QAction *action : menu ? menu->actions() : QList<QAction *>())
         if (action->text() == text && action->isEnabled()) {
             QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
@@ -104,7 +98,8 @@ class TestSelection : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void rowsOfEachDirectory()
+    // The rows of each directory, and what the list ticks of a target and hands back.
+    void rowsAndTicks()
     {
         Fixture f;
         const auto names = [](const QList<SelectionList::Row> &rows) {
@@ -123,11 +118,7 @@ private Q_SLOTS:
             domain << group.Name + u'=' + group.Description;
         QCOMPARE(names(Fixture::rows(SelectDomainGroups)), domain);
         QVERIFY(Fixture::rows(7).isEmpty());
-    }
 
-    void listKeepsWhatItDoesNotShow()
-    {
-        Fixture f;
         // The selection keeps the names it does not know, after the ones it shows, top to bottom.
         SelectionList list;
         const QList<SelectionList::Row> rows = Fixture::rows(SelectUsers);
@@ -182,33 +173,26 @@ private Q_SLOTS:
         QCOMPARE(dialog.Result(), u"alice,carol,PC7"_s);
 
         // Unticked and ticked by hand, then Cancel: the target as it was given.
-        frmSelection cancelled;
-        cancelled.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"alice,bob,PC7"_s);
-        cancelled.show();
-        click(cancelled.ui.grdSelection, 0);
-        click(cancelled.ui.grdSelection, 2);
-        QCOMPARE(shown(cancelled.ui.grdSelection, true), (QStringList{u"bob"_s, u"carol"_s}));
-        QTest::mouseClick(cancelled.ui.CancelButton, Qt::LeftButton);
-        QVERIFY(!cancelled.isVisible());
-        QCOMPARE(cancelled.result(), int(QDialog::Rejected));
-        QCOMPARE(cancelled.Result(), u"alice,bob,PC7"_s);
+        dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"alice,bob,PC7"_s);
+        dialog.show();
+        click(grid, 0);
+        click(grid, 2);
+        QCOMPARE(shown(grid, true), (QStringList{u"bob"_s, u"carol"_s}));
+        QTest::mouseClick(dialog.ui.CancelButton, Qt::LeftButton);
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
+        QCOMPARE(dialog.Result(), u"alice,bob,PC7"_s);
 
         // The same dialog given another directory shows only its rows, ticked by the new target alone.
-        cancelled.Initialize(SelectMachines, Fixture::rows(SelectMachines), u"alice,PC7"_s);
-        QCOMPARE(shown(cancelled.ui.grdSelection, false), QStringList{u"PC7"_s});
-        QCOMPARE(shown(cancelled.ui.grdSelection, true), QStringList{u"PC7"_s});
-        QTest::mouseClick(cancelled.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(cancelled.Result(), u"PC7,alice"_s);
-    }
+        dialog.Initialize(SelectMachines, Fixture::rows(SelectMachines), u"alice,PC7"_s);
+        QCOMPARE(shown(grid, false), QStringList{u"PC7"_s});
+        QCOMPARE(shown(grid, true), QStringList{u"PC7"_s});
+        QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(dialog.Result(), u"PC7,alice"_s);
 
-    void popupMenu()
-    {
-        Fixture f;
-        frmSelection dialog;
+        // The popup menu: with nothing ticked only Select all can be chosen.
         dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"PC7"_s);
         dialog.show();
-        QTreeWidget *grid = dialog.ui.grdSelection;
-        // Nothing ticked: only Select all can be chosen.
         QVERIFY(!choose(dialog, u"Unselect all"_s));
         QVERIFY(choose(dialog, u"Select all"_s));
         QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"bob"_s, u"carol"_s}));
@@ -220,66 +204,43 @@ private Q_SLOTS:
         click(grid, 2);
         QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
         QCOMPARE(dialog.Result(), u"carol,PC7"_s);
+
+        // Shown modally: the machines' dialog over a target of users, PC7 ticked by hand comes first;
+        // Escape leaves the target as it was, whatever was ticked.
+        whenShown([](frmSelection &modal) {
+            click(modal.ui.grdSelection, 0);
+            QTest::mouseClick(modal.ui.OKButton, Qt::LeftButton);
+        });
+        QCOMPARE(Selection::GetSelection(SelectMachines, u"bob"_s), u"PC7,bob"_s);
+        whenShown([](frmSelection &modal) {
+            click(modal.ui.grdSelection, 2);
+            QTest::keyClick(&modal, Qt::Key_Escape);
+        });
+        QCOMPARE(Selection::GetSelection(SelectUsers, u"bob,PC7"_s), u"bob,PC7"_s);
     }
 
-    void textsInBothLanguages()
-    {
-        for (const int language : {0, 1}) {
-            Fixture f;
-            gOptions().Language = language;
-            frmSelection dialog;
-            dialog.Initialize(SelectMachines, {}, QString());
-            const auto plain = [](const QString &text) { return QString(text).remove(u'&'); };
-            QCOMPARE((QStringList{dialog.windowTitle(), dialog.ui.grdSelection->accessibleName(),
-                                  dialog.ui.grdSelection->headerItem()->text(0),
-                                  dialog.ui.grdSelection->headerItem()->text(1),
-                                  plain(dialog.ui.OKButton->text()), plain(dialog.ui.CancelButton->text()),
-                                  dialog.mnuSelectAll->text(), dialog.mnuUnselectAll->text()}),
-                     language == 0
-                         ? (QStringList{u"Machines"_s, u"Machines"_s, u"Name"_s, u"Description"_s, u"OK"_s,
-                                        u"Cancel"_s, u"Select all"_s, u"Unselect all"_s})
-                         : (QStringList{u"Postes"_s, u"Postes"_s, u"Nom"_s, u"Description"_s, u"OK"_s,
-                                        u"Annuler"_s, u"Tout sélectionner"_s, u"Tout désélectionner"_s}));
-            // Both buttons answer to a letter.
-            QVERIFY(!QKeySequence::mnemonic(dialog.ui.OKButton->text()).isEmpty());
-            QVERIFY(!QKeySequence::mnemonic(dialog.ui.CancelButton->text()).isEmpty());
-        }
-    }
-
-    void layoutOfEachKind_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<int>("nameWidth");
-        QTest::addColumn<bool>("descriptionShown");
-        QTest::newRow("personal groups") << int(SelectPersonalGroups) << u"Personal groups"_s << 111 << true;
-        QTest::newRow("domain groups") << int(SelectDomainGroups) << u"Domain groups"_s << 111 << true;
-        QTest::newRow("shared groups") << int(SelectKorvanGroups) << u"Korvane groups"_s << 111 << true;
-        QTest::newRow("users") << int(SelectUsers) << u"Users"_s << 222 << true;
-        QTest::newRow("machines") << int(SelectMachines) << u"Machines"_s << 333 << false;
-    }
-
+    // Each kind's title and layout file, read without a word in the log; a file over the size of a
+    // layout, even when what fits would read well, or no file at all: logged, the names decide the width.
     void layoutOfEachKind()
-    {
-        QFETCH(int, kind);
-        Fixture f;
-        gOptions().Trace = true;
-        frmSelection dialog;
-        dialog.Initialize(kind, {{u"a-name-much-wider-than-any-fixed-column-of-these-layouts"_s, QString()}},
-                          QString());
-        QTEST(dialog.windowTitle(), "title");
-        QTEST(dialog.ui.grdSelection->columnWidth(0), "nameWidth");
-        QTEST(!dialog.ui.grdSelection->isColumnHidden(1), "descriptionShown");
-        QVERIFY(!dialog.ui.grdSelection->isColumnHidden(0));
-        QVERIFY(!logText().contains(u"frmSelection:LoadLayout"_s));
-    }
-
-    void layoutMissingOrDamaged()
     {
         Fixture f;
         gOptions().Trace = true;
         const QString wide = u"a-name-much-wider-than-any-fixed-column-of-these-layouts"_s;
-        // Over the size of a layout, even when what fits would read well; then no file at all.
+        for (const auto &[kind, title, nameWidth, descriptionShown] :
+             {std::tuple{int(SelectPersonalGroups), u"Personal groups"_s, 111, true},
+              {int(SelectDomainGroups), u"Domain groups"_s, 111, true},
+              {int(SelectKorvanGroups), u"Korvane groups"_s, 111, true},
+              {int(SelectUsers), u"Users"_s, 222, true},
+              {int(SelectMachines), u"Machines"_s, 333, false}}) {
+            frmSelection dialog;
+            dialog.Initialize(kind, {{wide, QString()}}, QString());
+            const QTreeWidget *grid = dialog.ui.grdSelection;
+            QCOMPARE((QVariantList{dialog.windowTitle(), grid->columnWidth(0), !grid->isColumnHidden(0),
+                                   !grid->isColumnHidden(1)}),
+                     (QVariantList{title, nameWidth, true, descriptionShown}));
+        }
+        QVERIFY(!logText().contains(u"frmSelection:LoadLayout"_s));
+
         QByteArray large = "korvane-grid 1\ncolumn colName 40 1\n#";
         large += QByteArray(GridState::MaxFileSize + 1 - large.size(), 'x');
         f.profile.writeFile(u"Layouts/UsersSelection.xgl"_s, large);
@@ -287,34 +248,30 @@ private Q_SLOTS:
         for (const int kind : {int(SelectUsers), int(SelectMachines)}) {
             frmSelection dialog;
             dialog.Initialize(kind, {{wide, QString()}, {u"b"_s, QString()}}, QString());
-            // The names decide the first column's width.
             QVERIFY2(dialog.ui.grdSelection->columnWidth(0) > dialog.fontMetrics().horizontalAdvance(wide),
                      qPrintable(QString::number(dialog.ui.grdSelection->columnWidth(0))));
             QVERIFY(!dialog.ui.grdSelection->isColumnHidden(1));
         }
-        const QString log = logText();
-        QVERIFY2(log.contains(u"frmSelection:LoadLayout - "_s + f.profile.path() +
-                              u"/Layouts/UsersSelection.xgl: file too large"_s),
-                 qPrintable(log));
-        QVERIFY(log.contains(u"frmSelection:LoadLayout - "_s + f.profile.path() +
-                             u"/Layouts/MachinesSelection.xgl: "_s));
-    }
+        const QString log = logText(),
+                      base = u"frmSelection:LoadLayout - "_s + f.profile.path() + u"/Layouts/"_s;
+        QVERIFY2(log.contains(base + u"UsersSelection.xgl: file too large"_s), qPrintable(log));
+        QVERIFY(log.contains(base + u"MachinesSelection.xgl: "_s));
 
-    void shownModally()
-    {
-        Fixture f;
-        // The machines' dialog over a target of users: PC7 ticked by hand comes first.
-        whenShown([](frmSelection &dialog) {
-            click(dialog.ui.grdSelection, 0);
-            QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
-        });
-        QCOMPARE(Selection::GetSelection(SelectMachines, u"bob"_s), u"PC7,bob"_s);
-        // Escape leaves the target as it was, whatever was ticked.
-        whenShown([](frmSelection &dialog) {
-            click(dialog.ui.grdSelection, 2);
-            QTest::keyClick(&dialog, Qt::Key_Escape);
-        });
-        QCOMPARE(Selection::GetSelection(SelectUsers, u"bob,PC7"_s), u"bob,PC7"_s);
+        // In French (the English words are the other tests'), and both buttons answer to a letter.
+        gOptions().Language = 1;
+        frmSelection dialog;
+        dialog.Initialize(SelectMachines, {}, QString());
+        QCOMPARE((QStringList{dialog.windowTitle(), dialog.ui.grdSelection->accessibleName(),
+                              dialog.ui.grdSelection->headerItem()->text(0),
+                              dialog.ui.grdSelection->headerItem()->text(1), dialog.ui.OKButton->text(),
+                              dialog.ui.CancelButton->text(), dialog.mnuSelectAll->text(),
+                              dialog.mnuUnselectAll->text()})
+                     .replaceInStrings(u"&"_s, QString()),
+                 (QStringList{u"Postes"_s, u"Postes"_s, u"Nom"_s, u"Description"_s, u"OK"_s, u"Annuler"_s,
+                              u"Tout sélectionner"_s, u"Tout désélectionner"_s}));
+        QVERIFY(!QKeySequence::mnemonic(dialog.ui.OKButton->text()).isEmpty());
+        QVERIFY(!QKeySequence::mnemonic(dialog.ui.CancelButton->text()).isEmpty());
+        gOptions().Language = 0;
     }
 };
 

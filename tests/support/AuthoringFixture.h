@@ -34,4 +34,14 @@ struct AuthoringFixture : StoreFixture
     Receipts senders{send};
     AuthoringContext context{clock,   ClientDB(), TempDB(), user,     policies, levels,
                              session, process,    senders,  frontend, send};
+
+    // The captions of the boxes put up so far, and the last one.
+    QStringList captions() const
+    {
+        QStringList shown;
+        for (const RecordingFrontend::Question &question : frontend.questions)
+            shown << question.caption;
+        return shown;
+    }
+    QString caption() const { return captions().value(captions().size() - 1); }
 };
