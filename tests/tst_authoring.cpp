@@ -427,10 +427,12 @@ private Q_SLOTS:
         reply.OKButton();
         QVERIFY(f.sent.last().startsWith(u"RPA\x01R2\x02"_s));
         const DVMessage sent = f.lastRecord();
+        // A reply is never itself answered.
         QCOMPARE((QVariantList{sent.Message, sent.Subject, sent.StartDate, sent.MsgDelivery, sent.MsgLevel,
-                               sent.RefID, sent.InitID, sent.ModificationDate, sent.ExpirationDate}),
+                               sent.RefID, sent.InitID, sent.ModificationDate, sent.ExpirationDate,
+                               sent.AllowReply}),
                  (QVariantList{u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s,
-                               u"R1"_s, u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate}));
+                               u"R1"_s, u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate, false}));
         QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
 
         // A reply to that reply keeps the history and names the reply answered.

@@ -269,8 +269,13 @@ private Q_SLOTS:
         DVMessage msg;
         msg.MsgID = msg.InitID = u"M1"_s;
         msg.UserID = u"alice"_s;
+        msg.Subject = u"Lunch"_s;
+        msg.Message = u"Noon?"_s;
         frmReply reply(f.context);
         reply.Open(msg, u"R1"_s, false);
+        // The reply shows what it answers.
+        QCOMPARE((QStringList{reply.ui.txtSubject->text(), reply.ui.txtOriginal->toPlainText()}),
+                 (QStringList{u"Lunch"_s, u"Noon?"_s}));
         QTest::keyClicks(reply.ui.txtText, u"Yes"_s);
         QVERIFY(!reply.BeingWritten());
         reply.show();
