@@ -66,8 +66,9 @@ QString keys(QWidget *list)
     return keys.join(u' ');
 }
 
-// Opens the header's menu on a column and picks an item, through a submenu (the menu runs its own loop).
-void pick(QWidget *list, int column, const QStringList &path)
+// Opens the header's menu on a column and picks an item, through a submenu (the menu runs its own loop);
+// by the keyboard, the menu opens at the grid's focused column.
+void pick(QWidget *list, int column, const QStringList &path, bool keyboard = false)
 {
     QTimer::singleShot(0, qApp, [path] {
         QMenu *top = qobject_cast<QMenu *>(QApplication::activePopupWidget()), *menu = top;
@@ -78,6 +79,12 @@ void pick(QWidget *list, int column, const QStringList &path)
         if (top)
             top->close();
     });
+    if (keyboard) {
+        QTableView *grid = static_cast<frmDirectory *>(list)->ui.grid;
+        grid->setCurrentIndex(grid->model()->index(0, column));
+        QTest::keyClick(grid, Qt::Key_F10, Qt::ControlModifier | Qt::ShiftModifier);
+        return;
+    }
     Q_EMIT header(list)->customContextMenuRequested(
         QPoint(header(list)->sectionViewportPosition(column) + 3, header(list)->height() / 2));
 }
@@ -164,6 +171,8 @@ private Q_SLOTS:
         QCOMPARE(header(users)->sectionSize(name), 150);
         QCOMPARE(keys(users), u"bob cyd ann"_s);
         pick(users, userID, {u"Custom Layout"_s});
+        pick(users, userID, {u"Sort by User ID, Ascending"_s}, true);
+        QCOMPARE(keys(users), u"ann bob cyd"_s);
         pick(users, userID, {u"Sort by User ID, Descending"_s});
         QCOMPARE(keys(users), u"cyd bob ann"_s);
         pick(users, userID, {u"Columns"_s, u"Last Logon"_s});
