@@ -325,6 +325,11 @@ private Q_SLOTS:
         QCOMPARE(row(inbox, u"M2"_s), u"Dinner/Active"_s);
         replication.MessageStatusChanged(u"0"_s + QChar(2) + u"M2"_s, failure);
         QCOMPARE(row(inbox, u"M2"_s), u"Dinner/Cancelled"_s);
+        // A directory in the pane has no rows of messages to read anew.
+        gProcess().CurrentList = 13;
+        desktop.console()->Display(13);
+        replication.MessageStatusChanged(u"1"_s + QChar(2) + u"M2"_s, failure);
+        QCOMPARE(desktop.console()->currentList(), nullptr);
         Frontend::install(&f.frontend);
     }
 
