@@ -243,7 +243,12 @@ private Q_SLOTS:
         QCOMPARE(headings(subject), (QStringList{u"Active (2)"_s, u"Cancelled (1)"_s}));
         QCOMPARE(headings(0), (QStringList{QString(), QString()}));
         QCOMPARE(headings(6), (QStringList{QString(), QString()}));
-        // A code's painter names it from its own column's words.
+        // A code's painter shows its word, not its number, and names it from its own column's words.
+        QStyleOptionViewItem option;
+        option.initFrom(outbox->ui.grid);
+        QVERIFY(outbox->ui.grid->itemDelegateForColumn(status)
+                    ->sizeHint(option, outbox->model().index(0, status))
+                    .width() > outbox->fontMetrics().horizontalAdvance(u"Active"_s));
         QCOMPARE((QStringList{CodeCellDelegate::NameOf(CodeCellDelegate::Status, 0),
                               CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, 0)}),
                  (QStringList{u"Cancelled"_s, u"Immediate"_s}));
