@@ -183,6 +183,8 @@ private Q_SLOTS:
         QCOMPARE(outbox.Resubmit(u"M2"_s), std::nullopt);
         QCOMPARE(GetMessage(ClientDB(), u"Outbox"_s, u"M1"_s).Status, qint32(StatusActive));
         QCOMPARE(brief(f.sent), (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s}));
+        // The resubmitted message takes its place in its thread's history.
+        QCOMPARE(StoreFixture::count(ClientDB(), u"SELECT count(*) FROM History WHERE MsgID = 'M1'"_s), 1);
 
         // Five rows at once are asked about with their count: No keeps them, Yes sends an update for
         // each and one list of deletions.
