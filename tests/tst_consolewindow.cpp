@@ -249,9 +249,12 @@ private Q_SLOTS:
         QVERIFY(outbox->ui.grid->itemDelegateForColumn(status)
                     ->sizeHint(option, outbox->model().index(0, status))
                     .width() > outbox->fontMetrics().horizontalAdvance(u"Active"_s));
+        // A code no version knows stays its number.
         QCOMPARE((QStringList{CodeCellDelegate::NameOf(CodeCellDelegate::Status, 0),
-                              CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, 0)}),
-                 (QStringList{u"Cancelled"_s, u"Immediate"_s}));
+                              CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, 0),
+                              CodeCellDelegate::NameOf(CodeCellDelegate::Status, 99),
+                              CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, -1)}),
+                 (QStringList{u"Cancelled"_s, u"Immediate"_s, u"99"_s, u"-1"_s}));
         // Nor does the delivery's painter make one up: the heading's cell stays one colour.
         const QImage shot = tree->viewport()->grab().toImage();
         const QRect cell = tree->visualRect(rows->index(0, 6)).adjusted(2, 2, -2, -2);
