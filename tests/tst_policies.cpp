@@ -133,6 +133,11 @@ private Q_SLOTS:
         bool linkUp = false;
         frmPolicies window(recordTo(sent, &linkUp));
         window.setAttribute(Qt::WA_DeleteOnClose, false);
+        // Policies handed over whole show as they are.
+        Policies handed;
+        handed.CanSendMessages = false;
+        window.Initialise(u"ann"_s, handed);
+        QVERIFY(!window.ui.chkSendMessages->isChecked());
         window.Initialise(u"jdoe"_s, QString());
         window.show();
         QCOMPARE(window.windowTitle(), u"Policies for jdoe"_s);
