@@ -333,6 +333,12 @@ private Q_SLOTS:
         QCOMPARE(row(inbox, u"M2"_s), u"Dinner/Active"_s);
         replication.MessageStatusChanged(u"0"_s + QChar(2) + u"M2"_s, failure);
         QCOMPARE(row(inbox, u"M2"_s), u"Dinner/Cancelled"_s);
+        // A package's status change shows in the open list of received packages.
+        store(u"InPkg"_s, u"P1"_s, u"Tool"_s);
+        gProcess().CurrentList = 7;
+        desktop.console()->Display(7);
+        replication.PackageStatusChanged(u"0"_s + QChar(2) + u"P1"_s, failure);
+        QCOMPARE(row(desktop.console()->currentList(), u"P1"_s), u"Tool/Cancelled"_s);
         // A directory in the pane has no rows of messages to read anew.
         gProcess().CurrentList = 13;
         desktop.console()->Display(13);
