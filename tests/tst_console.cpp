@@ -341,6 +341,12 @@ private Q_SLOTS:
         QVERIFY(!users.Refresh());
         QVERIFY(!f.session.UsersLoaded);
         QVERIFY(users.LoadData().isEmpty());
+        // The shared groups' refresh empties their table too, and asks the server for all of them.
+        QVERIFY(TempDB().exec(u"INSERT OR REPLACE INTO KorvaneGroups (GroupName) VALUES ('night')"_s));
+        DirectoryList shared(DirectoryList::KorvaneGroups, context);
+        QVERIFY(!shared.Refresh());
+        QVERIFY(shared.LoadData().isEmpty());
+        QCOMPARE(f.sent.takeLast(), u"RPI\u0001A"_s);
         QCOMPARE(f.sent.mid(1), (QStringList{u"USD\u0001b"_s, u"RUS\u0001A"_s}));
 
         // Roles show as words; a number no version knows stays a number.

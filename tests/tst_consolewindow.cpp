@@ -124,6 +124,9 @@ private Q_SLOTS:
         auto *users = qobject_cast<frmDirectory *>(console.currentChild());
         QVERIFY(users && users->list() == 13 && users->isVisible());
 
+        // The domain's groups are a directory like the others.
+        console.Display(10);
+        QVERIFY(qobject_cast<frmDirectory *>(console.currentChild()));
         console.Display(12);
         auto *groups = qobject_cast<frmDirectory *>(console.currentChild());
         QVERIFY(groups && groups->list() == 12);
