@@ -19,6 +19,7 @@
 #include "support/TempProfile.h"
 
 #include <QDir>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -421,6 +422,14 @@ private Q_SLOTS:
         QCOMPARE(bob.data().toString(), u"bob (2)"_s);
         QCOMPARE(model.index(grouped.sourceRow(grouped.index(1, 0, bob)), 0).data().toString(), u"E"_s);
         QCOMPARE(grouped.sourceRow(bob), -1);
+        // The caption follows the first shown column, and the view is told to draw the headings anew.
+        QSignalSpy redrawn(&grouped, &QAbstractItemModel::dataChanged);
+        grouped.setCaptionColumn(3);
+        QCOMPARE(grouped.index(1, 3).data().toString(), u"bob (2)"_s);
+        QVERIFY(!grouped.index(1, 0).data().isValid());
+        QCOMPARE(redrawn.size(), 1);
+        QCOMPARE(redrawn[0][1].toModelIndex(),
+                 grouped.index(grouped.rowCount() - 1, grouped.columnCount() - 1));
 
         // Dates sort in time, an unset one after every set one; a new or changed
         // row goes straight to its sorted place.

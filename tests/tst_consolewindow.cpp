@@ -16,10 +16,12 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
 #include <QPointer>
+#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 
@@ -481,6 +483,39 @@ private Q_SLOTS:
             console.Display(1);
         }
         QCOMPARE(settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString()), u"150"_s);
+    }
+
+    // Edit in the Administrators list opens the role editor on the row's role, out of the four
+    // roles, and OK sends and shows the one chosen.
+    void roleEditedFromItsRow()
+    {
+        Fixture f;
+        QVERIFY(TempDB().exec(u"INSERT INTO Administrators (UserID, Authority) VALUES ('ann', 3)"_s));
+        f.session.AdminsLoaded = true;
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        console.show();
+        gProcess().CurrentList = 15;
+        console.Display(15);
+        auto *admins = qobject_cast<frmDirectory *>(console.currentChild());
+        QVERIFY(admins);
+        admins->ui.grid->setCurrentIndex(admins->ui.grid->model()->index(0, 0));
+        QStringList roles;
+        int shown = -1;
+        QTimer::singleShot(0, qApp, [&] {
+            auto *role = QApplication::activeModalWidget()->findChild<QComboBox *>(u"cboRole"_s);
+            for (int n = 0; n < role->count(); ++n)
+                roles << role->itemText(n);
+            shown = role->currentIndex();
+            role->setCurrentIndex(1);
+            QApplication::activeModalWidget()->findChild<QPushButton *>(u"OKButton"_s)->click();
+        });
+        action(admins->menu(), u"Edit"_s)->trigger();
+        QCOMPARE(roles, (QStringList{u"User"_s, u"Postmaster"_s, u"Packager"_s, u"Administrator"_s}));
+        QCOMPARE(shown, 3);
+        QCOMPARE(f.sent.last(), u"ADM\u0001ann\u00021"_s);
+        admins = qobject_cast<frmDirectory *>(console.currentChild());
+        QCOMPARE(admins->ui.grid->model()->index(0, 1).data().toString(), u"Postmaster"_s);
     }
 };
 

@@ -213,6 +213,13 @@ private Q_SLOTS:
         // A column hidden in the person's file comes back at the width it had.
         pick(users, userID, {u"Columns"_s, u"Name"_s});
         QCOMPARE(header(users)->sectionSize(name), 150);
+        // A column dragged to another place, and nothing else, is kept too.
+        open(14);
+        users = open(13);
+        header(users)->moveSection(header(users)->visualIndex(userID), 0);
+        open(14);
+        QCOMPARE(shown(open(13)), u"User ID|Last Logon|Name"_s);
+        users = console->currentChild();
 
         pick(users, userID, {u"Full Layout"_s});
         QCOMPARE(shown(users), u"Name|User ID"_s);
