@@ -22,6 +22,7 @@
 #include <QMenu>
 #include <QPointer>
 #include <QPushButton>
+#include <QStandardItemModel>
 #include <QTest>
 #include <QTimer>
 
@@ -260,6 +261,15 @@ private Q_SLOTS:
                               CodeCellDelegate::NameOf(CodeCellDelegate::Status, 99),
                               CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, -1)}),
                  (QStringList{u"Cancelled"_s, u"Immediate"_s, u"99"_s, u"-1"_s}));
+        // and is drawn with none of the known codes' icons, just past them or below them.
+        QStandardItemModel unknown(1, 3);
+        for (int column : {0, 1, 2})
+            unknown.setData(unknown.index(0, column), QList<int>{5, 4, -1}.at(column));
+        for (const auto &[codes, column] : {std::pair{CodeCellDelegate::Status, 0},
+                                            {CodeCellDelegate::Status, 2},
+                                            {CodeCellDelegate::Delivery, 1},
+                                            {CodeCellDelegate::Delivery, 2}})
+            QVERIFY(CodeCellDelegate(codes, nullptr).sizeHint(option, unknown.index(0, column)).width() > 0);
         // Nor does the delivery's painter make one up: the heading's cell stays one colour.
         const QImage shot = tree->viewport()->grab().toImage();
         const QRect cell = tree->visualRect(rows->index(0, 6)).adjusted(2, 2, -2, -2);
