@@ -188,6 +188,21 @@ private Q_SLOTS:
         f.queue.mnuReply_Click(true);
         QCOMPARE(f.sent.last(), u"RAL"_s);
         QCOMPARE(f.queue.DisplayedMsg()->ActualMessage.MsgID, u"Q"_s);
+        f.queue.DeleteMessageFromDisplay(u"Q"_s);
+
+        // A chosen file plays from this workstation's copy, from the share while there is no copy;
+        // a copy left beside a built-in sound is not played.
+        QVERIFY(ClientDB().exec(
+            u"INSERT INTO Levels (LevelName, SoundType, SoundFile, Looping, LocalSoundFile) VALUES "
+            "('Copied', 2, '//srv/snd/a.wav', 0, '/data/a.wav'), ('Shared', 2, '//srv/snd/b.wav', 0, ''), "
+            "('Tune', 4, '', 0, '/data/old.wav')"_s));
+        gLevels() = LevelCollection();
+        for (const QString &level : {u"Copied"_s, u"Shared"_s, u"Tune"_s}) {
+            f.queue.AddMessageToDisplay(message(level, level));
+            f.queue.DeleteMessageFromDisplay(level);
+        }
+        QCOMPARE(f.view.playing().mid(f.view.playing().size() - 3),
+                 (QStringList{u"play /data/a.wav once"_s, u"play //srv/snd/b.wav once"_s, u"play  once"_s}));
     }
 
     void repliesLevelsAndVariables()
