@@ -333,9 +333,17 @@ private Q_SLOTS:
         package.Attachment = u"filer:/export/policy.pdf"_s;
         banner.queue().AddMessageToDisplay(package);
         banner.queue().cmdOK_Click();
+        // An address is still handed to the desktop as an address.
+        QDesktopServices::setUrlHandler(u"https"_s, this, "openedByDesktop");
+        package.MsgID = u"P3"_s;
+        package.Attachment = u"https://intranet/policy.pdf"_s;
+        banner.queue().AddMessageToDisplay(package);
+        banner.queue().cmdOK_Click();
         QDesktopServices::unsetUrlHandler(u"file"_s);
+        QDesktopServices::unsetUrlHandler(u"https"_s);
         QCOMPARE(m_opened, (QList<QUrl>{QUrl::fromLocalFile(m.exportMnt + u"/policy.pdf"_s),
-                                        QUrl::fromLocalFile(m.filerMnt + u"/policy.pdf"_s)}));
+                                        QUrl::fromLocalFile(m.filerMnt + u"/policy.pdf"_s),
+                                        QUrl(u"https://intranet/policy.pdf"_s)}));
         QCOMPARE(f.captions().size(), 1);
     }
 
