@@ -339,12 +339,19 @@ private Q_SLOTS:
         package.Attachment = u"https://intranet/policy.pdf"_s;
         banner.queue().AddMessageToDisplay(package);
         banner.queue().cmdOK_Click();
+        // An export not mounted here is a file not found, not an address of a scheme "nohost".
+        QDesktopServices::setUrlHandler(u"nohost"_s, this, "openedByDesktop");
+        package.MsgID = u"P4"_s;
+        package.Attachment = u"nohost:/export/policy.pdf"_s;
+        banner.queue().AddMessageToDisplay(package);
+        banner.queue().cmdOK_Click();
+        QDesktopServices::unsetUrlHandler(u"nohost"_s);
         QDesktopServices::unsetUrlHandler(u"file"_s);
         QDesktopServices::unsetUrlHandler(u"https"_s);
         QCOMPARE(m_opened, (QList<QUrl>{QUrl::fromLocalFile(m.exportMnt + u"/policy.pdf"_s),
                                         QUrl::fromLocalFile(m.filerMnt + u"/policy.pdf"_s),
                                         QUrl(u"https://intranet/policy.pdf"_s)}));
-        QCOMPARE(f.captions().size(), 1);
+        QCOMPARE(f.captions(), (QStringList{u"Wrong location"_s, u"Execute Link Error"_s}));
     }
 
 public:

@@ -76,14 +76,13 @@ bool splitExport(const QString &path, QString &host, QString &exportPath)
     return true;
 }
 
-// "server" and "share" of a gvfs folder name such as "smb-share:server=srv,share=docs,user=ann".
+// "server" and "share" of a gvfs folder name such as "smb-share:server=srv,share=docs,user=ann",
+// into empty strings.
 bool splitGvfsShare(const QString &name, QString &server, QString &share)
 {
     const QString prefix = QStringLiteral("smb-share:");
     if (!name.startsWith(prefix))
         return false;
-    server.clear();
-    share.clear();
     for (const QString &pair : name.mid(prefix.size()).split(QLatin1Char(','))) {
         const qsizetype equals = pair.indexOf(QLatin1Char('='));
         const QString key = pair.left(equals);
