@@ -345,13 +345,21 @@ private Q_SLOTS:
         package.Attachment = u"nohost:/export/policy.pdf"_s;
         banner.queue().AddMessageToDisplay(package);
         banner.queue().cmdOK_Click();
+        // Nor is a drive's letter a scheme.
+        QDesktopServices::setUrlHandler(u"c"_s, this, "openedByDesktop");
+        package.MsgID = u"P5"_s;
+        package.Attachment = u"C:/docs/policy.pdf"_s;
+        banner.queue().AddMessageToDisplay(package);
+        banner.queue().cmdOK_Click();
+        QDesktopServices::unsetUrlHandler(u"c"_s);
         QDesktopServices::unsetUrlHandler(u"nohost"_s);
         QDesktopServices::unsetUrlHandler(u"file"_s);
         QDesktopServices::unsetUrlHandler(u"https"_s);
         QCOMPARE(m_opened, (QList<QUrl>{QUrl::fromLocalFile(m.exportMnt + u"/policy.pdf"_s),
                                         QUrl::fromLocalFile(m.filerMnt + u"/policy.pdf"_s),
                                         QUrl(u"https://intranet/policy.pdf"_s)}));
-        QCOMPARE(f.captions(), (QStringList{u"Wrong location"_s, u"Execute Link Error"_s}));
+        QCOMPARE(f.captions(),
+                 (QStringList{u"Wrong location"_s, u"Execute Link Error"_s, u"Execute Link Error"_s}));
     }
 
 public:
