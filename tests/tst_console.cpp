@@ -365,6 +365,19 @@ private Q_SLOTS:
         QCOMPARE(DirectoryList(DirectoryList::Administrators, context).LoadData(),
                  (QList<QStringList>{
                      {u"a"_s, u"Administrator"_s}, {u"b"_s, u"7"_s}, {u"z"_s, u"Administrator"_s}}));
+        // Each list the server gives is emptied by its refresh, and asked for again; this
+        // workstation's groups and the domain's are read again at once.
+        f.sent.clear();
+        f.session.MachinesLoaded = f.session.AdminsLoaded = true;
+        DirectoryList machines(DirectoryList::Machines, context),
+            admins(DirectoryList::Administrators, context);
+        QVERIFY(TempDB().exec(u"INSERT INTO Machines (MachineID) VALUES ('PC9')"_s));
+        QVERIFY(!machines.Refresh() && !admins.Refresh());
+        QVERIFY(!f.session.MachinesLoaded && !f.session.AdminsLoaded);
+        QVERIFY(machines.LoadData().isEmpty() && admins.LoadData().isEmpty());
+        QCOMPARE(f.sent, (QStringList{u"RMA\u0001A"_s, u"RAD"_s}));
+        QVERIFY(DirectoryList(DirectoryList::MyGroups, context).Refresh() &&
+                DirectoryList(DirectoryList::DomainGroups, context).Refresh());
 
         // A personal group: its members in their order; No keeps it, Yes takes it with its members.
         DirectoryList mine(DirectoryList::MyGroups, context);
