@@ -21,7 +21,9 @@ private:
         return {{u"/"_s, u"ext4"_s, u"/dev/sda1"_s},
                 {u"/mnt/media"_s, u"cifs"_s, u"//SRV/Media"_s},
                 {u"/mnt/deep"_s, u"cifs"_s, u"//srv/docs/sub"_s},
-                {u"/home/shared"_s, u"nfs4"_s, u"nas:/export/home"_s}};
+                {u"/home/shared"_s, u"nfs4"_s, u"nas:/export/home"_s},
+                // A file system of this machine whose source only reads like an export.
+                {u"/mnt/archive"_s, u"fuse.archivemount"_s, u"backup:/archive"_s}};
     }
 
 private Q_SLOTS:
@@ -77,6 +79,8 @@ private Q_SLOTS:
             << u"\\\\srv\\media\\..\\..\\etc\\passwd"_s << true << QString() << QString();
         QTest::newRow("share not mounted") << u"\\\\other\\share\\f"_s << true << QString() << QString();
         QTest::newRow("local") << u"/home/me/doc.pdf"_s << false << QString() << QString();
+        QTest::newRow("local, source like an export")
+            << u"/mnt/archive/doc.pdf"_s << false << QString() << QString();
         QTest::newRow("relative") << u"doc.pdf"_s << false << QString() << QString();
         QTest::newRow("server without share") << u"\\\\srv"_s << false << QString() << QString();
         QTest::newRow("on an nfs mount") << u"/home/shared/a/doc.pdf"_s << true << u"/home/shared/a/doc.pdf"_s
