@@ -20,6 +20,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QStandardItemModel>
@@ -262,7 +263,7 @@ private Q_SLOTS:
                               CodeCellDelegate::NameOf(CodeCellDelegate::Delivery, -1)}),
                  (QStringList{u"Cancelled"_s, u"Immediate"_s, u"99"_s, u"-1"_s}));
         // and is drawn with none of the known codes' icons, just past them or below them.
-        QStandardItemModel unknown(1, 3);
+        QStandardItemModel unknown(2, 3);
         for (int column : {0, 1, 2})
             unknown.setData(unknown.index(0, column), QList<int>{5, 4, -1}.at(column));
         for (const auto &[codes, column] : {std::pair{CodeCellDelegate::Status, 0},
@@ -270,6 +271,30 @@ private Q_SLOTS:
                                             {CodeCellDelegate::Delivery, 1},
                                             {CodeCellDelegate::Delivery, 2}})
             QVERIFY(CodeCellDelegate(codes, nullptr).sizeHint(option, unknown.index(0, column)).width() > 0);
+        // A known code is drawn as its word beside its own sign: Active beside the style's tick,
+        // Immediate beside its play sign.
+        const auto drawn = [&option](const QAbstractItemDelegate &painter, const QModelIndex &index) {
+            QImage image(140, 20, QImage::Format_ARGB32);
+            image.fill(Qt::white);
+            QPainter canvas(&image);
+            QStyleOptionViewItem cell = option;
+            cell.rect = image.rect();
+            cell.decorationSize = QSize(16, 16);
+            painter.paint(&canvas, cell, index);
+            return image;
+        };
+        QStandardItemModel expected(2, 1);
+        const QStyledItemDelegate plain;
+        for (const auto &[codes, row, word, sign] :
+             {std::tuple{CodeCellDelegate::Status, 0, u"Active"_s, QStyle::SP_DialogApplyButton},
+              {CodeCellDelegate::Delivery, 1, u"Immediate"_s, QStyle::SP_MediaPlay}}) {
+            unknown.setData(unknown.index(row, 0), codes == CodeCellDelegate::Status ? 1 : 0);
+            expected.setData(expected.index(row, 0), word);
+            expected.setData(expected.index(row, 0), QApplication::style()->standardIcon(sign),
+                             Qt::DecorationRole);
+            QCOMPARE(drawn(CodeCellDelegate(codes, nullptr), unknown.index(row, 0)),
+                     drawn(plain, expected.index(row, 0)));
+        }
         // Nor does the delivery's painter make one up: the heading's cell stays one colour.
         const QImage shot = tree->viewport()->grab().toImage();
         const QRect cell = tree->visualRect(rows->index(0, 6)).adjusted(2, 2, -2, -2);

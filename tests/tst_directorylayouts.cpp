@@ -216,6 +216,7 @@ private Q_SLOTS:
         // A column dragged to another place, and nothing else, is kept too.
         open(14);
         users = open(13);
+        QVERIFY(header(users)->sectionsMovable());
         header(users)->moveSection(header(users)->visualIndex(userID), 0);
         open(14);
         QCOMPARE(shown(open(13)), u"User ID|Last Logon|Name"_s);
