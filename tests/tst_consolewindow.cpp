@@ -1,6 +1,7 @@
 // The console as a window on screen: a list replaced under a window of its own, commands that
 // act on the rows chosen when the menu opened, and sizes that survive a reopening.
 #include "console/CodeCellDelegate.h"
+#include "console/LevelCellDelegate.h"
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "console/frmList.h"
@@ -518,6 +519,36 @@ private Q_SLOTS:
             console.Display(1);
         }
         QCOMPARE(settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString()), u"150"_s);
+    }
+
+    // A level's cell is drawn in the level's colours, framed in the highlight when chosen; a level
+    // this workstation does not know is drawn as any cell.
+    void levelCellsInTheirColours()
+    {
+        LevelCollection levels;
+        level urgent;
+        urgent.LevelName = u"Urgent"_s;
+        urgent.BackColor = 255; // red, as the server writes colours
+        levels.add(urgent);
+        const LevelCellDelegate painter(levels, nullptr);
+        QStandardItemModel cells(2, 1);
+        cells.setData(cells.index(0, 0), u"Urgent"_s);
+        cells.setData(cells.index(1, 0), u"Gone"_s);
+        QStyleOptionViewItem option;
+        option.rect = QRect(0, 0, 100, 20);
+        option.palette.setColor(QPalette::Highlight, Qt::green);
+        const auto edge = [&](int row, bool chosen) {
+            QImage image(100, 20, QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QPainter canvas(&image);
+            QStyleOptionViewItem cell = option;
+            cell.state.setFlag(QStyle::State_Selected, chosen);
+            painter.paint(&canvas, cell, cells.index(row, 0));
+            return QColor(image.pixel(0, 10));
+        };
+        QCOMPARE(edge(0, false), QColor(Qt::red));
+        QCOMPARE(edge(0, true), QColor(Qt::green));
+        QCOMPARE(edge(1, false), QColor(Qt::white));
     }
 
     // Edit in the Administrators list opens the role editor on the row's role, out of the four
