@@ -228,6 +228,14 @@ private Q_SLOTS:
         QCOMPARE(brief(f.sent), (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
         QCOMPARE(GetMessage(TempDB(), u"Outbox"_s, u"A1"_s).ExpirationDate,
                  DateText::TruncateToMinute(f.clock.currentDateTime()).addDays(1));
+        // Its refresh forgets every row it had and asks the server for all of them again.
+        f.sent.clear();
+        f.session.AllMessagesLoaded = true;
+        MessageList all(MessageList::AllMsgs, context);
+        all.Refresh();
+        QVERIFY(!f.session.AllMessagesLoaded);
+        QVERIFY(all.LoadData().isEmpty());
+        QCOMPARE(f.sent, QStringList{u"ALM"_s});
     }
 
     void templates()
