@@ -269,6 +269,11 @@ private Q_SLOTS:
         shared.Refresh();
         QVERIFY(!f.session.SharedTemplatesLoaded);
         QCOMPARE(f.sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
+        // A new template is asked for in the list's own kind.
+        f.sent.clear();
+        shared.New();
+        personal.New();
+        QCOMPARE(f.sent, (QStringList{u"STI"_s, u"PTI"_s}));
     }
 
     // The enabled items (by their Item number) for 0, 1 and 3 selected rows, of the
