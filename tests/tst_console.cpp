@@ -559,6 +559,8 @@ private Q_SLOTS:
               {QByteArray("\x00\xff garbage", 10), u"not a grid layout at line 1"_s},
               {QByteArray("korvane-grid 1\ncolumn colA wide 1\n"), u"bad column at line 2"_s},
               {QByteArray("korvane-grid 1\ncolumn colA -5 1\n"), u"bad column at line 2"_s},
+              {QByteArray("korvane-grid 1\ncolumn col_A9 5 1\n"), QString()},
+              {QByteArray("korvane-grid 1\ncolumn col/A 5 1\n"), u"bad column at line 2"_s},
               {QByteArray("korvane-grid 1\ncolumn colA 5 1\ncolumn colA 6 1\n"), u"column twice at line 3"_s},
               {QByteArray("korvane-grid 1\nsort colA up\n"), u"bad sort at line 2"_s}}) {
             GridState state;
