@@ -252,6 +252,8 @@ private Q_SLOTS:
         Fixture f;
         QPointer<frmConfigServer> form = f.server(u"PORT=5000;UDPP=5001;"_s);
         showActive(form);
+        // The console stays in reach while the configuration is open.
+        QVERIFY(!QApplication::activeModalWidget());
         form->ui.propConfig->editor(u"UDPPort"_s)->setFocus();
         QVERIFY(form->ui.lblHint->toPlainText().startsWith(u"Client UDP port number\n"_s));
         QTest::keyClick(form->ui.propConfig->editor(u"UDPPort"_s), Qt::Key_Escape);
