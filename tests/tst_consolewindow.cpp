@@ -556,32 +556,41 @@ private Q_SLOTS:
     void roleEditedFromItsRow()
     {
         Fixture f;
-        QVERIFY(TempDB().exec(u"INSERT INTO Administrators (UserID, Authority) VALUES ('ann', 3)"_s));
+        QVERIFY(
+            TempDB().exec(u"INSERT INTO Administrators (UserID, Authority) VALUES ('ann', 3), ('zed', 7)"_s));
         f.session.AdminsLoaded = true;
         frmAdmin console(f.console);
         console.setAttribute(Qt::WA_DeleteOnClose, false);
         console.show();
         gProcess().CurrentList = 15;
         console.Display(15);
-        auto *admins = qobject_cast<frmDirectory *>(console.currentChild());
-        QVERIFY(admins);
-        admins->ui.grid->setCurrentIndex(admins->ui.grid->model()->index(0, 0));
         QStringList roles;
-        int shown = -1;
-        QTimer::singleShot(0, qApp, [&] {
-            auto *role = QApplication::activeModalWidget()->findChild<QComboBox *>(u"cboRole"_s);
-            for (int n = 0; n < role->count(); ++n)
-                roles << role->itemText(n);
-            shown = role->currentIndex();
-            role->setCurrentIndex(1);
-            QApplication::activeModalWidget()->findChild<QPushButton *>(u"OKButton"_s)->click();
-        });
-        action(admins->menu(), u"Edit"_s)->trigger();
+        // Opens the editor on a row, notes the roles offered and the one shown, and picks another.
+        const auto edit = [&](int row, int picked) {
+            auto *admins = qobject_cast<frmDirectory *>(console.currentChild());
+            admins->ui.grid->setCurrentIndex(admins->ui.grid->model()->index(row, 0));
+            int shown = -1;
+            QTimer::singleShot(0, qApp, [&] {
+                auto *role = QApplication::activeModalWidget()->findChild<QComboBox *>(u"cboRole"_s);
+                roles.clear();
+                for (int n = 0; n < role->count(); ++n)
+                    roles << role->itemText(n);
+                shown = role->currentIndex();
+                role->setCurrentIndex(picked);
+                QApplication::activeModalWidget()->findChild<QPushButton *>(u"OKButton"_s)->click();
+            });
+            action(admins->menu(), u"Edit"_s)->trigger();
+            return shown;
+        };
+        QCOMPARE(edit(0, 1), 3);
         QCOMPARE(roles, (QStringList{u"User"_s, u"Postmaster"_s, u"Packager"_s, u"Administrator"_s}));
-        QCOMPARE(shown, 3);
         QCOMPARE(f.sent.last(), u"ADM\u0001ann\u00021"_s);
-        admins = qobject_cast<frmDirectory *>(console.currentChild());
+        auto *admins = qobject_cast<frmDirectory *>(console.currentChild());
         QCOMPARE(admins->ui.grid->model()->index(0, 1).data().toString(), u"Postmaster"_s);
+        // A role no version knows is shown as the least one, so that OK grants nothing more.
+        QCOMPARE(admins->ui.grid->model()->index(1, 1).data().toString(), u"7"_s);
+        QCOMPARE(edit(1, 0), 0);
+        QCOMPARE(f.sent.last(), u"ADM\u0001zed\u00020"_s);
     }
 };
 

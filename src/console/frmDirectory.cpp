@@ -210,8 +210,11 @@ void frmDirectory::editRole(bool edit)
         // The role as its index: the row shows its word.
         const QString word = m_filter.index(ui.grid->currentIndex().row(), 1).data().toString();
         int authority = 0;
-        while (authority < 3 && ResString(1268 + authority) != word)
+        while (authority < 4 && ResString(1268 + authority) != word)
             ++authority;
+        // A role no version knows opens on the least one: OK must never grant more by itself.
+        if (authority == 4)
+            authority = 0;
         editor.logic().EditAdmin(focusedKey(), authority);
     }
     editor.showFields();
