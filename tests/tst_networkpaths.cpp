@@ -130,6 +130,12 @@ private Q_SLOTS:
         QCOMPARE(NetworkPaths::LocalPathOf(u"//filer/other/a.pdf"_s, mounts), QString());
         // Other kinds of desktop mount are no share.
         QVERIFY(!NetworkPaths::IsNetworkPath(gvfs.path() + u"/sftp:host=filer/home/a.pdf"_s, mounts));
+        // Nor is a folder that names a server without a share, or a share without a server.
+        for (const QString &folder : {u"smb-share:server=filer,user=ann"_s, u"smb-share:share=docs"_s}) {
+            QVERIFY(QDir(gvfs.path()).mkpath(folder + u"/q4"_s));
+            QVERIFY2(!NetworkPaths::IsNetworkPath(gvfs.path() + u'/' + folder + u"/q4"_s, mounts),
+                     qPrintable(folder));
+        }
     }
 
     // A folder this machine shares through Samba: the deepest share names a path under it.
