@@ -521,6 +521,28 @@ private Q_SLOTS:
         QCOMPARE(settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString()), u"150"_s);
     }
 
+    // A user leaves the list only once the question is answered Yes.
+    void userDeletedOnlyWhenAnswered()
+    {
+        Fixture f;
+        QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID) VALUES ('ann'), ('bob')"_s));
+        f.session.UsersLoaded = true;
+        frmAdmin console(f.console);
+        console.setAttribute(Qt::WA_DeleteOnClose, false);
+        gProcess().CurrentList = 13;
+        console.Display(13);
+        auto *users = qobject_cast<frmDirectory *>(console.currentChild());
+        QAbstractItemModel *rows = users->ui.grid->model();
+        users->ui.grid->setCurrentIndex(rows->index(0, 0));
+        f.frontend.answerBox(ResultNo);
+        action(users->menu(), u"Delete"_s)->trigger();
+        QCOMPARE(rows->rowCount(), 2);
+        f.frontend.answerBox(ResultYes);
+        action(users->menu(), u"Delete"_s)->trigger();
+        QCOMPARE(rows->rowCount(), 1);
+        QCOMPARE(f.sent.filter(u"USD"_s), QStringList{u"USD\u0001ann"_s});
+    }
+
     // A level's cell is drawn in the level's colours, framed in the highlight when chosen; a level
     // this workstation does not know is drawn as any cell.
     void levelCellsInTheirColours()
@@ -541,9 +563,13 @@ private Q_SLOTS:
             QImage image(100, 20, QImage::Format_RGB32);
             image.fill(Qt::white);
             QPainter canvas(&image);
+            canvas.setPen(Qt::blue);
             QStyleOptionViewItem cell = option;
             cell.state.setFlag(QStyle::State_Selected, chosen);
             painter.paint(&canvas, cell, cells.index(row, 0));
+            // The grid's painter goes on to the next cell as it was.
+            if (canvas.pen().color() != QColor(Qt::blue))
+                return QColor();
             return QColor(image.pixel(0, 10));
         };
         QCOMPARE(edge(0, false), QColor(Qt::red));
