@@ -1,5 +1,6 @@
 // The console's frame (the side bar by role and policy, what a click shows or
 // asks for, the window's place) and its lists' column layouts.
+#include "authoring/GroupEditForm.h"
 #include "authoring/MessageForm.h"
 #include "console/AdminsEditForm.h"
 #include "console/ConsoleFrame.h"
@@ -391,6 +392,15 @@ private Q_SLOTS:
         QCOMPARE(f.sent, (QStringList{u"RMA\u0001A"_s, u"RAD"_s}));
         QVERIFY(DirectoryList(DirectoryList::MyGroups, context).Refresh() &&
                 DirectoryList(DirectoryList::DomainGroups, context).Refresh());
+        // A group's Edit opens the editor on that group, its New and Duplicate on a new one, each of
+        // the list's own kind.
+        QList<int> actions;
+        for (auto kind : {DirectoryList::MyGroups, DirectoryList::KorvaneGroups})
+            for (auto item : {DirectoryList::mnuNew, DirectoryList::mnuEdit, DirectoryList::mnuDuplicate})
+                actions << DirectoryList(kind, context).GroupAction(item);
+        QCOMPARE(actions, (QList<int>{GroupEditForm::NewPersonal, GroupEditForm::EditPersonal,
+                                      GroupEditForm::NewPersonal, GroupEditForm::NewShared,
+                                      GroupEditForm::EditShared, GroupEditForm::NewShared}));
 
         // A personal group: its members in their order; No keeps it, Yes takes it with its members.
         DirectoryList mine(DirectoryList::MyGroups, context);
