@@ -372,6 +372,15 @@ private Q_SLOTS:
         f.process.CurrentList = 15;
         AdminsEditForm role({TempDB(), f.session, f.process, context.sendData});
         QCOMPARE(role.OKButton(), AdminsEditForm::StayOpen);
+        // The Users button asks the server once, then takes the people picked in the selection.
+        role.getSelection = [](const QString &before) -> QString { return before + u"ann, bob"_s; };
+        f.session.UsersLoaded = false;
+        role.UsersButton();
+        QCOMPARE(f.sent, QStringList{u"RUS\u0001L"_s});
+        f.sent.clear();
+        f.session.UsersLoaded = true;
+        role.UsersButton();
+        QCOMPARE(role.txtUserID, u"ann, bob"_s);
         role.EditAdmin(u"a, z"_s, UserInfos::RoleAdministrator);
         QCOMPARE(role.OKButton(), AdminsEditForm::Close);
         QVERIFY(role.RefreshList());
