@@ -320,41 +320,26 @@ private Q_SLOTS:
         QVERIFY(ClientDB().exec(
             u"INSERT INTO Levels (LevelName, SoundType, Authority) VALUES ('sysKVPackage', 0, 99)"_s));
         gLevels() = LevelCollection();
-        // The banner's own opening, with the desktop's handler of files replaced by a recorder.
-        QDesktopServices::setUrlHandler(u"file"_s, this, "openedByDesktop");
+        // The banner's own opening, with the desktop's handlers replaced by a recorder, so that what
+        // would go out as an address shows, whatever its scheme.
+        const QStringList schemes{u"file"_s, u"https"_s, u"nohost"_s, u"c"_s};
+        for (const QString &scheme : schemes)
+            QDesktopServices::setUrlHandler(scheme, this, "openedByDesktop");
         frmBanner banner{DisplayQueue::Hooks{}};
         DVMessage package = message(u"P"_s, u"sysKVPackage"_s);
-        package.Attachment = form.Fields.txtLink;
         package.ExactTime = true; // mandatory
-        banner.queue().AddMessageToDisplay(package);
-        banner.queue().cmdOK_Click();
-        // A link in an export's own name reads like an address, and is still the file on its mount.
-        package.MsgID = u"P2"_s;
-        package.Attachment = u"filer:/export/policy.pdf"_s;
-        banner.queue().AddMessageToDisplay(package);
-        banner.queue().cmdOK_Click();
-        // An address is still handed to the desktop as an address.
-        QDesktopServices::setUrlHandler(u"https"_s, this, "openedByDesktop");
-        package.MsgID = u"P3"_s;
-        package.Attachment = u"https://intranet/policy.pdf"_s;
-        banner.queue().AddMessageToDisplay(package);
-        banner.queue().cmdOK_Click();
-        // An export not mounted here is a file not found, not an address of a scheme "nohost".
-        QDesktopServices::setUrlHandler(u"nohost"_s, this, "openedByDesktop");
-        package.MsgID = u"P4"_s;
-        package.Attachment = u"nohost:/export/policy.pdf"_s;
-        banner.queue().AddMessageToDisplay(package);
-        banner.queue().cmdOK_Click();
-        // Nor is a drive's letter a scheme.
-        QDesktopServices::setUrlHandler(u"c"_s, this, "openedByDesktop");
-        package.MsgID = u"P5"_s;
-        package.Attachment = u"C:/docs/policy.pdf"_s;
-        banner.queue().AddMessageToDisplay(package);
-        banner.queue().cmdOK_Click();
-        QDesktopServices::unsetUrlHandler(u"c"_s);
-        QDesktopServices::unsetUrlHandler(u"nohost"_s);
-        QDesktopServices::unsetUrlHandler(u"file"_s);
-        QDesktopServices::unsetUrlHandler(u"https"_s);
+        // The file on its mount, by its network name and by the export's own name (which reads like an
+        // address); an address; an export not mounted here and a drive's letter, both files not found.
+        for (const QString &link :
+             {form.Fields.txtLink, u"filer:/export/policy.pdf"_s, u"https://intranet/policy.pdf"_s,
+              u"nohost:/export/policy.pdf"_s, u"C:/docs/policy.pdf"_s}) {
+            package.MsgID = link;
+            package.Attachment = link;
+            banner.queue().AddMessageToDisplay(package);
+            banner.queue().cmdOK_Click();
+        }
+        for (const QString &scheme : schemes)
+            QDesktopServices::unsetUrlHandler(scheme);
         QCOMPARE(m_opened, (QList<QUrl>{QUrl::fromLocalFile(m.exportMnt + u"/policy.pdf"_s),
                                         QUrl::fromLocalFile(m.filerMnt + u"/policy.pdf"_s),
                                         QUrl(u"https://intranet/policy.pdf"_s)}));
