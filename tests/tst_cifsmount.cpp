@@ -1,0 +1,222 @@
+// Documents and level sounds on a real kernel CIFS mount: a private smbd on a
+// loopback port serves a folder as "//127.0.0.1/media", mounted with mount.cifs.
+// Where the kernel has no CIFS client, or the test is not root, it is skipped
+// (exit 77) with the reason.
+#include "authoring/MessageForm.h"
+#include "banner/DisplayQueue.h"
+#include "banner/frmBanner.h"
+#include "delivery/Replication.h"
+#include "netsvc/NetworkPaths.h"
+#include "store/LevelCollection.h"
+#include "support/AuthoringFixture.h"
+#include "support/LogText.h"
+#include "support/LoopbackDaemon.h"
+#include "support/RecordingView.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
+#include <QSysInfo>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+#include <cstdio>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString Share = u"//127.0.0.1/media"_s;
+
+// The private smbd and the kernel's mount of its one share.
+class CifsMount
+{
+public:
+    QString exportDir; // what smbd serves
+    QString mountPoint;
+    QString localDir; // on no network mount
+
+    // Empty when mounted, else why it cannot be done here.
+    QString start()
+    {
+        if (geteuid() != 0)
+            return u"mounting needs root"_s;
+        const QString modules = u"/lib/modules/"_s + QSysInfo::kernelVersion();
+        const QByteArray known = LoopbackDaemon::read(u"/proc/filesystems"_s) +
+                                 LoopbackDaemon::read(modules + u"/modules.dep"_s) +
+                                 LoopbackDaemon::read(modules + u"/modules.builtin"_s);
+        if (false && !known.contains("\tcifs\n") && !known.contains("\tsmb3\n") && !known.contains("/cifs.ko"))
+            return u"this kernel has no CIFS client: not in /proc/filesystems and no cifs module under "_s +
+                   modules;
+        const QString smbd = LoopbackDaemon::find(u"smbd"_s),
+                      smbpasswd = LoopbackDaemon::find(u"smbpasswd"_s);
+        if (smbd.isEmpty() || smbpasswd.isEmpty() || LoopbackDaemon::find(u"mount.cifs"_s).isEmpty())
+            return u"smbd, smbpasswd or mount.cifs is missing (scripts/setup.sh installs them)"_s;
+        if (!m_dir.isValid())
+            return u"no temporary folder"_s;
+        const QString d = m_dir.path();
+        exportDir = d + u"/export"_s;
+        mountPoint = d + u"/mnt"_s;
+        localDir = d + u"/local"_s;
+        for (const QString &folder :
+             QStringList{exportDir, mountPoint, localDir, d + u"/private"_s, d + u"/state"_s})
+            QDir().mkpath(folder);
+        const quint16 port = LoopbackDaemon::freePort();
+        if (port == 0)
+            return u"no free loopback port"_s;
+        // Every folder smbd writes is the test's own, so nothing of the machine's samba is read or changed.
+        QByteArray config =
+            "[global]\nserver role = standalone server\ninterfaces = 127.0.0.1\n"
+            "bind interfaces only = yes\ndisable netbios = yes\nload printers = no\n"
+            "printcap name = /dev/null\ndisable spoolss = yes\nserver min protocol = SMB2_10\n"
+            "smb ports = " +
+            QByteArray::number(port) + '\n';
+        for (const char *key :
+             {"lock directory", "state directory", "cache directory", "pid directory", "ncalrpc dir"})
+            config += QByteArray(key) + " = " + d.toUtf8() + "/state\n";
+        config += "private dir = " + d.toUtf8() + "/private\npassdb backend = tdbsam:" + d.toUtf8() +
+                  "/private/passdb.tdb\nlog file = " + d.toUtf8() +
+                  "/smbd.log\n[media]\npath = " + exportDir.toUtf8() + "\nread only = no\n";
+        LoopbackDaemon::write(d + u"/smb.conf"_s, config);
+        // A throwaway password, handed over in a file only root reads, never on a command line.
+        const QByteArray password = QByteArray::number(quint64(QDateTime::currentMSecsSinceEpoch()), 36);
+        if (!m_smbd.run(smbpasswd, {u"-c"_s, d + u"/smb.conf"_s, u"-s"_s, u"-a"_s, u"root"_s},
+                        password + '\n' + password + '\n'))
+            return u"smbpasswd failed: "_s + m_smbd.error;
+        LoopbackDaemon::write(d + u"/credentials"_s, "username=root\npassword=" + password + '\n');
+        QFile::setPermissions(d + u"/credentials"_s, QFile::ReadOwner | QFile::WriteOwner);
+        if (!m_smbd.start(
+                smbd, {u"-F"_s, u"--no-process-group"_s, u"--debug-stdout"_s, u"-s"_s, d + u"/smb.conf"_s},
+                port))
+            return u"the private smbd did not start: "_s + m_smbd.error;
+        if (!m_smbd.run(u"mount"_s, {u"-t"_s, u"cifs"_s, Share, mountPoint, u"-o"_s,
+                                     u"port=%1,credentials=%2/credentials,vers=3.0"_s.arg(port).arg(d)}))
+            return u"the kernel refused the CIFS mount: "_s + m_smbd.error;
+        m_mounted = true;
+        // The share mounted is the one served here, not whatever else answered on that port.
+        LoopbackDaemon::write(exportDir + u"/marker"_s, d.toUtf8());
+        if (LoopbackDaemon::read(mountPoint + u"/marker"_s) != d.toUtf8())
+            return u"the mounted share is not the one served here"_s;
+        return {};
+    }
+
+    ~CifsMount()
+    {
+        if (m_mounted && !m_smbd.run(u"umount"_s, {mountPoint}))
+            m_smbd.run(u"umount"_s, {u"-l"_s, mountPoint});
+        m_smbd.stop();
+    }
+
+private:
+    QTemporaryDir m_dir;
+    LoopbackDaemon m_smbd;
+    bool m_mounted = false;
+};
+
+DVMessage message(const QString &id, const QString &levelName)
+{
+    DVMessage msg;
+    msg.MsgID = id;
+    msg.Message = u"Text of "_s + id;
+    msg.MsgLevel = levelName;
+    msg.UserID = u"alee"_s;
+    msg.Status = 1;
+    return msg;
+}
+
+} // namespace
+
+class TestCifsMount : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestCifsMount(const CifsMount &mount) : m(mount) {}
+    Q_INVOKABLE void openedByDesktop(const QUrl &url) { m_opened << url; }
+
+private:
+    const CifsMount &m;
+    QList<QUrl> m_opened;
+
+private Q_SLOTS:
+    // The kernel's own cifs entry is seen, and both spellings of a path on the share resolve to the mount.
+    void shareIsSeenAndResolves()
+    {
+        const QList<NetworkPaths::Mount> mounts = NetworkPaths::ReadMounts();
+        QStringList seen;
+        for (const NetworkPaths::Mount &mount : mounts)
+            if (mount.mountPoint == m.mountPoint)
+                seen << mount.fsType + u' ' + mount.source;
+        QCOMPARE(seen, QStringList{u"cifs "_s + Share});
+        for (const auto &[path, local] : std::initializer_list<std::pair<QString, QString>>{
+                 {Share + u"/sub/a.pdf"_s, m.mountPoint + u"/sub/a.pdf"_s},
+                 {u"\\\\127.0.0.1\\media\\a.pdf"_s, m.mountPoint + u"/a.pdf"_s},
+                 {Share + u"/../a.pdf"_s, QString()}}) {
+            QCOMPARE(NetworkPaths::LocalPathOf(path, mounts), local);
+            QVERIFY(NetworkPaths::IsNetworkPath(path));
+        }
+        QString onMount = m.mountPoint + u"/x/a.pdf"_s, local = m.localDir + u"/a.pdf"_s;
+        QVERIFY(NetworkPaths::PathToUNC(onMount, mounts) && !NetworkPaths::PathToUNC(local, mounts));
+        QCOMPARE(onMount, Share + u"/x/a.pdf"_s);
+        QVERIFY(!NetworkPaths::IsNetworkPath(local));
+    }
+
+    // A level's sound on the share is copied and played from the copy; a document on it becomes a
+    // link other machines open and opens at acknowledgement through the mount; local ones are refused.
+    void soundAndDocumentThroughTheShare()
+    {
+        AuthoringFixture f;
+        QVERIFY(f.opened);
+        LoopbackDaemon::write(m.exportDir + u"/chime.wav"_s, "RIFF chime");
+        LoopbackDaemon::write(m.exportDir + u"/policy.pdf"_s, "%PDF");
+        LoopbackDaemon::write(m.localDir + u"/policy.pdf"_s, "%PDF");
+        Replication{f.send}.LevelsReceived(QStringList{u"Share"_s, QString(), u"1"_s, u"2"_s, u"3"_s,
+                                                       u"False"_s, u"2"_s, Share + u"/chime.wav"_s,
+                                                       u"False"_s, u"0"_s}
+                                               .join(QChar(3)));
+        const QString copy = f.profile.dataHome() + u"/chime.wav"_s;
+        QCOMPARE(f.column(ClientDB(), u"SELECT LocalSoundFile FROM Levels WHERE LevelName = 'Share'"_s),
+                 QStringList{copy});
+        QCOMPARE(f.profile.readFile(u"data/chime.wav"_s), QByteArray("RIFF chime"));
+        RecordingView view;
+        DisplayQueue queue{view,
+                           {[] { return true; }, [](DVMessage &) {}, [](const QString &) { return true; }}};
+        queue.AddMessageToDisplay(message(u"A"_s, u"Share"_s));
+        QCOMPARE(view.playing().value(0).section(u' ', 1, 1), copy);
+
+        MessageForm form{f.context, true};
+        QVERIFY(!form.VerifyFile(m.localDir + u"/policy.pdf"_s));
+        QVERIFY(form.VerifyFile(m.mountPoint + u"/policy.pdf"_s));
+        QCOMPARE(form.Fields.txtLink, Share + u"/policy.pdf"_s);
+        QCOMPARE(f.captions(), QStringList{u"Wrong location"_s});
+        QVERIFY(ClientDB().exec(
+            u"INSERT INTO Levels (LevelName, SoundType, Authority) VALUES ('sysKVPackage', 0, 99)"_s));
+        gLevels() = LevelCollection();
+        QDesktopServices::setUrlHandler(u"file"_s, this, "openedByDesktop");
+        frmBanner banner{DisplayQueue::Hooks{}};
+        DVMessage package = message(u"P"_s, u"sysKVPackage"_s);
+        package.ExactTime = true; // a mandatory document opens at acknowledgement
+        package.Attachment = form.Fields.txtLink;
+        banner.queue().AddMessageToDisplay(package);
+        banner.queue().cmdOK_Click();
+        QDesktopServices::unsetUrlHandler(u"file"_s);
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(m.mountPoint + u"/policy.pdf"_s)});
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    CifsMount mount;
+    const QString why = mount.start();
+    if (!why.isEmpty()) {
+        std::fprintf(stderr, "SKIP: %s\n", qPrintable(why));
+        return 77;
+    }
+    TestCifsMount test(mount);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_cifsmount.moc"
