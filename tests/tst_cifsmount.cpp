@@ -47,7 +47,7 @@ public:
         const QByteArray known = LoopbackDaemon::read(u"/proc/filesystems"_s) +
                                  LoopbackDaemon::read(modules + u"/modules.dep"_s) +
                                  LoopbackDaemon::read(modules + u"/modules.builtin"_s);
-        if (false && !known.contains("\tcifs\n") && !known.contains("\tsmb3\n") && !known.contains("/cifs.ko"))
+        if (!known.contains("\tcifs\n") && !known.contains("\tsmb3\n") && !known.contains("/cifs.ko"))
             return u"this kernel has no CIFS client: not in /proc/filesystems and no cifs module under "_s +
                    modules;
         const QString smbd = LoopbackDaemon::find(u"smbd"_s),
