@@ -1,5 +1,4 @@
-// The composer, the reply form and the group editor, driven without a screen, and
-// the engine's answers that open them.
+// The composer, the reply form and the group editor, driven without a screen, and the engine's answers.
 #include "authoring/MessageForm.h"
 #include "authoring/ReplyForm.h"
 #include "core/Failure.h"
@@ -10,11 +9,16 @@
 #include "support/AuthoringFixture.h"
 #include "support/LogText.h"
 
+#include <QScopeGuard>
 #include <QTest>
+
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+using enum MessageForm::Outcome;
 
 // The composer over a user with an agent and two levels.
 struct Fixture : AuthoringFixture
@@ -39,17 +43,17 @@ struct Fixture : AuthoringFixture
         form.OpenNew(NewMessage, id, target);
         form.Fields.txtText = text;
     }
-    static DVMessage record(const QString &id, const QString &initId, const QString &userId,
-                            const QString &text, const QDateTime &start)
+    // Presses OK: the outcome, the captions of the boxes that press put up, and the frames sent so far.
+    template <typename Form>
+    QString press(Form &on)
     {
-        DVMessage msg;
-        msg.MsgID = id;
-        msg.InitID = initId;
-        msg.UserID = userId;
-        msg.Message = text;
-        msg.StartDate = start;
-        return msg;
+        const qsizetype shown = frontend.questions.size();
+        const bool closed = int(on.OKButton()) != 0;
+        return u"%1 [%2] sent %3"_s.arg(closed ? u"Close"_s : u"StayOpen"_s, captions().mid(shown).join(u'|'))
+            .arg(sent.size());
     }
+    // Whether the last frame sent opens with this code and ID.
+    bool lastIs(const QString &head) const { return !sent.isEmpty() && sent.last().startsWith(head); }
     // The record of the last MSG, RPL, RPA or STP sent.
     DVMessage lastRecord() const
     {
@@ -59,6 +63,11 @@ struct Fixture : AuthoringFixture
         return msg;
     }
 };
+
+bool inOutbox(const QString &id)
+{
+    return MessageExist(ClientDB(), u"Outbox"_s, id);
+}
 
 } // namespace
 
@@ -72,11 +81,10 @@ private Q_SLOTS:
         Fixture f;
         f.compose(u"ID9"_s, u"Fire drill at noon: use the \"east\" stairs, not the lifts"_s,
                   u"bob,\"ops\""_s);
-        QCOMPARE(f.form.Caption(), u"New message ID9"_s);
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
         // Quotes become apostrophes in the fields too, and an empty subject is the text's start.
-        QCOMPARE(f.form.Fields.txtTarget, u"bob,'ops'"_s);
-        QVERIFY(f.sent.size() == 1 && f.sent[0].startsWith(u"MSG\x01ID9\x02"_s));
+        QCOMPARE((std::tuple{f.form.Caption(), f.form.OKButton(), f.form.Fields.txtTarget, f.sent.size()}),
+                 (std::tuple{u"New message ID9"_s, Close, u"bob,'ops'"_s, qsizetype(1)}));
+        QVERIFY(f.lastIs(u"MSG\x01ID9\x02"_s));
         const DVMessage sent = f.lastRecord();
         QCOMPARE((QVariantList{sent.Subject, sent.Message, sent.Status, sent.InitID, sent.Agent,
                                sent.MachineID, sent.ExpirationDate.date(), sent.CreationDate}),
@@ -85,97 +93,64 @@ private Q_SLOTS:
                                u"ID9"_s, u"agent-1"_s, u"ws-7"_s, QDate(2026, 11, 30),
                                f.clock.currentDateTime()}));
 
-        // A level the user may not choose is kept as the record names it.
+        // A level the user may not choose is kept as the record names it; nothing changed, nothing sent.
         f.sent.clear();
         DVMessage stored = sent;
-        stored.InitID = u"M0"_s;
-        stored.MsgLevel = u"Alarm"_s;
-        stored.DeleteAtExpiration = true;
-        stored.CreationDate = FakeClock::at(2026, 11, 20);
+        std::tie(stored.InitID, stored.MsgLevel, stored.DeleteAtExpiration, stored.CreationDate) =
+            std::tuple{u"M0"_s, u"Alarm"_s, true, FakeClock::at(2026, 11, 20)};
         f.form.EditMessage(stored, EditMessageAction);
-        QCOMPARE(f.form.Fields.cboLevel, u"Alarm"_s);
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QCOMPARE(f.sent, QStringList()); // nothing changed: nothing sent
-        QCOMPARE(f.frontend.questions.size(), 0);
+        QCOMPARE((std::tuple{f.form.Fields.cboLevel, f.form.OKButton(), f.sent, f.frontend.questions.size()}),
+                 (std::tuple{u"Alarm"_s, Close, QStringList(), qsizetype(0)}));
 
         f.form.EditMessage(stored, EditMessageAction);
         f.form.Fields.txtText = u"New text"_s;
         f.frontend.answerBox(ResultYes);
         f.form.OKButton();
-        QCOMPARE(f.frontend.questions.last().text, u"Do you wish to repost the mesage?"_s);
         const DVMessage edited = f.lastRecord();
-        QCOMPARE((QVariantList{edited.Status, edited.InitID, edited.CreationDate}),
-                 (QVariantList{StatusResubmitted, u"M0"_s, stored.CreationDate}));
+        QCOMPARE((QVariantList{f.frontend.questions.last().text, edited.Status, edited.InitID,
+                               edited.CreationDate}),
+                 (QVariantList{u"Do you wish to repost the mesage?"_s, StatusResubmitted, u"M0"_s,
+                               stored.CreationDate}));
 
         // A shared template keeps every date it had: none is set on the way out.
         f.form.EditMessage(stored, EditSharedTemplate);
         f.form.OKButton();
-        QVERIFY(f.sent.last().startsWith(u"STP\x01ID9\x02"_s));
-        QCOMPARE(f.lastRecord().CreationDate, DateText::ZeroDate());
-        QCOMPARE(f.lastRecord().StartDate, stored.StartDate);
+        QVERIFY(f.lastIs(u"STP\x01ID9\x02"_s));
+        QCOMPARE((std::pair{f.lastRecord().CreationDate, f.lastRecord().StartDate}),
+                 (std::pair{DateText::ZeroDate(), stored.StartDate}));
 
         // A personal template is kept here, then changed in place.
+        const auto mine = [] { return GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s); };
         f.form.OpenNew(NewPersonalTemplate, u"T1"_s, QString());
         f.form.Fields.txtText = u"Template"_s;
         f.form.OKButton();
-        QCOMPARE(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s).Message, u"Template"_s);
-        f.form.EditMessage(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s), EditPersonalTemplate);
+        QCOMPARE(mine().Message, u"Template"_s);
+        f.form.EditMessage(mine(), EditPersonalTemplate);
         f.form.Fields.txtText = u"Changed"_s;
         f.form.OKButton();
-        QCOMPARE(GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s).Message, u"Changed"_s);
-        QCOMPARE(f.sent.size(), 2);
+        QCOMPARE((std::pair{mine().Message, f.sent.size()}), (std::pair{u"Changed"_s, qsizetype(2)}));
 
         // A duplicate starts afresh as this user's: the copy's text under the new ID, the form's dates.
-        DVMessage old = Fixture::record(u"OLD"_s, u"FIRST"_s, u"alice"_s, u"Copied text"_s,
-                                        FakeClock::at(2026, 1, 2, 3, 4));
-        old.Status = StatusFinished;
-        old.MsgAction = ActionDone;
-        old.MachineID = u"pc1"_s;
+        DVMessage old;
+        std::tie(old.MsgID, old.InitID, old.UserID, old.Message, old.StartDate, old.Status, old.MsgAction,
+                 old.MachineID) = std::tuple{
+            u"OLD"_s,       u"FIRST"_s, u"alice"_s, u"Copied text"_s, FakeClock::at(2026, 1, 2, 3, 4),
+            StatusFinished, ActionDone, u"pc1"_s};
         QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, old, false, true));
         f.form.setAction(NewSharedTemplate);
         QVERIFY(f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"OLD"_s, u"NEW"_s));
         const DVMessage &base = *f.form.BaseRecord();
-        QCOMPARE((QVariantList{base.Status, base.InitID, base.UserID, base.MachineID, base.ExpirationDate,
-                               base.MsgAction}),
-                 (QVariantList{StatusActive, QString(), u"jdoe"_s, u"ws-7"_s,
-                               f.clock.currentDateTime().addDays(7), ActionWaiting}));
-        QCOMPARE(f.form.Caption(), u"New shared template NEW"_s);
-        QCOMPARE(f.form.Fields.txtText, u"Copied text"_s);
-        QCOMPARE(f.form.Fields.dateNextRun, f.clock.currentDateTime().date());
+        QCOMPARE(
+            (QVariantList{base.Status, base.InitID, base.UserID, base.MachineID, base.ExpirationDate,
+                          base.MsgAction, f.form.Caption(), f.form.Fields.txtText,
+                          f.form.Fields.dateNextRun}),
+            (QVariantList{StatusActive, QString(), u"jdoe"_s, u"ws-7"_s, f.clock.currentDateTime().addDays(7),
+                          ActionWaiting, u"New shared template NEW"_s, u"Copied text"_s,
+                          f.clock.currentDateTime().date()}));
         QVERIFY(!f.form.DuplicateMessage(TempDB(), u"SharedTemplates"_s, u"NONE"_s, u"N2"_s));
     }
 
-    // numRepeat, cboRepeat, next run and expiration enabled, as 1 or 0.
-    void enableFields()
-    {
-        Fixture f;
-        for (const auto &[row, action, delivery, repeat, step, rptg, enabled] : {
-                 std::tuple{"immediate once", 0, 0, 0, 2, true, "1000"},
-                 {"immediate repeating", 0, 0, 3, 2, true, "1111"},
-                 {"scheduled", 0, 3, 0, 2, true, "1011"},
-                 {"certified", 0, 2, 2, 2, true, "1101"},
-                 // The right alone decides numRepeat: a Logon repeat stays editable.
-                 {"next logon, logon repeat", 0, 1, 2, 6, true, "1101"},
-                 {"repeats refused", 0, 0, 3, 2, false, "0111"},
-                 // Viewing leaves the policies out: the delivery and the step decide.
-                 {"view, repeats refused", 2, 0, 3, 2, false, "0111"},
-                 {"view, logon repeat", 2, 0, 3, 6, true, "0101"},
-             }) {
-            f.policies.CanCreateRepeating = rptg;
-            f.form.setAction(action);
-            f.form.Fields.cboDelivery = delivery;
-            f.form.Fields.numRepeat = repeat;
-            f.form.Fields.cboRepeat = step;
-            f.form.EnableFields();
-            const MessageEnabling &e = f.form.Enabling();
-            QString on = QLatin1String(row) + u' ';
-            for (bool control : {e.numRepeat, e.cboRepeat, e.nextRun, e.expiration})
-                on += control ? u'1' : u'0';
-            QCOMPARE(on, QLatin1String(row) + u' ' + QLatin1String(enabled));
-        }
-    }
-
-    void controlsFollowTheirRules()
+    void controlsAndTheirEnabling()
     {
         Fixture f;
         // Next logon shows the Logon step; Certified clears the repeat.
@@ -197,6 +172,31 @@ private Q_SLOTS:
         f.frontend.answerText(u"%LONGDATE%"_s);
         f.form.cmdVariable_Click();
         QCOMPARE(f.caption(), u"Variable selection"_s);
+
+        // numRepeat, cboRepeat, next run and expiration enabled, as 1 or 0.
+        for (const auto &[row, action, delivery, repeat, step, rptg, enabled] : {
+                 std::tuple{"immediate once", 0, 0, 0, 2, true, "1000"},
+                 {"immediate repeating", 0, 0, 3, 2, true, "1111"},
+                 {"scheduled", 0, 3, 0, 2, true, "1011"},
+                 {"certified", 0, 2, 2, 2, true, "1101"},
+                 // The right alone decides numRepeat: a Logon repeat stays editable.
+                 {"next logon, logon repeat", 0, 1, 2, 6, true, "1101"},
+                 {"repeats refused", 0, 0, 3, 2, false, "0111"},
+                 // Viewing leaves the policies out: the delivery and the step decide.
+                 {"view, repeats refused", 2, 0, 3, 2, false, "0111"},
+                 {"view, logon repeat", 2, 0, 3, 6, true, "0101"},
+             }) {
+            f.policies.CanCreateRepeating = rptg;
+            f.form.setAction(action);
+            std::tie(f.form.Fields.cboDelivery, f.form.Fields.numRepeat, f.form.Fields.cboRepeat) =
+                std::tuple{delivery, repeat, step};
+            f.form.EnableFields();
+            const MessageEnabling &e = f.form.Enabling();
+            QString on = QLatin1String(row) + u' ';
+            for (bool control : {e.numRepeat, e.cboRepeat, e.nextRun, e.expiration})
+                on += control ? u'1' : u'0';
+            QCOMPARE(on, QLatin1String(row) + u' ' + QLatin1String(enabled));
+        }
     }
 
     // An attachment on a share goes in its network form; a local, vanished or denied one is refused and
@@ -211,6 +211,9 @@ private Q_SLOTS:
             f.profile.writeFile(file, "%PDF");
         f.profile.writeFile(u"mountinfo"_s, "22 1 8:1 / / rw - ext4 /dev/sda1 rw\n40 22 0:50 / " +
                                                 share.toUtf8() + " rw - cifs //srv/docs rw\n");
+        NetworkPaths::UseMountTable(f.profile.path() + u"/mountinfo"_s);
+        const auto unmount = qScopeGuard([] { NetworkPaths::UseMountTable(QString()); });
+        f.form.Fields.txtText = packageForm.Fields.txtText = u"x"_s;
         for (auto [path, refusal, link, package] : {
                  std::tuple{QString(), QString(), QString(), false},
                  {u"<home>/report.pdf"_s, u"Wrong location"_s, QString(), false},
@@ -224,56 +227,40 @@ private Q_SLOTS:
              }) {
             MessageForm &form = package ? packageForm : f.form;
             f.frontend.questions.clear();
-            NetworkPaths::UseMountTable(f.profile.path() + u"/mountinfo"_s);
-            path.replace(u"<share>"_s, share).replace(u"<home>"_s, home);
-            form.Fields.txtLink = path;
-            QCOMPARE(form.VerifyFile(path), refusal.isEmpty());
-            NetworkPaths::UseMountTable(QString());
-            QCOMPARE(f.caption(), refusal);
-            if (refusal.isEmpty())
-                QCOMPARE(form.Fields.txtLink, link);
-            form.Fields.txtText = u"x"_s;
+            form.Fields.txtLink = path.replace(u"<share>"_s, share).replace(u"<home>"_s, home);
+            QCOMPARE((std::tuple{form.VerifyFile(path), f.caption(),
+                                 refusal.isEmpty() ? form.Fields.txtLink : QString()}),
+                     (std::tuple{refusal.isEmpty(), refusal, link}));
             if (!refusal.isEmpty())
-                QCOMPARE(form.OKButton(), MessageForm::StayOpen);
+                QCOMPARE(form.OKButton(), StayOpen);
         }
         QCOMPARE(f.sent, QStringList());
     }
 
-    // Separators pasted in, characters the code page lacks, a record over one
-    // frame and a link that is down: each is said, the form stays open over
-    // what was written, and nothing partial reaches the wire.
+    // Separators pasted in, characters the code page lacks, a record over one frame and a link that is
+    // down: each is said, the form stays open over what was written, and nothing partial reaches the wire.
     void whatCannotTravelIsSaid()
     {
         Fixture f;
-        f.form.OpenNew(NewMessage, u"ID1"_s, QString());
-        f.form.Fields.txtText = u"Drill\x02"
-                                "at noon"_s;
-        f.form.Fields.txtTarget = u"bob\x04TGT\x03"
-                                  "everyone"_s;
-        f.form.Fields.txtSubject = u"\x01"
-                                   "Drill"_s;
-        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
-        QCOMPARE(f.caption(), u"Invalid characters"_s);
+        f.compose(u"ID1"_s, u"Drill\u0002at noon"_s, QString());
+        f.form.Fields.txtTarget = u"bob\u0004TGT\u0003everyone"_s;
+        f.form.Fields.txtSubject = u"\u0001Drill"_s;
+        QCOMPARE(f.press(f.form), u"StayOpen [Invalid characters] sent 0"_s);
         QCOMPARE((QStringList{f.form.Fields.txtSubject, f.form.Fields.txtText, f.form.Fields.txtTarget}),
                  (QStringList{u"Drill"_s, u"Drillat noon"_s, u"bobTGTeveryone"_s}));
-        QVERIFY(f.sent.isEmpty());
         // What is left goes as shown: one target field.
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QCOMPARE(f.sent.size(), 1);
-        QCOMPARE(f.sent[0].count(u"\x04TGT\x03"_s), 1);
-        QCOMPARE(f.lastRecord().Target, u"bobTGTeveryone"_s);
+        QCOMPARE(f.press(f.form), u"Close [] sent 1"_s);
+        QCOMPARE((std::pair{f.sent[0].count(u"\x04TGT\x03"_s), f.lastRecord().Target}),
+                 (std::pair{qsizetype(1), u"bobTGTeveryone"_s}));
 
         // Characters the code page lacks are named before anything goes; No keeps the form.
         f.sent.clear();
         f.compose(u"ID2"_s, u"Coffee \u2615 at 10 \u2014 \U0001D11E, \u2615"_s);
         f.frontend.answerBox(ResultNo);
-        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
-        QCOMPARE(f.caption(), u"Characters not supported"_s);
+        QCOMPARE(f.press(f.form), u"StayOpen [Characters not supported] sent 0"_s);
         QVERIFY(f.frontend.questions.last().text.contains(u": \u2615 \U0001D11E\n"_s));
-        QVERIFY(f.sent.isEmpty());
         f.frontend.answerBox(ResultYes);
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QCOMPARE(f.sent.size(), 1);
+        QCOMPARE(f.press(f.form), u"Close [Characters not supported] sent 1"_s);
 
         // A subject a character too long for a frame: told, kept, not sent; so with the link down.
         // Exactly one frame goes, with Chr(0) and "jdoe" behind the payload.
@@ -281,28 +268,24 @@ private Q_SLOTS:
         const auto sendSubject = [&f](const QString &subject) {
             f.compose(u"ID3"_s, u"Text"_s);
             f.form.Fields.txtSubject = subject;
-            return f.form.OKButton();
+            return f.press(f.form);
         };
-        QCOMPARE(sendSubject(u"x"_s), MessageForm::Close);
+        QCOMPARE(sendSubject(u"x"_s), u"Close [] sent 1"_s);
         const qsizetype room = 32763 - 5 - (f.sent.takeLast().size() - 1);
-        QCOMPARE(sendSubject(QString(room + 1, u'x')), MessageForm::StayOpen);
-        QCOMPARE(f.caption(), u"Too long to send"_s);
+        QCOMPARE(sendSubject(QString(room + 1, u'x')), u"StayOpen [Too long to send] sent 0"_s);
         QVERIFY(f.frontend.questions.last().text.contains(u" 1 "_s));
         QCOMPARE(f.form.Fields.txtSubject.size(), room + 1);
-        QVERIFY(f.sent.isEmpty());
-        QCOMPARE(sendSubject(QString(room, u'x')), MessageForm::Close);
-        QCOMPARE(f.sent.size(), 1);
+        QCOMPARE(sendSubject(QString(room, u'x')), u"Close [] sent 1"_s);
         QCOMPARE(f.sent[0].size() + 5, 32763);
         f.sent.clear();
         f.process.CurrentList = 2;
         f.linkUp = false;
         f.compose(u"ID4"_s, u"Text"_s);
-        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
-        QCOMPARE(f.caption(), u"Not sent"_s);
-        QVERIFY(!f.frontend.events.contains(u"add 2 ID4"_s));
+        QCOMPARE((std::pair{f.press(f.form), f.frontend.events.filter(u"ID4"_s)}),
+                 (std::pair{u"StayOpen [Not sent] sent 0"_s, QStringList()}));
         f.linkUp = true;
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QVERIFY(f.frontend.events.contains(u"add 2 ID4"_s));
+        QCOMPARE((std::pair{f.press(f.form), f.frontend.events.filter(u"ID4"_s)}),
+                 (std::pair{u"Close [] sent 1"_s, QStringList{u"add 2 ID4"_s}}));
 
         // The package composer and a shared template say the same of a link that is down.
         MessageForm package(f.context, true);
@@ -311,46 +294,17 @@ private Q_SLOTS:
         package.Fields.txtText = u"Install"_s;
         package.Fields.txtLink = u"//files/share/setup.msi"_s;
         f.linkUp = false;
-        QCOMPARE(package.OKButton(), MessageForm::StayOpen);
-        QCOMPARE(f.caption(), u"Not sent"_s);
+        QCOMPARE(f.press(package), u"StayOpen [Not sent] sent 1"_s);
         f.form.OpenNew(NewSharedTemplate, u"T1"_s, QString());
         f.form.Fields.txtText = u"Template"_s;
         gProcess().CurrentList = 5; // the shared templates on show take only what left
-        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
-        QVERIFY(!f.frontend.events.contains(u"add 5 T1"_s));
+        QCOMPARE((std::pair{f.press(f.form), f.frontend.events.filter(u"T1"_s)}),
+                 (std::pair{u"StayOpen [Not sent] sent 1"_s, QStringList()}));
         f.linkUp = true;
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QVERIFY(f.sent.last().startsWith(u"STP\x01T1\x02"_s));
-        QVERIFY(f.frontend.events.contains(u"add 5 T1"_s));
+        QCOMPARE(
+            (std::tuple{f.press(f.form), f.lastIs(u"STP\x01T1\x02"_s), f.frontend.events.filter(u"T1"_s)}),
+            (std::tuple{u"Close [] sent 2"_s, true, QStringList{u"add 5 T1"_s}}));
         gProcess().CurrentList = 0;
-
-        // A reply-all to two thousand readers cannot go: nothing stands in the Outbox as if sent.
-        ReplyForm reply(f.context);
-        DVMessage msg =
-            Fixture::record(u"R1"_s, u"M0"_s, u"alice"_s, u"Noon?"_s, FakeClock::at(2026, 11, 23, 9, 0));
-        QStringList readers;
-        for (int i = 0; i < 2000; ++i)
-            readers << u"reader%1"_s.arg(i, 5, 10, QChar(u'0'));
-        f.sent.clear();
-        reply.Load();
-        reply.Original(msg, u"R2"_s);
-        reply.ReplyToAll(readers.join(u','));
-        reply.Fields.txtText = u"Yes\x02"_s;
-        QVERIFY(!reply.OKButton());
-        QCOMPARE(reply.Fields.txtText, u"Yes"_s);
-        QVERIFY(!reply.OKButton());
-        QCOMPARE(f.caption(), u"Too long to send"_s);
-        QVERIFY(f.sent.isEmpty());
-        QVERIFY(!MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
-        reply.Original(msg, u"R3"_s);
-        reply.Fields.txtText = u"Yes"_s;
-        f.linkUp = false;
-        QVERIFY(!reply.OKButton());
-        QCOMPARE(f.caption(), u"Not sent"_s);
-        QVERIFY(!MessageExist(ClientDB(), u"Outbox"_s, u"R3"_s));
-        f.linkUp = true;
-        QVERIFY(reply.OKButton());
-        QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R3"_s));
     }
 
     // Blanks around names go, a Scheduled message that would expire before it starts is refused, an
@@ -358,89 +312,99 @@ private Q_SLOTS:
     void recipientsAndDates()
     {
         Fixture f;
+        auto &fields = f.form.Fields;
         f.compose(u"ID2"_s, u"Hi"_s, u" bob , alice,, "_s);
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QCOMPARE(f.lastRecord().Target, u"bob,alice"_s);
+        QCOMPARE((std::pair{f.form.OKButton(), f.lastRecord().Target}), (std::pair{Close, u"bob,alice"_s}));
 
         f.sent.clear();
         f.compose(u"ID3"_s, u"Later"_s);
-        f.form.Fields.cboDelivery = DeliveryScheduled;
-        f.form.Fields.dateNextRun = QDate(2026, 12, 2);
-        f.form.Fields.timeNextRun = QTime(9, 0);
-        f.form.Fields.dateExpiration = QDate(2026, 12, 2);
-        f.form.Fields.timeExpiration = QTime(8, 59);
-        QCOMPARE(f.form.OKButton(), MessageForm::StayOpen);
-        QCOMPARE(f.caption(), u"Dates do not match"_s);
-        QVERIFY(f.sent.isEmpty());
+        std::tie(fields.cboDelivery, fields.dateNextRun, fields.timeNextRun, fields.dateExpiration,
+                 fields.timeExpiration) = std::tuple{int(DeliveryScheduled), QDate(2026, 12, 2), QTime(9, 0),
+                                                     QDate(2026, 12, 2), QTime(8, 59)};
+        QCOMPARE(f.press(f.form), u"StayOpen [Dates do not match] sent 0"_s);
         // Starting and expiring in the same minute still shows once.
-        f.form.Fields.timeExpiration = QTime(9, 0);
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QCOMPARE(f.sent.size(), 1);
+        fields.timeExpiration = QTime(9, 0);
+        QCOMPARE(f.press(f.form), u"Close [] sent 1"_s);
         // Other deliveries keep their dates as they are.
         f.compose(u"ID4"_s, u"Now"_s);
-        f.form.Fields.dateNextRun = QDate(2027, 1, 1);
-        QCOMPARE(f.form.OKButton(), MessageForm::Close);
-        QCOMPARE(f.sent.size(), 2);
+        fields.dateNextRun = QDate(2027, 1, 1);
+        QCOMPARE(f.press(f.form), u"Close [] sent 2"_s);
 
         // An exact time already past asks before sending; repeating, or in this minute, it goes at once.
         for (const auto &[minutesAgo, repeat, asked] :
              {std::tuple{1, 0, true}, std::tuple{1, 1, false}, std::tuple{0, 0, false}}) {
             f.sent.clear();
-            f.frontend.questions.clear();
             f.compose(u"X"_s, u"Drill"_s);
             const QDateTime start = f.clock.currentDateTime().addSecs(-60 * minutesAgo);
-            f.form.Fields.dateNextRun = start.date();
-            f.form.Fields.timeNextRun = start.time();
-            f.form.Fields.chkExactTime = true;
-            f.form.Fields.numRepeat = repeat;
+            std::tie(fields.dateNextRun, fields.timeNextRun, fields.chkExactTime, fields.numRepeat) =
+                std::tuple{start.date(), start.time(), true, repeat};
             f.frontend.answerBox(ResultNo);
-            QCOMPARE(f.form.OKButton(), asked ? MessageForm::StayOpen : MessageForm::Close);
-            QCOMPARE(f.captions(), asked ? QStringList{u"Bad properties selection?"_s} : QStringList());
-            QCOMPARE(f.sent.size(), asked ? 0 : 1);
+            QCOMPARE(f.press(f.form),
+                     asked ? u"StayOpen [Bad properties selection?] sent 0"_s : u"Close [] sent 1"_s);
         }
 
-        // A reply: widened to all as told, five fields from the person, the rest from what it answers.
+        // A reply-all to two thousand readers cannot go: nothing stands in the Outbox as if sent.
         ReplyForm reply(f.context);
-        DVMessage msg =
-            Fixture::record(u"R1"_s, u"M0"_s, u"alice"_s, u"Noon?"_s, FakeClock::at(2026, 11, 23, 9, 0));
+        DVMessage msg;
+        std::tie(msg.MsgID, msg.InitID, msg.UserID, msg.Message, msg.StartDate) =
+            std::tuple{u"R1"_s, u"M0"_s, u"alice"_s, u"Noon?"_s, FakeClock::at(2026, 11, 23, 9, 0)};
+        QStringList readers;
+        for (int i = 0; i < 2000; ++i)
+            readers << u"reader%1"_s.arg(i, 5, 10, QChar(u'0'));
+        f.sent.clear();
+        reply.Load();
+        reply.Original(msg, u"R8"_s);
+        reply.ReplyToAll(readers.join(u','));
+        reply.Fields.txtText = u"Yes\x02"_s;
+        QCOMPARE((std::pair{f.press(reply), reply.Fields.txtText}),
+                 (std::pair{u"StayOpen [Invalid characters] sent 0"_s, u"Yes"_s}));
+        QCOMPARE((std::pair{f.press(reply), inOutbox(u"R8"_s)}),
+                 (std::pair{u"StayOpen [Too long to send] sent 0"_s, false}));
+        reply.Original(msg, u"R9"_s);
+        reply.Fields.txtText = u"Yes"_s;
+        f.linkUp = false;
+        QCOMPARE((std::pair{f.press(reply), inOutbox(u"R9"_s)}),
+                 (std::pair{u"StayOpen [Not sent] sent 0"_s, false}));
+        f.linkUp = true;
+        QCOMPARE((std::pair{f.press(reply), inOutbox(u"R9"_s)}), (std::pair{u"Close [] sent 1"_s, true}));
+
+        // A reply: widened to all as told, five fields from the person, the rest from what it answers.
         msg.Subject = u"Lunch"_s;
         msg.Target = u"bob,alice"_s;
-        reply.Load();
         reply.Original(msg, u"R2"_s);
         QCOMPARE(reply.Caption(), u"Reply to alice"_s);
+        const auto toAll = [&reply](const QString &readers) {
+            reply.ReplyToAll(readers);
+            return reply.Reply().Target;
+        };
         // The sender already among the recipients: the list as it is.
-        reply.ReplyToAll(msg.Target);
-        QCOMPARE(reply.Reply().Target, u"bob,alice"_s);
+        QCOMPARE(toAll(msg.Target), u"bob,alice"_s);
         msg.UserID = u"carol"_s;
         reply.Original(msg, u"R2"_s);
-        reply.ReplyToAll(QString());
-        QCOMPARE(reply.Reply().Target, u"carol"_s);
-        reply.ReplyToAll(msg.Target);
-        QCOMPARE(reply.Reply().Target, u"carol,bob,alice"_s);
+        QCOMPARE((QStringList{toAll(QString()), toAll(msg.Target)}),
+                 (QStringList{u"carol"_s, u"carol,bob,alice"_s}));
 
         // Five fields come from the person; the edited subject and start do not.
-        reply.Fields.txtText = u"Yes, \"at noon\""_s;
-        reply.Fields.txtSubject = u"Edited"_s;
-        reply.Fields.cboDelivery = 3;
-        reply.Fields.dateNextRun = QDate(2027, 1, 1);
-        reply.Fields.chkReceipt = true;
+        std::tie(reply.Fields.txtText, reply.Fields.txtSubject, reply.Fields.cboDelivery,
+                 reply.Fields.dateNextRun, reply.Fields.chkReceipt) =
+            std::tuple{u"Yes, \"at noon\""_s, u"Edited"_s, 3, QDate(2027, 1, 1), true};
         reply.OKButton();
-        QVERIFY(f.sent.last().startsWith(u"RPA\x01R2\x02"_s));
+        QVERIFY(f.lastIs(u"RPA\x01R2\x02"_s));
         const DVMessage sent = f.lastRecord();
         // A reply is never itself answered.
-        QCOMPARE((QVariantList{sent.Message, sent.Subject, sent.StartDate, sent.MsgDelivery, sent.MsgLevel,
-                               sent.RefID, sent.InitID, sent.ModificationDate, sent.ExpirationDate,
-                               sent.AllowReply}),
-                 (QVariantList{u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s,
-                               u"R1"_s, u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate, false}));
-        QVERIFY(MessageExist(ClientDB(), u"Outbox"_s, u"R2"_s));
+        QCOMPARE(
+            (QVariantList{sent.Message, sent.Subject, sent.StartDate, sent.MsgDelivery, sent.MsgLevel,
+                          sent.RefID, sent.InitID, sent.ModificationDate, sent.ExpirationDate,
+                          sent.AllowReply, inOutbox(u"R2"_s)}),
+            (QVariantList{u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s, u"R1"_s,
+                          u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate, false, true}));
 
         // A reply to that reply keeps the history and names the reply answered.
         reply.Original(sent, u"R3"_s);
         QCOMPARE((QStringList{reply.Reply().InitID, reply.Reply().RefID}), (QStringList{u"M0"_s, u"R2"_s}));
         reply.Fields.txtText = u"ok"_s;
         reply.OKButton();
-        QVERIFY(f.sent.last().startsWith(u"RPL\x01R3\x02"_s));
+        QVERIFY(f.lastIs(u"RPL\x01R3\x02"_s));
     }
 
     // What each answer of the server opens, from the list on show.
@@ -469,10 +433,8 @@ private Q_SLOTS:
             gProcess().SavedSelection = u"bob,PC7"_s;
             KorvanClient engine;
             Failure failure;
-            if (code.startsWith(u'R'))
-                engine.OpenReply(data, code == u"RAL"_s);
-            else
-                engine.OpenComposer(code, data, failure);
+            code.startsWith(u'R') ? engine.OpenReply(data, code == u"RAL"_s)
+                                  : engine.OpenComposer(code, data, failure);
             QCOMPARE(u"%1 %2: %3"_s.arg(code).arg(list).arg(f.frontend.events.join(u'|')),
                      u"%1 %2: %3"_s.arg(code).arg(list).arg(opened));
         }
@@ -484,8 +446,8 @@ private Q_SLOTS:
         MessageForm package(f.context, true);
         package.Load();
         package.OpenNew(0, u"P1"_s, QString());
-        QCOMPARE(package.Caption(), u"New packageP1"_s);
-        QVERIFY(package.Levels().isEmpty());
+        QCOMPARE((std::pair{package.Caption(), package.Levels().isEmpty()}),
+                 (std::pair{u"New packageP1"_s, true}));
         // Text without a link keeps OK off; the target may stay empty whatever SEND says.
         f.policies.CanSendToAll = false;
         package.Fields.txtText = u"Install the new VPN client"_s;
@@ -496,29 +458,25 @@ private Q_SLOTS:
         QVERIFY(package.Enabling().OKButton);
         // The record: the reserved level, no reply, Mandatory in ExactTime; sent as PKG.
         package.Fields.chkReply = package.Fields.chkExactTime = true;
-        QCOMPARE(package.OKButton(), MessageForm::Close);
-        QVERIFY(f.sent.last().startsWith(u"PKG\u0001"_s));
+        QCOMPARE((std::pair{package.OKButton(), f.lastIs(u"PKG\u0001"_s)}), (std::pair{Close, true}));
         const DVMessage sent = f.lastRecord();
-        QCOMPARE((QList<QVariant>{sent.MsgLevel, sent.AllowReply, sent.ExactTime, sent.InitID}),
-                 (QList<QVariant>{u"sysKVPackage"_s, false, true, u"P1"_s}));
+        QCOMPARE((QVariantList{sent.MsgLevel, sent.AllowReply, sent.ExactTime, sent.InitID}),
+                 (QVariantList{u"sysKVPackage"_s, false, true, u"P1"_s}));
         // An edit that changed nothing sends nothing; a real one clears InitID and keeps the status.
         DVMessage stored = sent;
         stored.Status = StatusCancelled;
         package.EditMessage(stored, 1);
-        const qsizetype before = f.sent.size();
-        QCOMPARE(package.OKButton(), MessageForm::Close);
-        QCOMPARE(f.sent.size(), before);
+        QCOMPARE(f.press(package), u"Close [] sent 1"_s);
         package.Fields.txtText = u"Install it today"_s;
         package.OKButton();
-        QCOMPARE((QList<QVariant>{f.lastRecord().Message, f.lastRecord().InitID, f.lastRecord().Status}),
-                 (QList<QVariant>{u"Install it today"_s, QString(), int(StatusCancelled)}));
+        QCOMPARE((QVariantList{f.lastRecord().Message, f.lastRecord().InitID, f.lastRecord().Status}),
+                 (QVariantList{u"Install it today"_s, QString(), int(StatusCancelled)}));
         // Its directory requests carry P; its trace lines are signed with its own form.
         package.RecipientsButton(SelectUsers);
         QCOMPARE(f.sent.last(), u"RUS\u0001P"_s);
         gOptions().Trace = true;
         package.OKButton();
-        QVERIFY(logText().contains(u"frmPackage:OKButton"_s));
-        QVERIFY(!logText().contains(u"frmMessage:"_s));
+        QVERIFY(logText().contains(u"frmPackage:OKButton"_s) && !logText().contains(u"frmMessage:"_s));
     }
 };
 

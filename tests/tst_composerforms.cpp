@@ -75,10 +75,8 @@ private Q_SLOTS:
     void composerControlsReachTheRecord()
     {
         Fixture f;
-        f.policies.UseDomainGroups = true;
-        f.policies.UseKorvanGroups = false;
-        f.policies.CanLinkDocument = false;
-        f.session.UsersLoaded = true;
+        std::tie(f.policies.UseDomainGroups, f.policies.UseKorvanGroups, f.policies.CanLinkDocument,
+                 f.session.UsersLoaded) = std::tuple{true, false, false, true};
         frmMessage form(f.context);
         form.OpenNew(NewMessage, u"ID1"_s, QString());
         form.show();
@@ -122,25 +120,25 @@ private Q_SLOTS:
         QVERIFY(form.ui.cboRepeat->isEnabled());
         choose(form.ui.cboRepeat, RepeatWeeks);
         f.policies.CanRequestNotification = true;
-        QTest::mouseClick(form.ui.chkReceipt, Qt::LeftButton, {},
-                          QPoint(4, form.ui.chkReceipt->height() / 2));
+        const auto tick = [](QWidget *box) {
+            QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(4, box->height() / 2));
+        };
+        tick(form.ui.chkReceipt);
         QVERIFY(form.ui.chkNotify->isEnabled());
-        QTest::mouseClick(form.ui.chkNotify, Qt::LeftButton, {}, QPoint(4, form.ui.chkNotify->height() / 2));
+        tick(form.ui.chkNotify);
         form.ui.dateNextRun->setDate(QDate(2026, 12, 1));
         form.ui.timeNextRun->setTime(QTime(9, 30));
         form.ui.dateExpiration->setDate(QDate(2026, 12, 31));
         form.ui.timeExpiration->setTime(QTime(18, 0));
-        QTest::mouseClick(form.ui.chkBroadcast, Qt::LeftButton, {},
-                          QPoint(4, form.ui.chkBroadcast->height() / 2));
+        tick(form.ui.chkBroadcast);
         QTest::keyClicks(form.ui.txtSubject, u"Subject"_s);
 
         // A directory here opens the selection at once; one not here is asked of the server.
         form.logic().getSelection = [](int kind, const QString &target) -> QString {
             return target + u",kind"_s + QString::number(kind);
         };
-        QTest::mouseClick(form.ui.cmdUsers, Qt::LeftButton);
-        QTest::mouseClick(form.ui.cmdMyGroups, Qt::LeftButton);
-        QTest::mouseClick(form.ui.cmdDomain, Qt::LeftButton);
+        for (QWidget *button : {form.ui.cmdUsers, form.ui.cmdMyGroups, form.ui.cmdDomain})
+            QTest::mouseClick(button, Qt::LeftButton);
         QCOMPARE(form.ui.txtTarget->text(), u"ann,kind3,kind0,kind1"_s);
         QTest::mouseClick(form.ui.cmdMachines, Qt::LeftButton);
         QCOMPARE(f.sent, QStringList{u"RMA\x01M"_s});
@@ -222,7 +220,7 @@ private Q_SLOTS:
 
     // The hint pane follows the focus and the pointer, every word and choice follows a language switch,
     // and the sample follows its width; only a reply on show with words written is being written, and one
-    // without the right to link hides the link's label.
+    // without the right to link hides the link's label; a second answer keeps what is being written.
     void hintsLanguageAndDetails()
     {
         Fixture f;
@@ -253,10 +251,10 @@ private Q_SLOTS:
         QCOMPARE(form.ui.cmdUsers->text().remove(u'&'), u"Users"_s);
 
         switchLanguage(&form, 1);
-        QCOMPARE((QStringList{form.ui.cboDelivery->itemText(0), form.windowTitle(),
-                              form.ui.lblHint->toPlainText().section(u'\n', 0, 0)}),
-                 (QStringList{u"Immédiate"_s, u"Nouveau message ID1"_s, u"Objet"_s}));
-        QCOMPARE(form.ui.cboRepeat->currentIndex(), int(RepeatMinutes));
+        QCOMPARE((std::tuple{form.ui.cboDelivery->itemText(0), form.windowTitle(),
+                             form.ui.lblHint->toPlainText().section(u'\n', 0, 0),
+                             form.ui.cboRepeat->currentIndex()}),
+                 (std::tuple{u"Immédiate"_s, u"Nouveau message ID1"_s, u"Objet"_s, int(RepeatMinutes)}));
         switchLanguage(&form, 0);
 
         frmMessage package(f.context, true);
@@ -267,10 +265,8 @@ private Q_SLOTS:
 
         f.policies.CanLinkDocument = false;
         DVMessage msg;
-        msg.MsgID = msg.InitID = u"M1"_s;
-        msg.UserID = u"alice"_s;
-        msg.Subject = u"Lunch"_s;
-        msg.Message = u"Noon?"_s;
+        std::tie(msg.MsgID, msg.InitID, msg.UserID, msg.Subject, msg.Message) =
+            std::tuple{u"M1"_s, u"M1"_s, u"alice"_s, u"Lunch"_s, u"Noon?"_s};
         frmReply reply(f.context);
         reply.Open(msg, u"R1"_s, false);
         // The reply shows what it answers.
@@ -289,8 +285,29 @@ private Q_SLOTS:
         reply.Open(msg, u"R2"_s, false);
         QVERIFY(!reply.BeingWritten());
         QTest::mouseClick(reply.ui.CancelButton, Qt::LeftButton);
-        QVERIFY(!reply.isVisible());
-        QVERIFY(f.sent.isEmpty());
+        QVERIFY(!reply.isVisible() && f.sent.isEmpty());
+
+        // A new ID for a composer being written asks first: No keeps every word, Yes opens the new one.
+        // An untouched composer is reused.
+        DesktopFrontend desktop;
+        desktop.setAuthoring(f.context);
+        desktop.OpenMessageForm(NewMessage, u"ID1"_s, u"bob"_s);
+        frmMessage *composer = desktop.messageForm();
+        QVERIFY(composer);
+        desktop.OpenMessageForm(NewMessage, u"ID2"_s, u"bob"_s);
+        QCOMPARE(composer->logic().Tag, u"ID2"_s);
+        QTest::keyClicks(composer->ui.txtText, u"Half a thought"_s);
+        answerBox(3);
+        desktop.OpenMessageForm(NewMessage, u"ID3"_s, QString());
+        QCOMPARE(desktop.messageForm(), composer);
+        QCOMPARE((QStringList{composer->logic().Tag, composer->ui.txtText->toPlainText(),
+                              composer->ui.txtTarget->text()}),
+                 (QStringList{u"ID2"_s, u"Half a thought"_s, u"bob"_s}));
+        answerBox(2);
+        desktop.OpenMessageForm(NewMessage, u"ID3"_s, QString());
+        QCOMPARE((QStringList{composer->logic().Tag, composer->ui.txtText->toPlainText()}),
+                 (QStringList{u"ID3"_s, QString()}));
+        desktop.setAuthoring(std::nullopt);
     }
 
     // A level's row paints its name in its colours, framed when chosen; its
@@ -325,32 +342,6 @@ private Q_SLOTS:
             const QList<QColor> plain = painted(row, column, false);
             QVERIFY(plain.value(0) != QColor(Qt::red) && plain.value(2) == QColor(Qt::black));
         }
-    }
-
-    // A new ID for a composer on which the person is writing asks first; No
-    // keeps every word, Yes opens the new one. An untouched composer is reused.
-    void secondAnswerKeepsWhatIsWritten()
-    {
-        Fixture f;
-        DesktopFrontend desktop;
-        desktop.setAuthoring(f.context);
-        desktop.OpenMessageForm(NewMessage, u"ID1"_s, u"bob"_s);
-        frmMessage *form = desktop.messageForm();
-        QVERIFY(form);
-        desktop.OpenMessageForm(NewMessage, u"ID2"_s, u"bob"_s);
-        QCOMPARE(form->logic().Tag, u"ID2"_s);
-        QTest::keyClicks(form->ui.txtText, u"Half a thought"_s);
-        answerBox(3);
-        desktop.OpenMessageForm(NewMessage, u"ID3"_s, QString());
-        QCOMPARE(desktop.messageForm(), form);
-        QCOMPARE(
-            (QStringList{form->logic().Tag, form->ui.txtText->toPlainText(), form->ui.txtTarget->text()}),
-            (QStringList{u"ID2"_s, u"Half a thought"_s, u"bob"_s}));
-        answerBox(2);
-        desktop.OpenMessageForm(NewMessage, u"ID3"_s, QString());
-        QCOMPARE((QStringList{form->logic().Tag, form->ui.txtText->toPlainText()}),
-                 (QStringList{u"ID3"_s, QString()}));
-        desktop.setAuthoring(std::nullopt);
     }
 };
 

@@ -67,26 +67,30 @@ QString keys(QWidget *list)
 }
 
 // Opens the header's menu on a column and picks an item, through a submenu (the menu runs its own loop);
-// by the keyboard, the menu opens at the grid's focused column.
-void pick(QWidget *list, int column, const QStringList &path, bool keyboard = false)
+// by a key with Ctrl+Shift, the menu opens at the grid's focused column. Tells whether a menu opened.
+bool pick(QWidget *list, int column, const QStringList &path, int key = 0)
 {
-    QTimer::singleShot(0, qApp, [path] {
+    const auto opened = std::make_shared<bool>(false);
+    QTimer::singleShot(0, qApp, [path, opened] {
         QMenu *top = qobject_cast<QMenu *>(QApplication::activePopupWidget()), *menu = top;
         for (const QString &text : path)
             for (QAction *item : menu ? menu->actions() : QList<QAction *>())
                 if (item->text() == text)
                     item->menu() ? void(menu = item->menu()) : item->trigger();
+        *opened = top != nullptr;
         if (top)
             top->close();
     });
-    if (keyboard) {
+    if (key) {
         QTableView *grid = static_cast<frmDirectory *>(list)->ui.grid;
         grid->setCurrentIndex(grid->model()->index(0, column));
-        QTest::keyClick(grid, Qt::Key_F10, Qt::ControlModifier | Qt::ShiftModifier);
-        return;
+        QTest::keyClick(grid, Qt::Key(key), Qt::ControlModifier | Qt::ShiftModifier);
+    } else {
+        Q_EMIT header(list)->customContextMenuRequested(
+            QPoint(header(list)->sectionViewportPosition(column) + 3, header(list)->height() / 2));
     }
-    Q_EMIT header(list)->customContextMenuRequested(
-        QPoint(header(list)->sectionViewportPosition(column) + 3, header(list)->height() / 2));
+    QCoreApplication::processEvents();
+    return *opened;
 }
 
 QByteArray exported(frmDirectory &list, const QString &file)
@@ -118,26 +122,23 @@ private Q_SLOTS:
         QFile::remove(f.profile.path() + u"/Layouts/Users.xgl"_s);
         for (const QString &name : shipped.entryList({u"*.xgl"_s}))
             QVERIFY(QFile::copy(shipped.filePath(name), f.profile.path() + u"/Layouts/"_s + name));
-        const std::pair<QString, QString> groups = {u"Group Name|Description|Creator|Created"_s,
-                                                    u"Nom du groupe|Description|Créateur|Créé le"_s};
-        const QHash<int, std::pair<QString, QString>> titles = {
-            {10, {u"Group Name|Description"_s, u"Nom du groupe|Description"_s}},
-            {11, groups},
-            {12, groups},
-            {13,
-             {u"User ID|Name|Machine|Last Logon|Connected|Language"_s,
-              u"Identifiant|Nom|Poste|Dernière connexion|Connecté|Langue"_s}},
-            {14,
-             {u"Machine|IP Address|User ID|Last Logon|Connected|Version|Agent"_s,
-              u"Poste|Adresse IP|Identifiant|Dernière connexion|Connecté|Version|Agent"_s}},
-            {15, {u"User ID|Role"_s, u"Identifiant|Rôle"_s}}};
-        for (auto list = titles.cbegin(); list != titles.cend(); ++list) {
-            frmDirectory directory(list.key(), f.console);
-            for (const auto &[language, columns, item] : {std::tuple{0, list->first, u"Export to CSV..."_s},
-                                                          {1, list->second, u"Exporter en CSV..."_s}}) {
+        const QString groups = u"Group Name|Description|Creator|Created"_s,
+                      groupes = u"Nom du groupe|Description|Créateur|Créé le"_s;
+        for (const auto &[list, english, french] :
+             {std::tuple{10, u"Group Name|Description"_s, u"Nom du groupe|Description"_s},
+              {11, groups, groupes},
+              {12, groups, groupes},
+              {13, u"User ID|Name|Machine|Last Logon|Connected|Language"_s,
+               u"Identifiant|Nom|Poste|Dernière connexion|Connecté|Langue"_s},
+              {14, u"Machine|IP Address|User ID|Last Logon|Connected|Version|Agent"_s,
+               u"Poste|Adresse IP|Identifiant|Dernière connexion|Connecté|Version|Agent"_s},
+              {15, u"User ID|Role"_s, u"Identifiant|Rôle"_s}}) {
+            frmDirectory directory(list, f.console);
+            for (const auto &[language, columns, item] :
+                 {std::tuple{0, english, u"Export to CSV..."_s}, {1, french, u"Exporter en CSV..."_s}}) {
                 switchLanguage(&directory, language);
-                QCOMPARE(shown(&directory), columns);
-                QCOMPARE(directory.menu()->actions().last()->text(), item);
+                QCOMPARE(std::pair(shown(&directory), directory.menu()->actions().last()->text()),
+                         std::pair(columns, item));
             }
             switchLanguage(&directory, 0);
         }
@@ -167,27 +168,13 @@ private Q_SLOTS:
         };
         QWidget *users = open(13);
         const int userID = 0, name = 1, lastLogon = 2;
-        QCOMPARE(shown(users), u"Name|User ID"_s);
-        QCOMPARE(header(users)->sectionSize(name), 150);
-        QCOMPARE(keys(users), u"bob cyd ann"_s);
-        pick(users, userID, {u"Custom Layout"_s});
-        pick(users, userID, {u"Sort by User ID, Ascending"_s}, true);
+        QCOMPARE(std::tuple(shown(users), header(users)->sectionSize(name), keys(users)),
+                 std::tuple(u"Name|User ID"_s, 150, u"bob cyd ann"_s));
+        QVERIFY(pick(users, userID, {u"Custom Layout"_s}));
+        QVERIFY(pick(users, userID, {u"Sort by User ID, Ascending"_s}, Qt::Key_F10));
         QCOMPARE(keys(users), u"ann bob cyd"_s);
         // Another letter with the same modifiers is the grid's own: no menu opens.
-        bool opened = false;
-        QTimer closer;
-        QObject::connect(&closer, &QTimer::timeout, [&opened] {
-            if (QWidget *menu = QApplication::activePopupWidget()) {
-                opened = true;
-                menu->close();
-            }
-        });
-        closer.start(0);
-        QTest::keyClick(static_cast<frmDirectory *>(users)->ui.grid, Qt::Key_A,
-                        Qt::ControlModifier | Qt::ShiftModifier);
-        QCoreApplication::processEvents();
-        closer.stop();
-        QVERIFY(!opened);
+        QVERIFY(!pick(users, userID, {}, Qt::Key_A));
         pick(users, userID, {u"Sort by User ID, Descending"_s});
         QCOMPARE(keys(users), u"cyd bob ann"_s);
         pick(users, userID, {u"Columns"_s, u"Last Logon"_s});
@@ -203,13 +190,18 @@ private Q_SLOTS:
         QVERIFY2(byLogon == u"bob ann cyd"_s || byLogon == u"cyd ann bob"_s, qPrintable(byLogon));
 
         // Another list keeps its own layout: here its table's columns as they come.
-        QCOMPARE(shown(open(14)), u"Machine|IP Address|Last Logon|Version|User ID|Connected|Agent"_s);
+        const QString machineColumns = u"Machine|IP Address|Last Logon|Version|User ID|Connected|Agent"_s;
+        QWidget *machines = open(14);
+        QCOMPARE(shown(machines), machineColumns);
+        // A layout that names no column gives back the table's order, whatever was dragged before.
+        header(machines)->moveSection(header(machines)->count() - 1, 0);
+        pick(machines, 0, {u"Full Layout"_s});
+        QCOMPARE(shown(machines), machineColumns);
         QCOMPARE(UserStore(f.userStore).read(u"Setup"_s, u"UsersLayout"_s, QString()), u"2"_s);
         QVERIFY(QFile::exists(f.profile.dataHome() + u"/UsersCust.xgl"_s));
         users = open(13);
-        QCOMPARE(shown(users), u"Last Logon|User ID"_s);
-        QCOMPARE(header(users)->sectionSize(lastLogon), 140);
-        QCOMPARE(keys(users), byLogon);
+        QCOMPARE(std::tuple(shown(users), header(users)->sectionSize(lastLogon), keys(users)),
+                 std::tuple(u"Last Logon|User ID"_s, 140, byLogon));
         // A column hidden in the person's file comes back at the width it had.
         pick(users, userID, {u"Columns"_s, u"Name"_s});
         QCOMPARE(header(users)->sectionSize(name), 150);
@@ -219,12 +211,10 @@ private Q_SLOTS:
         QVERIFY(header(users)->sectionsMovable());
         header(users)->moveSection(header(users)->visualIndex(userID), 0);
         open(14);
-        QCOMPARE(shown(open(13)), u"User ID|Last Logon|Name"_s);
-        users = console->currentChild();
+        QCOMPARE(shown(users = open(13)), u"User ID|Last Logon|Name"_s);
 
         pick(users, userID, {u"Full Layout"_s});
-        QCOMPARE(shown(users), u"Name|User ID"_s);
-        QCOMPARE(keys(users), u"bob cyd ann"_s);
+        QCOMPARE(std::pair(shown(users), keys(users)), std::pair(u"Name|User ID"_s, u"bob cyd ann"_s));
         // The console closing keeps the choice too.
         console.reset();
         QCOMPARE(UserStore(f.userStore).read(u"Setup"_s, u"UsersLayout"_s, QString()), u"0"_s);

@@ -47,20 +47,18 @@ QRgb rgbOf(quint32 color)
     return ResolveColor(color).rgb();
 }
 
-// Pixels that break the rule "text wins, else the shadow one pixel right and below, else
-// background", from a render without the shadow and one with it.
+// Pixels of the shadowed render that break "text wins, else the shadow one pixel right and below, else
+// background", read against the plain render.
 int shadowMismatches(const QImage &plain, const QImage &shadowed, QRgb fore, QRgb shadow, QRgb back)
 {
     int mismatches = 0;
-    for (int y = 0; y < plain.height(); ++y) {
+    for (int y = 0; y < plain.height(); ++y)
         for (int x = 0; x < plain.width(); ++x) {
-            const bool text = plain.pixel(x, y) == fore;
             const bool underShadow = x > 0 && y > 0 && plain.pixel(x - 1, y - 1) == fore;
-            const QRgb expected = text ? fore : underShadow ? shadow : back;
-            if (shadowed.pixel(x, y) != expected)
-                ++mismatches;
+            mismatches += shadowed.pixel(x, y) != (plain.pixel(x, y) == fore ? fore
+                                                   : underShadow             ? shadow
+                                                                             : back);
         }
-    }
     return mismatches;
 }
 
@@ -148,8 +146,7 @@ private Q_SLOTS:
         if (vertical == 1)
             QCOMPARE(shown.bottom(), screen.bottom());
         // The button waits for the text to pass; the menu acknowledges at once.
-        QVERIFY(!banner->acknowledgeButton()->isEnabled());
-        QVERIFY(banner->acknowledgeAction()->isEnabled());
+        QVERIFY(!banner->acknowledgeButton()->isEnabled() && banner->acknowledgeAction()->isEnabled());
         // Its mark is drawn at the density of whichever screen the banner comes to stand on.
         const QToolButton *ok = banner->acknowledgeButton();
         for (qreal ratio : {1.0, 2.0})
@@ -294,24 +291,22 @@ private Q_SLOTS:
 
         for (int ticks = 0; looped.isEmpty() && ticks < 10000; ++ticks)
             display.Timer1_Timer();
-        QCOMPARE(order, (QStringList{u"Displayed"_s, u"Looped"_s}));
-        QCOMPARE(changed.size(), 1);
-        QCOMPARE(display.Scroll().ScrollX, 0);
-        QVERIFY(display.Timer1->isActive());
+        const auto running = [&display] {
+            return std::pair(display.Timer1->isActive(), display.Scroll().ScrollX);
+        };
+        QCOMPARE(std::tuple(order, changed.size(), running()),
+                 std::tuple(QStringList{u"Displayed"_s, u"Looped"_s}, qsizetype(1), std::pair(true, 0)));
 
         // Disabling holds the scroll where it is; WriteText starts the timer regardless.
         display.Timer1_Timer();
         display.SetEnabled(false);
-        QVERIFY(!display.Timer1->isActive());
-        QCOMPARE(display.Scroll().ScrollX, 2);
+        QCOMPARE(running(), std::pair(false, 2));
         display.WriteText(false);
-        QVERIFY(display.Timer1->isActive());
-        QCOMPARE(display.Scroll().ScrollX, 2);
+        QCOMPARE(running(), std::pair(true, 2));
         display.Cls();
         QVERIFY(!display.Timer1->isActive());
 
-        // A step past the whole text raises both in one tick, Displayed first: the next message's
-        // button must not wake.
+        // A step past the whole text raises both in one tick, Displayed first: the next button must not wake.
         order.clear();
         // Loading skips the writers' range checks.
         display.ReadProperties({{u"PixelsPerSpeed"_s, 30000}, {u"Speed"_s, 500}});
@@ -348,11 +343,10 @@ private Q_SLOTS:
         QTest::mouseClick(display.lblFrom, Qt::RightButton, Qt::ShiftModifier, QPoint(3, 4));
         const QVariantList expected{2, 1, 3 * display.Scroll().TwipsPerPixelX,
                                     4 * display.Scroll().TwipsPerPixelY};
-        QCOMPARE(down.last(), expected);
-        QCOMPARE(up.last(), expected);
-        QCOMPARE(click.size(), 1);
-        // Keys on the strip as its owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital, each
-        // with the shift state.
+        QCOMPARE(std::tuple(down.last(), up.last(), click.size()),
+                 std::tuple(expected, expected, qsizetype(1)));
+        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital, with the shift
+        // state.
         QSignalSpy keyDown(&display, &dvxDisplay::KeyDown);
         QTest::keyClick(display.Picture1, Qt::Key_F1, Qt::ControlModifier);
         QTest::keyClick(display.Picture1, Qt::Key_Q, Qt::ShiftModifier);
@@ -376,10 +370,8 @@ private Q_SLOTS:
                 return -1;
             return display.height();
         };
-        const int small = heightWith(8, 0);
-        QVERIFY(small > 0);
-        QVERIFY(heightWith(24, 0) > small);
-        QVERIFY(heightWith(24, 1) > heightWith(24, 0));
+        const int small = heightWith(8, 0), large = heightWith(24, 0);
+        QVERIFY(small > 0 && large > small && heightWith(24, 1) > large);
     }
 
     void coloursAndLevelSample()
@@ -408,8 +400,7 @@ private Q_SLOTS:
         // Twenty pixels more each way move the centred text by ten, the shadow drawn under it.
         const QRect large = glyphIn(QRect(10, 10, 120, 60), true);
         QCOMPARE(large.size(), small.size());
-        QVERIFY(qAbs(large.left() - small.left() - 10) <= 1);
-        QVERIFY(qAbs(large.top() - small.top() - 10) <= 1);
+        QVERIFY(qAbs(large.left() - small.left() - 10) <= 1 && qAbs(large.top() - small.top() - 10) <= 1);
         QVERIFY(!boundsOf(image, rgbOf(Blue)).isEmpty());
     }
 };

@@ -16,14 +16,11 @@
 #include <QTest>
 #include <QTimer>
 
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Every directory with rows, and a fixed layout per file whose first column
-// says which file was read.
+// Every directory with rows, and a fixed layout per file whose first column says which file was read.
 struct Fixture : StoreFixture
 {
     Fixture()
@@ -35,14 +32,12 @@ struct Fixture : StoreFixture
             u"INSERT INTO KorvaneGroups (GroupName, Description) VALUES ('ops', 'Ops desk')"_s));
         QVERIFY(
             ClientDB().exec(u"INSERT INTO MyGroups (GroupName, Description) VALUES ('team', 'The team')"_s));
-        layout(u"GroupsSelection"_s, "column colName 111 1\ncolumn colDescription 90 1\n");
-        layout(u"UsersSelection"_s, "column colName 222 1\ncolumn colDescription 90 1\n");
-        layout(u"MachinesSelection"_s, "column colDescription 90 0\ncolumn colName 333 1\n");
+        for (const auto &[file, columns] :
+             {std::pair{u"Groups"_s, "column colName 111 1\ncolumn colDescription 90 1\n"_ba},
+              {u"Users"_s, "column colName 222 1\ncolumn colDescription 90 1\n"_ba},
+              {u"Machines"_s, "column colDescription 90 0\ncolumn colName 333 1\n"_ba}})
+            profile.writeFile(u"Layouts/"_s + file + u"Selection.xgl"_s, "korvane-grid 1\n" + columns);
         Selection::SetLayoutsBase(profile.path());
-    }
-    void layout(const QString &name, const QByteArray &columns) const
-    {
-        profile.writeFile(u"Layouts/"_s + name + u".xgl"_s, "korvane-grid 1\n" + columns);
     }
     static QList<SelectionList::Row> rows(int kind)
     {
@@ -59,35 +54,38 @@ QStringList shown(const QTreeWidget *grid, bool selectedOnly)
     return names;
 }
 
-void click(QTreeWidget *grid, int row)
+void click(QTreeWidget *grid, std::initializer_list<int> rows)
 {
-    QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
-                      grid->visualItemRect(grid->topLevelItem(row)).center());
+    for (const int row : rows)
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
+                          grid->visualItemRect(grid->topLevelItem(row)).center());
 }
 
 // Whether the popup menu, opened by Shift+F10, offers the item of that text; chosen if so.
 bool choose(frmSelection &dialog, const QString &text)
 {
     QTest::keyClick(dialog.ui.grdSelection, Qt::Key_F10, Qt::ShiftModifier);
-    QMenu *menu = dialog.mnuSelection->isVisible() ? dialog.mnuSelection : nullptr;
-    for (QAction *action : menu ? menu->actions() : QList<QAction *>())
+    QMenu *menu = dialog.mnuSelection;
+    for (QAction *action : menu->isVisible() ? menu->actions() : QList<QAction *>())
         if (action->text() == text && action->isEnabled()) {
             QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
             return true;
         }
-    if (menu)
-        menu->hide();
+    menu->hide();
     return false;
 }
 
-// Runs act on the selection dialog once it is shown modally.
-void whenShown(const std::function<void(frmSelection &)> &act, int tries = 50)
+// Once the selection dialog shows modally, ticks a row by hand and leaves with OK, or else Escape.
+void whenShown(int row, bool ok, int tries = 50)
 {
-    QTimer::singleShot(10, [act, tries] {
-        if (auto *dialog = qobject_cast<frmSelection *>(QApplication::activeModalWidget()))
-            act(*dialog);
-        else if (tries > 0)
-            whenShown(act, tries - 1);
+    QTimer::singleShot(10, [row, ok, tries] {
+        if (auto *dialog = qobject_cast<frmSelection *>(QApplication::activeModalWidget())) {
+            click(dialog->ui.grdSelection, {row});
+            ok ? QTest::mouseClick(dialog->ui.OKButton, Qt::LeftButton)
+               : QTest::keyClick(dialog, Qt::Key_Escape);
+        } else if (tries > 0) {
+            whenShown(row, ok, tries - 1);
+        }
     });
 }
 
@@ -98,124 +96,105 @@ class TestSelection : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The rows of each directory, and what the list ticks of a target and hands back.
+    // The rows of each directory, and what the list and the dialog tick of a target and hand back.
     void rowsAndTicks()
     {
         Fixture f;
-        const auto names = [](const QList<SelectionList::Row> &rows) {
+        // Each directory's rows as kind:name=description; an unknown kind has none.
+        const auto rowsOf = [](std::initializer_list<int> kinds) {
             QStringList list;
-            for (const SelectionList::Row &row : rows)
-                list << row.Name + u'=' + row.Description;
+            for (const int kind : kinds)
+                for (const SelectionList::Row &row : Fixture::rows(kind))
+                    list << QString::number(kind) + u':' + row.Name + u'=' + row.Description;
             return list;
         };
-        QCOMPARE(names(Fixture::rows(SelectPersonalGroups)), QStringList{u"team=The team"_s});
-        QCOMPARE(names(Fixture::rows(SelectKorvanGroups)), QStringList{u"ops=Ops desk"_s});
-        QCOMPARE(names(Fixture::rows(SelectUsers)),
-                 (QStringList{u"alice=Alice A"_s, u"bob=Bob B"_s, u"carol=Carol C"_s}));
-        QCOMPARE(names(Fixture::rows(SelectMachines)), QStringList{u"PC7=10.0.0.7"_s});
+        QCOMPARE(rowsOf({SelectPersonalGroups, SelectKorvanGroups, SelectUsers, SelectMachines, 7}),
+                 (QStringList{u"0:team=The team"_s, u"2:ops=Ops desk"_s, u"3:alice=Alice A"_s,
+                              u"3:bob=Bob B"_s, u"3:carol=Carol C"_s, u"4:PC7=10.0.0.7"_s}));
         QStringList domain;
         for (const DirectoryEntry &group : EnumGroups())
-            domain << group.Name + u'=' + group.Description;
-        QCOMPARE(names(Fixture::rows(SelectDomainGroups)), domain);
-        QVERIFY(Fixture::rows(7).isEmpty());
+            domain << u"1:"_s + group.Name + u'=' + group.Description;
+        QCOMPARE(rowsOf({SelectDomainGroups}), domain);
 
         // The selection keeps the names it does not know, after the ones it shows, top to bottom.
         SelectionList list;
+        const auto state = [&list] { return std::pair(list.CanUnselectAll(), list.SaveSelection()); };
         const QList<SelectionList::Row> rows = Fixture::rows(SelectUsers);
         list.Initialize(rows, u"bob,PC7"_s);
-        QVERIFY(list.isSelected(1) && !list.isSelected(0));
-        QCOMPARE(list.Unknown(), QStringList{u"PC7"_s});
+        QCOMPARE(std::tuple(list.isSelected(0), list.isSelected(1), list.Unknown()),
+                 std::tuple(false, true, QStringList{u"PC7"_s}));
         list.setSelected(0, true);
-        QCOMPARE(list.SaveSelection(), u"alice,bob,PC7"_s);
+        QCOMPARE(state(), std::pair(true, u"alice,bob,PC7"_s));
         // Rows that are not there tick nothing.
         list.setSelected(-1, true);
         list.setSelected(int(rows.size()), true);
-        QCOMPARE(list.SaveSelection(), u"alice,bob,PC7"_s);
+        QCOMPARE(state(), std::pair(true, u"alice,bob,PC7"_s));
         list.UnselectAll();
         list.setSelected(int(rows.size()), true);
-        QVERIFY(!list.CanUnselectAll());
-        QCOMPARE(list.SaveSelection(), u"PC7"_s);
+        QCOMPARE(state(), std::pair(false, u"PC7"_s));
         // An exact match is needed: Bob does not tick bob.
         list.Initialize(rows, u"Bob"_s);
-        QVERIFY(!list.CanUnselectAll());
-        QCOMPARE(list.SaveSelection(), u"Bob"_s);
+        QCOMPARE(state(), std::pair(false, u"Bob"_s));
         list.SelectAll();
-        QCOMPARE(list.SaveSelection(), u"alice,bob,carol,Bob"_s);
+        QCOMPARE(state(), std::pair(true, u"alice,bob,carol,Bob"_s));
         // A name listed twice ticks its first row only.
         list.Initialize({{u"x"_s, u"first"_s}, {u"y"_s, QString()}, {u"x"_s, u"second"_s}}, u"x"_s);
         QVERIFY(list.isSelected(0) && !list.isSelected(2));
         list.Initialize(rows, QString());
-        QVERIFY(!list.CanUnselectAll());
-        QCOMPARE(list.SaveSelection(), QString());
-    }
+        QCOMPARE(state(), std::pair(false, QString()));
 
-    void dialogTicksAndReturns()
-    {
-        Fixture f;
+        // The dialog over the same rows.
         frmSelection dialog;
+        QTreeWidget *grid = dialog.ui.grdSelection;
+        // What a button leaves: the dialog's result, whether it still shows, and the target handed back.
+        const auto press = [&dialog](QAbstractButton *button) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            return std::tuple(dialog.result(), dialog.isVisible(), dialog.Result());
+        };
         dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"bob,PC7"_s);
         // However large it was left, it shows whole on its screen.
         dialog.resize(5000, 5000);
         dialog.show();
         QVERIFY(dialog.screen()->availableGeometry().contains(dialog.frameGeometry()));
-        QTreeWidget *grid = dialog.ui.grdSelection;
-        QCOMPARE(shown(grid, false), (QStringList{u"alice"_s, u"bob"_s, u"carol"_s}));
-        QCOMPARE(grid->topLevelItem(1)->text(1), u"Bob B"_s);
-        QCOMPARE(shown(grid, true), QStringList{u"bob"_s});
+        QCOMPARE(
+            std::tuple(shown(grid, false), grid->topLevelItem(1)->text(1), shown(grid, true)),
+            std::tuple(QStringList{u"alice"_s, u"bob"_s, u"carol"_s}, u"Bob B"_s, QStringList{u"bob"_s}));
         // Carol ticked, then alice, bob unticked: the list's order, and the machine behind them.
-        click(grid, 2);
-        click(grid, 0);
-        click(grid, 1);
+        click(grid, {2, 0, 1});
         QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"carol"_s}));
-        QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QVERIFY(!dialog.isVisible());
-        QCOMPARE(dialog.Result(), u"alice,carol,PC7"_s);
+        QCOMPARE(press(dialog.ui.OKButton), std::tuple(int(QDialog::Accepted), false, u"alice,carol,PC7"_s));
 
         // Unticked and ticked by hand, then Cancel: the target as it was given.
         dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"alice,bob,PC7"_s);
         dialog.show();
-        click(grid, 0);
-        click(grid, 2);
+        click(grid, {0, 2});
         QCOMPARE(shown(grid, true), (QStringList{u"bob"_s, u"carol"_s}));
-        QTest::mouseClick(dialog.ui.CancelButton, Qt::LeftButton);
-        QVERIFY(!dialog.isVisible());
-        QCOMPARE(dialog.result(), int(QDialog::Rejected));
-        QCOMPARE(dialog.Result(), u"alice,bob,PC7"_s);
+        QCOMPARE(press(dialog.ui.CancelButton),
+                 std::tuple(int(QDialog::Rejected), false, u"alice,bob,PC7"_s));
 
         // The same dialog given another directory shows only its rows, ticked by the new target alone.
         dialog.Initialize(SelectMachines, Fixture::rows(SelectMachines), u"alice,PC7"_s);
-        QCOMPARE(shown(grid, false), QStringList{u"PC7"_s});
-        QCOMPARE(shown(grid, true), QStringList{u"PC7"_s});
-        QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(dialog.Result(), u"PC7,alice"_s);
+        QCOMPARE(std::pair(shown(grid, false), shown(grid, true)),
+                 std::pair(QStringList{u"PC7"_s}, QStringList{u"PC7"_s}));
+        QCOMPARE(press(dialog.ui.OKButton), std::tuple(int(QDialog::Accepted), false, u"PC7,alice"_s));
 
         // The popup menu: with nothing ticked only Select all can be chosen.
         dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"PC7"_s);
         dialog.show();
-        QVERIFY(!choose(dialog, u"Unselect all"_s));
-        QVERIFY(choose(dialog, u"Select all"_s));
+        QVERIFY(!choose(dialog, u"Unselect all"_s) && choose(dialog, u"Select all"_s));
         QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"bob"_s, u"carol"_s}));
-        QVERIFY(choose(dialog, u"Unselect all"_s));
-        QVERIFY(shown(grid, true).isEmpty());
+        QVERIFY(choose(dialog, u"Unselect all"_s) && shown(grid, true).isEmpty());
         QVERIFY(!choose(dialog, u"Unselect all"_s));
-        click(grid, 1);
+        click(grid, {1});
         QVERIFY(choose(dialog, u"Unselect all"_s));
-        click(grid, 2);
-        QTest::mouseClick(dialog.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(dialog.Result(), u"carol,PC7"_s);
+        click(grid, {2});
+        QCOMPARE(press(dialog.ui.OKButton), std::tuple(int(QDialog::Accepted), false, u"carol,PC7"_s));
 
         // Shown modally: the machines' dialog over a target of users, PC7 ticked by hand comes first;
         // Escape leaves the target as it was, whatever was ticked.
-        whenShown([](frmSelection &modal) {
-            click(modal.ui.grdSelection, 0);
-            QTest::mouseClick(modal.ui.OKButton, Qt::LeftButton);
-        });
+        whenShown(0, true);
         QCOMPARE(Selection::GetSelection(SelectMachines, u"bob"_s), u"PC7,bob"_s);
-        whenShown([](frmSelection &modal) {
-            click(modal.ui.grdSelection, 2);
-            QTest::keyClick(&modal, Qt::Key_Escape);
-        });
+        whenShown(2, false);
         QCOMPARE(Selection::GetSelection(SelectUsers, u"bob,PC7"_s), u"bob,PC7"_s);
     }
 
@@ -248,9 +227,10 @@ private Q_SLOTS:
         for (const int kind : {int(SelectUsers), int(SelectMachines)}) {
             frmSelection dialog;
             dialog.Initialize(kind, {{wide, QString()}, {u"b"_s, QString()}}, QString());
-            QVERIFY2(dialog.ui.grdSelection->columnWidth(0) > dialog.fontMetrics().horizontalAdvance(wide),
-                     qPrintable(QString::number(dialog.ui.grdSelection->columnWidth(0))));
-            QVERIFY(!dialog.ui.grdSelection->isColumnHidden(1));
+            const QTreeWidget *grid = dialog.ui.grdSelection;
+            QVERIFY2(grid->columnWidth(0) > dialog.fontMetrics().horizontalAdvance(wide) &&
+                         !grid->isColumnHidden(1),
+                     qPrintable(QString::number(grid->columnWidth(0))));
         }
         const QString log = logText(),
                       base = u"frmSelection:LoadLayout - "_s + f.profile.path() + u"/Layouts/"_s;
@@ -261,16 +241,16 @@ private Q_SLOTS:
         gOptions().Language = 1;
         frmSelection dialog;
         dialog.Initialize(SelectMachines, {}, QString());
-        QCOMPARE((QStringList{dialog.windowTitle(), dialog.ui.grdSelection->accessibleName(),
-                              dialog.ui.grdSelection->headerItem()->text(0),
-                              dialog.ui.grdSelection->headerItem()->text(1), dialog.ui.OKButton->text(),
+        const QTreeWidget *grid = dialog.ui.grdSelection;
+        QCOMPARE((QStringList{dialog.windowTitle(), grid->accessibleName(), grid->headerItem()->text(0),
+                              grid->headerItem()->text(1), dialog.ui.OKButton->text(),
                               dialog.ui.CancelButton->text(), dialog.mnuSelectAll->text(),
                               dialog.mnuUnselectAll->text()})
                      .replaceInStrings(u"&"_s, QString()),
                  (QStringList{u"Postes"_s, u"Postes"_s, u"Nom"_s, u"Description"_s, u"OK"_s, u"Annuler"_s,
                               u"Tout sélectionner"_s, u"Tout désélectionner"_s}));
-        QVERIFY(!QKeySequence::mnemonic(dialog.ui.OKButton->text()).isEmpty());
-        QVERIFY(!QKeySequence::mnemonic(dialog.ui.CancelButton->text()).isEmpty());
+        QVERIFY(!QKeySequence::mnemonic(dialog.ui.OKButton->text()).isEmpty() &&
+                !QKeySequence::mnemonic(dialog.ui.CancelButton->text()).isEmpty());
         gOptions().Language = 0;
     }
 };
