@@ -1,8 +1,7 @@
-// The console on a real desktop, opened from the tray menu: Bob sees a message
-// arrive in his open Inbox; Ann, a postmaster, arranges her Outbox, finds it so
-// after a restart, and reads All messages from the development server. Ann, a
-// packager, sends Bob a package whose document his desktop opens when he
-// acknowledges it. An administrator's change of a level reaches another desktop.
+// The console on a real desktop, opened from the tray menu: Bob sees a message arrive in his open Inbox;
+// Ann, a postmaster, arranges her Outbox, finds it so after a restart, and reads All messages from the
+// development server. Ann, an administrator, sends Bob a package whose document his desktop opens when he
+// acknowledges it, and her change of a level reaches his desktop.
 #include "e2e/UserClients.h"
 
 #include <QDir>
@@ -18,6 +17,8 @@ using DesktopSession::waitWindow;
 namespace {
 
 const QString Console = u" Administration$"_s;
+// The background of the level Warning.
+const QColor Warning(255, 255, 0);
 
 // The console's window, on screen.
 QImage consoleShot(const QString &artifact)
@@ -45,11 +46,11 @@ QImage paintedConsole(const QString &artifact)
     return QTest::qWaitFor(painted, 10000) ? shot : QImage();
 }
 
-bool hasColour(const QImage &image, const QColor &colour)
+bool hasWarning(const QImage &image)
 {
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width(); ++x)
-            if (image.pixelColor(x, y) == colour)
+            if (image.pixelColor(x, y) == Warning)
                 return true;
     return false;
 }
@@ -92,17 +93,15 @@ private Q_SLOTS:
     {
         Desk desk;
         QVERIFY(desk.start(1));
-        Server &server = desk.server;
         UserClient &ann = desk.ann;
 
         // Bob's console, on his Inbox; a message that arrives shows in the open grid in its level's colours.
         QVERIFY(openConsole(desk.bob));
         QVERIFY(!paintedConsole(u"console-user.png"_s).isNull());
         sideBarItem(1);
-        server.control({u"send"_s, u"--to"_s, Bob, u"--level"_s, u"Warning"_s, u"Inbox check"_s});
+        desk.server.control({u"send"_s, u"--to"_s, Bob, u"--level"_s, u"Warning"_s, u"Inbox check"_s});
         // Waited for by the clock: a screenshot takes a while.
-        QVERIFY(QTest::qWaitFor(
-            [] { return hasColour(consoleShot(u"console-inbox.png"_s), QColor(255, 255, 0)); }, 20000));
+        QVERIFY(QTest::qWaitFor([] { return hasWarning(consoleShot(u"console-inbox.png"_s)); }, 20000));
         QVERIFY(closeConsole());
 
         // Ann's Outbox in the simple layout, chosen from the header's menu, is kept when the console closes.
@@ -127,24 +126,26 @@ private Q_SLOTS:
         // After a restart she finds her Outbox as she left it.
         ann.stop();
         ann.start();
-        QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(desk.server.connected(Ann), 30000);
         QVERIFY(openConsole(ann));
         const QImage restarted = paintedConsole(u"console-restarted.png"_s);
         QCOMPARE(restarted.copy(header), simple);
 
         // All messages, read from the server, holds Bob's Warning; her Outbox did not.
-        QVERIFY(!hasColour(restarted, QColor(255, 255, 0)));
+        QVERIFY(!hasWarning(restarted));
         sideBarItem(4);
-        QVERIFY(QTest::qWaitFor(
-            [] { return hasColour(consoleShot(u"console-all.png"_s), QColor(255, 255, 0)); }, 20000));
+        QVERIFY(QTest::qWaitFor([] { return hasWarning(consoleShot(u"console-all.png"_s)); }, 20000));
     }
 
-    // Ann, a packager, sends Bob a mandatory package from All packages; when Bob
-    // acknowledges it his desktop opens the document with the handler of its kind.
-    void packageToBob()
+    // Ann, an administrator, sends Bob a mandatory package from All packages; when he acknowledges it
+    // his desktop opens the document with the handler of its kind. Then she gives the level Message a
+    // blue background in the level editor: the server hands the levels to every client, and Bob's next
+    // message of that level shows blue. (Options placing the first banner are tst_optionforms' and
+    // tst_dvxdisplay's.)
+    void packageAndLevelReachBob()
     {
         Desk desk;
-        QVERIFY(desk.start(2));
+        QVERIFY(desk.start(3));
         // Bob's handler of smb:// documents writes down what it is given.
         const QString home = desk.bob.home.path();
         QDir(home).mkpath(u"data/applications"_s);
@@ -190,15 +191,8 @@ private Q_SLOTS:
                      },
                      30000),
                  qPrintable(desk.bob.file(ClientLog).right(1500)));
-    }
+        QVERIFY(closeConsole());
 
-    // Ann, an administrator, gives the level Message a blue background in the level editor. The
-    // server hands the levels to every client, and Bob's next message of that level shows blue.
-    // (Options placing the first banner are tst_optionforms' and tst_dvxdisplay's.)
-    void levelColourReachesBob()
-    {
-        Desk desk;
-        QVERIFY(desk.start(3));
         // Configuration is the seventh item; the level editor heads its submenu.
         QVERIFY(desk.ann.chooseMenuItem(7, {640, 100}, {u"Right"_s}));
         QVERIFY(!waitWindow(u"^Message Level Editor$"_s).isEmpty());

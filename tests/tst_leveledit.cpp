@@ -1,5 +1,4 @@
-// The level editor: its buffer, its buttons, what OK sends, and the sound and
-// path checks of its window.
+// The level editor: its buffer, its buttons, what OK sends, and its window's sound and path checks.
 #include "banner/LevelEditForm.h"
 #include "banner/frmLevelEdit.h"
 #include "core/Globals.h"
@@ -35,11 +34,7 @@ struct Fixture : StoreFixture
     LevelEditForm::Context context(std::function<quint32(quint32)> translateColor = {})
     {
         return {ClientDB(), TempDB(),
-                [this](const QString &payload) {
-                    if (linkUp)
-                        sent << payload;
-                    return linkUp;
-                },
+                [this](const QString &payload) { return linkUp && !(sent << payload).isEmpty(); },
                 [](QString &path) { return path.startsWith(u"//"_s); }, translateColor};
     }
     static int buffered() { return count(TempDB(), u"SELECT COUNT(*) FROM Levels WHERE ToSend = 1"_s); }
@@ -145,17 +140,16 @@ private Q_SLOTS:
         fill();
         form.txtDescription = u"a\u2192"_s;
         f.frontend.answerBox(ResultNo);
-        QVERIFY(!form.cmdAdd());
-        QCOMPARE(f.buffered(), 0);
+        QCOMPARE((std::pair{form.cmdAdd(), f.buffered()}), std::pair(false, 0));
         fill();
         QVERIFY(form.cmdAdd());
-        QCOMPARE(form.cboLevel, u"New"_s);
-        QVERIFY(form.OKButtonEnabled && form.DefaultButtonEnabled && !form.cmdAddEnabled);
+        QCOMPARE(
+            std::tuple(form.cboLevel, form.OKButtonEnabled, form.DefaultButtonEnabled, form.cmdAddEnabled),
+            std::tuple(u"New"_s, true, true, false));
         // Reset drops every buffered change.
         form.DefaultButton();
-        QCOMPARE(form.cboLevel, u"Urgent"_s);
-        QCOMPARE(f.buffered(), 0);
-        QVERIFY(!form.OKButtonEnabled);
+        QCOMPARE(std::tuple(form.cboLevel, f.buffered(), form.OKButtonEnabled),
+                 std::tuple(u"Urgent"_s, 0, false));
 
         fill();
         QVERIFY(form.cmdAdd());
@@ -172,16 +166,14 @@ private Q_SLOTS:
 
         f.linkUp = true;
         form.txtDescription = QString(40000, u'x');
-        QVERIFY(form.cmdUpdate());
-        QCOMPARE(form.OKButton(), LevelEditForm::StayOpen);
-        QVERIFY(f.sent.isEmpty());
+        QCOMPARE((std::tuple{form.cmdUpdate(), form.OKButton(), f.sent}),
+                 std::tuple(true, LevelEditForm::StayOpen, QStringList()));
         // Only the clean text went without a question.
         QCOMPARE(f.boxes(), (QStringList{u"Invalid characters"_s, u"Invalid characters"_s,
                                          u"Invalid characters"_s, u"Characters not supported"_s,
                                          u"Not sent"_s, u"Non envoyé"_s, u"Too long to send"_s}));
         form.txtDescription = u"Now"_s;
-        QVERIFY(form.cmdUpdate());
-        QCOMPARE(form.OKButton(), LevelEditForm::Close);
+        QCOMPARE((std::pair{form.cmdUpdate(), form.OKButton()}), std::pair(true, LevelEditForm::Close));
         // Fields parted by Chr(2), rows by Chr(3), in buffer order, no closing Chr(3).
         QCOMPARE(
             f.sent,
@@ -207,22 +199,23 @@ private Q_SLOTS:
         window.setAttribute(Qt::WA_DeleteOnClose, false);
         window.show();
         QCOMPARE(window.ui.cboSoundType->count(), 12); // the sound codes 0 to 11
+        const auto type = [](QLineEdit *field, const QString &text) {
+            field->selectAll();
+            QTest::keyClicks(field, text);
+        };
 
         // A file that vanished since it was chosen: a box, nothing played.
         QVERIFY(QFile::remove(wave));
         window.ui.cmdPLay->click();
         QVERIFY(!window.ui.cmdStop->isEnabled());
 
-        window.ui.txtLevelName->selectAll();
-        QTest::keyClicks(window.ui.txtLevelName, u"Local"_s);
-        window.ui.txtSoundFile->selectAll();
-        QTest::keyClicks(window.ui.txtSoundFile, u"/home/me/local.wav"_s);
+        type(window.ui.txtLevelName, u"Local"_s);
+        type(window.ui.txtSoundFile, u"/home/me/local.wav"_s);
         window.ui.cmdAdd->click();
         QCOMPARE(window.ui.txtSoundFile->text(), u"/home/me/local.wav"_s);
         // The same for UPDATE of the chosen level, in French.
         gOptions().Language = 1;
-        window.ui.txtLevelName->selectAll();
-        QTest::keyClicks(window.ui.txtLevelName, u"Wave"_s);
+        type(window.ui.txtLevelName, u"Wave"_s);
         window.ui.cmdUpdate->click();
         gOptions().Language = 0;
         QCOMPARE(f.buffered(), 0);
@@ -233,10 +226,8 @@ private Q_SLOTS:
         QVERIFY(form.BrowseAccept(u"//srv/media/b.wav"_s));
         QCOMPARE(form.txtSoundFileToolTip, u"//srv/media/b.wav"_s);
 
-        window.ui.txtLevelName->selectAll();
-        QTest::keyClicks(window.ui.txtLevelName, u"Shared"_s);
-        window.ui.txtSoundFile->selectAll();
-        QTest::keyClicks(window.ui.txtSoundFile, u"//srv/media/b.wav"_s);
+        type(window.ui.txtLevelName, u"Shared"_s);
+        type(window.ui.txtSoundFile, u"//srv/media/b.wav"_s);
         window.ui.cmdAdd->click();
         const QString notShared = u"ERROR|Other clients cannot fetch this sound file"_s;
         QCOMPARE(
@@ -266,17 +257,16 @@ private Q_SLOTS:
         for (const auto &row : table) {
             form.cboSoundType = row[0];
             form.cboSoundType_Click();
-            QCOMPARE(form.txtSoundFileEnabled, bool(row[1]));
-            QCOMPARE(form.chkLoopingEnabled, bool(row[2]));
-            QCOMPARE(form.cmdPLayEnabled, bool(row[3]));
+            QCOMPARE(
+                std::tuple(row[0], form.txtSoundFileEnabled, form.chkLoopingEnabled, form.cmdPLayEnabled),
+                std::tuple(row[0], bool(row[1]), bool(row[2]), bool(row[3])));
         }
 
         // A buffer that can't be written is logged, and the editor stays usable.
         QVERIFY(TempDB().exec(u"DROP TABLE Levels"_s));
         LevelEditForm broken({ClientDB(), TempDB(), {}, {}});
         broken.Load();
-        QVERIFY(broken.Levels().isEmpty());
-        QVERIFY(logText().contains(u"frmLevelEdit:ResetLevels - "_s));
+        QVERIFY(broken.Levels().isEmpty() && logText().contains(u"frmLevelEdit:ResetLevels - "_s));
     }
 };
 

@@ -1,7 +1,6 @@
-// Every window on a small screen of 1024 by 600: its frame inside the part of the screen
-// that windows may use, and its closing buttons there too, where a click reaches them.
-// Offscreen, CTest describes such a screen; under a real X server the test takes the
-// screen it is given (see screenfit.cmake).
+// Every window on a small screen of 1024 by 600: its frame inside the part of the screen that windows may
+// use, and its closing buttons there too, where a click reaches them. Offscreen, CTest describes such a
+// screen; under a real X server the test takes the screen it is given (see screenfit.cmake).
 #include "authoring/Selection.h"
 #include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
@@ -31,7 +30,6 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QScreen>
-#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidgetItemIterator>
@@ -197,10 +195,8 @@ private Q_SLOTS:
                                     u"/home/jdoe/.local/share/Korvane"_s, u"/home/jdoe/.config/Korvane"_s,
                                     u"Connection status: Connected"_s});
         });
-        QTemporaryFile log;
-        QVERIFY(log.open() && log.write(QByteArray(300, 'x').append('\n').repeated(500)) > 0);
-        log.close();
-        fits<frmLog>([&] { desk.desktop.ShowLog(log.fileName()); });
+        desk.profile.writeFile(u"long.log"_s, QByteArray(300, 'x').append('\n').repeated(500));
+        fits<frmLog>([&] { desk.desktop.ShowLog(desk.profile.path() + u"/long.log"_s); });
 
         // Texts longer than the screen is tall: the text scrolls, the buttons and the field stay in sight.
         const QString tall = QStringList(80, u"A line of a long answer from the server"_s).join(u'\n');
@@ -248,8 +244,7 @@ private Q_SLOTS:
         desk.desktop.ShowClientConfig();
         QCOMPARE(gOptions().Language, qint16(1));
         frmAdmin *console = desk.desktop.console();
-        for (QWidget *window : QList<QWidget *>{shown<frmMessage>(), console})
-            QCOMPARE(leftInEnglish(window), QStringList());
+        QCOMPARE(leftInEnglish(shown<frmMessage>()) + leftInEnglish(console), QStringList());
         QStringList items;
         for (QTreeWidgetItemIterator it(console->ui.dxSideBar1); *it; ++it)
             items << (*it)->text(0);
