@@ -71,24 +71,21 @@ struct TestClient
     QString last(const QString &code) const { return all(code).value(all(code).size() - 1); }
 };
 
-// The ids of the records of an MSL or PKL batch.
-QStringList idsOf(const QString &batch)
-{
-    QStringList ids;
-    for (const QString &text : batch.split(F, Qt::SkipEmptyParts)) {
-        DVMessage record;
-        record.ToObject(text);
-        ids.append(record.MsgID);
-    }
-    ids.sort();
-    return ids;
-}
-
-int statusOf(const QString &text)
+DVMessage parsed(const QString &text)
 {
     DVMessage record;
     record.ToObject(text);
-    return record.Status;
+    return record;
+}
+
+// The ids of the records of an MSL or PKL batch, sorted.
+QStringList idsOf(const QString &batch)
+{
+    QStringList ids;
+    for (const QString &text : batch.split(F, Qt::SkipEmptyParts))
+        ids.append(parsed(text).MsgID);
+    ids.sort();
+    return ids;
 }
 
 } // namespace
@@ -144,9 +141,7 @@ private Q_SLOTS:
 
         // A receipt is offered to its author at each log-on until confirmed.
         TestClient bob(server.port(), u"bob"_s, u"m2"_s);
-        bob.send(u"RCP"_s, QStringList{u"ID1"_s, u"bob"_s, u"Bob B"_s, u"m2"_s, u"01/02/2026 10:00:00"_s,
-                                       u"alice"_s, u"True"_s}
-                               .join(F));
+        bob.send(u"RCP"_s, u"ID1|bob|Bob B|m2|01/02/2026 10:00:00|alice|True"_s.replace(u'|', F));
         QVERIFY(bob.sync());
         for (int logOn = 0; logOn < 3; ++logOn) {
             TestClient author(server.port(), u"alice"_s, u"m1"_s);
@@ -165,12 +160,12 @@ private Q_SLOTS:
         repost.Status = 5;
         alice.send(u"MSG"_s, certified % F % u"x"_s % F % repost.ToString() % F % u"0"_s);
         QTRY_VERIFY(bob.has(u"MSG"_s));
-        QCOMPARE(statusOf(bob.last(u"MSG"_s)), 5);
-        QCOMPARE(statusOf(state.records.value(certified).text), 1);
+        QCOMPARE(parsed(bob.last(u"MSG"_s)).Status, 5);
+        QCOMPARE(parsed(state.records.value(certified).text).Status, 1);
         QVERIFY(!state.delivered(certified, u"alice"_s, u"m1"_s));
         alice.send(u"MDE"_s, certified);
         QTRY_COMPARE(bob.last(u"MDE"_s), certified);
-        QCOMPARE(statusOf(state.records.value(certified).text), 3);
+        QCOMPARE(parsed(state.records.value(certified).text).Status, 3);
 
         // Roles and others' policies are an administrator's to change, and reach the connected.
         bob.send(u"ADM"_s, u"bob"_s % F % u"3"_s);
@@ -183,8 +178,7 @@ private Q_SLOTS:
         QVERIFY(!bob.all(u"POL"_s).contains(u"EXIT;"_s));
 
         // Groups come and go with their members.
-        bob.send(u"KVG"_s,
-                 QStringList{u"ops"_s, u"Operations"_s, QString(), u"bob"_s, u"Alice, bob"_s}.join(F));
+        bob.send(u"KVG"_s, u"ops|Operations||bob|Alice, bob"_s.replace(u'|', F));
         bob.send(u"RPI"_s, u"M"_s);
         QTRY_COMPARE(bob.last(u"RPU"_s), u"Team"_s % F % u"ALICE"_s % R % u"ops"_s % F % u"alice"_s % R %
                                              u"ops"_s % F % u"bob"_s);
@@ -208,7 +202,6 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         const QStringList state{u"--state"_s, dir.filePath(u"state.json"_s)}, serve{u"--port"_s, u"0"_s};
-        // A command's exit status, once it has ended.
         const auto status = [&state](const QStringList &args) {
             QProcess process;
             process.start(QStringLiteral(KORVANE_DEVSERVER_BINARY), state + args);

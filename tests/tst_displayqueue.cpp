@@ -1,10 +1,10 @@
 // The banner's queue and its rotation, with the window replaced by a recorder.
-#include "banner/BannerView.h"
 #include "banner/DisplayQueue.h"
 #include "core/UserInfos.h"
 #include "store/LevelCollection.h"
 #include "store/MessageCodes.h"
 #include "support/RecordingFrontend.h"
+#include "support/RecordingView.h"
 #include "support/StoreFixture.h"
 
 #include <QTest>
@@ -12,36 +12,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class RecordingView final : public BannerView
-{
-public:
-    bool shown = false;
-    bool acknowledgeEnabled = false;
-    QStringList sounds; // "play <file> loop|once", "beep", "stop"
-    QList<StripLook> strips;
-    QStringList links;
-    LinkResult linkResult = LinkOpened;
-
-    bool isShown() const override { return shown; }
-    void ActivateMessages() override { shown = true; }
-    void hideBanner() override { shown = false; }
-    void showStrip(const StripLook &look) override { strips.append(look); }
-    void setAcknowledgeEnabled(bool enabled) override { acknowledgeEnabled = enabled; }
-    void stopSound() override { sounds.append(u"stop"_s); }
-    void beep() override { sounds.append(u"beep"_s); }
-    void playFile(qint16, const QString &file, bool looping) override
-    {
-        sounds.append(u"play "_s + file + (looping ? u" loop"_s : u" once"_s));
-    }
-    LinkResult openLink(const QString &path) override
-    {
-        links.append(path);
-        return linkResult;
-    }
-
-    QStringList playing() const { return sounds.filter(u"play"_s); }
-};
 
 DVMessage message(const QString &id, const QString &levelName = u"Urgent"_s)
 {
@@ -57,73 +27,77 @@ DVMessage message(const QString &id, const QString &levelName = u"Urgent"_s)
     return m;
 }
 
+// A store with three levels and a package level, a user, and the window replaced.
+struct Fixture : StoreFixture
+{
+    RecordingFrontend frontend;
+    RecordingView view;
+    QStringList sent;
+    QStringList acknowledged;
+    bool replies = true;
+    DisplayQueue queue{view,
+                       {[this] { return replies; }, [this](DVMessage &m) { acknowledged << m.MsgID; },
+                        [this](const QString &p) {
+                            sent << p;
+                            return true;
+                        }}};
+
+    Fixture()
+    {
+        UserInfos user(u"jdoe"_s);
+        user.UserName = u"Jane Doe"_s;
+        user.setMachineID(u"ws-7"_s);
+        ReplaceUserInfos(user);
+        ClientDB().exec(
+            u"INSERT INTO Levels (LevelName, BackColor, ForeColor, ShadowColor, DrawShadow, "
+            "SoundType, SoundFile, Looping) VALUES ('Urgent', 255, 16777215, 65535, 1, 4, '', 1), "
+            "('Quiet', 65280, 0, 0, 0, 0, '', 0), ('Beep', 16776960, 0, 0, 0, 1, '', 0), "
+            "('sysKVPackage', 0, 0, 0, 0, 0, '', 0)"_s);
+        gLevels() = LevelCollection();
+    }
+    QString shownText() const { return view.strips.isEmpty() ? QString() : view.strips.last().Text; }
+    // One turn of the strip, and the text it shows then.
+    QString turn()
+    {
+        queue.Looped();
+        return shownText();
+    }
+    // Whether the banner stands, the strips drawn, whether it takes an acknowledgement, every sound in order.
+    QVariantList state() const
+    {
+        return {view.shown, view.strips.size(), view.acknowledgeEnabled, view.sounds.join(u',')};
+    }
+    qint32 action(const QString &id) const { return GetMessage(ClientDB(), u"Inbox"_s, id).MsgAction; }
+};
+
 } // namespace
 
 class TestDisplayQueue : public QObject
 {
     Q_OBJECT
 
-private:
-    // A store with three levels and a package level, a user, and the window replaced.
-    struct Fixture : StoreFixture
-    {
-        RecordingFrontend frontend;
-        RecordingView view;
-        QStringList sent;
-        QStringList acknowledged;
-        bool replies = true;
-        DisplayQueue queue{view,
-                           {[this] { return replies; }, [this](DVMessage &m) { acknowledged << m.MsgID; },
-                            [this](const QString &p) {
-                                sent << p;
-                                return true;
-                            }}};
-
-        Fixture()
-        {
-            UserInfos user(u"jdoe"_s);
-            user.UserName = u"Jane Doe"_s;
-            user.setMachineID(u"ws-7"_s);
-            ReplaceUserInfos(user);
-            ClientDB().exec(
-                u"INSERT INTO Levels (LevelName, BackColor, ForeColor, ShadowColor, DrawShadow, "
-                "SoundType, SoundFile, Looping) VALUES ('Urgent', 255, 16777215, 65535, 1, 4, '', 1), "
-                "('Quiet', 65280, 0, 0, 0, 0, '', 0), ('Beep', 16776960, 0, 0, 0, 1, '', 0), "
-                "('sysKVPackage', 0, 0, 0, 0, 0, '', 0)"_s);
-            gLevels() = LevelCollection();
-        }
-        QString shownText() const { return view.strips.isEmpty() ? QString() : view.strips.last().Text; }
-    };
-
 private Q_SLOTS:
     void oneMessageLoopsWithoutRedraw()
     {
         Fixture f;
         f.queue.AddMessageToDisplay(message(u"A"_s));
-        QVERIFY(f.view.shown);
-        QCOMPARE(f.view.strips.size(), 1);
-        // The level's colours, each in its place, and its shadow.
+        // Not acknowledgeable before the whole text has passed.
+        QCOMPARE(f.state(), (QVariantList{true, 1, false, u"stop,play  loop"_s}));
         const StripLook &look = f.view.strips[0];
         QCOMPARE((QList<quint32>{look.BackColor, look.ForeColor, look.ShadowColor, look.ShowShadow}),
                  (QList<quint32>{255, 16777215, 65535, 1}));
         QCOMPARE(look.FromInfo,
                  u"Urgent from Ann Lee - "_s +
                      QLocale::system().toString(FakeClock::at(2026, 11, 23, 8, 15, 0), QLocale::ShortFormat));
-        QCOMPARE(f.view.playing(), QStringList{u"play  loop"_s});
-        // Not acknowledgeable before the whole text has passed.
-        QVERIFY(!f.view.acknowledgeEnabled);
         f.queue.Displayed();
         QVERIFY(f.view.acknowledgeEnabled);
-
         // Alone, it goes round without a redraw and its looping sound goes on.
         f.queue.Looped();
         f.queue.Looped();
-        QCOMPARE(f.view.strips.size(), 1);
-        QCOMPARE(f.view.sounds.last(), u"play  loop"_s);
+        QCOMPARE(f.state(), (QVariantList{true, 1, true, u"stop,play  loop"_s}));
 
         f.queue.cmdOK_Click();
-        QVERIFY(!f.view.shown);
-        QCOMPARE(f.view.sounds.last(), u"stop"_s);
+        QCOMPARE(f.state(), (QVariantList{false, 1, true, u"stop,play  loop,stop"_s}));
         QCOMPARE(f.acknowledged, QStringList{u"A"_s});
         QCOMPARE(f.sent.size(), 1);
         QVERIFY(f.sent[0].startsWith(u"RCP\x01"
@@ -135,59 +109,47 @@ private Q_SLOTS:
         Fixture f;
         f.queue.AddMessageToDisplay(message(u"A"_s));
         f.queue.AddMessageToDisplay(message(u"B"_s, u"Quiet"_s));
-        // B waits for its turn while A is on the strip.
+        // B waits for its turn while A is on the strip; A's looping sound stops when B takes the strip
+        // and never resumes; A, seen before, is acknowledgeable at once.
         QCOMPARE(f.view.strips.size(), 1);
-        f.queue.Looped();
-        QCOMPARE(f.shownText(), u"Text of B"_s);
-        // A's looping sound stopped when B took the strip, and never resumes.
-        QCOMPARE(f.view.sounds.last(), u"stop"_s);
-        f.queue.Looped();
-        QCOMPARE(f.shownText(), u"Text of A"_s);
-        QCOMPARE(f.view.playing().size(), 1);
-        // A seen before: acknowledgeable at once.
-        QVERIFY(f.view.acknowledgeEnabled);
+        QCOMPARE((QStringList{f.turn(), f.view.sounds.last()}), (QStringList{u"Text of B"_s, u"stop"_s}));
+        QCOMPARE((QVariantList{f.turn(), f.view.playing().size(), f.view.acknowledgeEnabled}),
+                 (QVariantList{u"Text of A"_s, 1, true}));
 
         // A added again goes to the end and sounds afresh.
         f.queue.AddMessageToDisplay(message(u"A"_s));
         QCOMPARE(f.queue.colDisplayMessages().last().ActualMessage.MsgID, u"A"_s);
-        f.queue.Looped();
-        QCOMPARE(f.shownText(), u"Text of B"_s);
-        f.queue.Looped();
-        QCOMPARE(f.shownText(), u"Text of A"_s);
-        QCOMPARE(f.view.playing().size(), 2);
+        QCOMPARE((QVariantList{f.turn(), f.turn(), f.view.playing().size()}),
+                 (QVariantList{u"Text of B"_s, u"Text of A"_s, 2}));
 
         // Withdrawn while waiting: leaves silently; on the strip: turns the queue without a receipt.
         f.queue.DeleteMessageFromDisplay(u"B"_s);
         QCOMPARE(f.queue.colDisplayMessages().size(), 1);
         f.queue.DeleteMessageFromDisplay(u"A"_s);
-        QVERIFY(!f.view.shown);
-        QVERIFY(f.sent.isEmpty());
+        QCOMPARE((QVariantList{f.view.shown, f.sent}), (QVariantList{false, QStringList()}));
 
-        // A package with a linked document, then a message one may answer.
-        DVMessage package = message(u"P"_s);
-        package.MsgLevel = u"sysKVPackage"_s;
+        // A package with a mandatory document is opened though never clicked, the missing file told
+        // in its own words; no receipt was asked for, so nothing is sent.
+        DVMessage package = message(u"P"_s, u"sysKVPackage"_s);
         package.Attachment = u"/srv/docs/policy.pdf"_s;
-        package.ExactTime = true; // on a package: the document is mandatory
+        package.ExactTime = true;
         package.ReceiptRequired = false;
         f.queue.AddMessageToDisplay(package);
         QVERIFY(f.view.strips.last().HasLink);
-
         f.view.linkResult = BannerView::LinkNotFound;
         f.queue.cmdOK_Click();
-        // Opened though never clicked; the missing file is told in its own words.
-        QCOMPARE(f.view.links, QStringList{u"/srv/docs/policy.pdf"_s});
-        QCOMPARE(f.frontend.questions.last().caption, u"Execute Link Error"_s);
-        QCOMPARE(f.frontend.questions.last().text,
-                 u"The specified file was not found:\n/srv/docs/policy.pdf"_s);
-        // No receipt was asked for: nothing is sent.
+        const RecordingFrontend::Question &box = f.frontend.questions.last();
+        QCOMPARE((f.view.links + QStringList{box.caption, box.text}),
+                 (QStringList{u"/srv/docs/policy.pdf"_s, u"Execute Link Error"_s,
+                              u"The specified file was not found:\n/srv/docs/policy.pdf"_s}));
         QVERIFY(f.sent.isEmpty());
 
         DVMessage answerable = message(u"Q"_s);
         answerable.AllowReply = true;
         f.queue.AddMessageToDisplay(answerable);
         f.queue.mnuReply_Click(true);
-        QCOMPARE(f.sent.last(), u"RAL"_s);
-        QCOMPARE(f.queue.DisplayedMsg()->ActualMessage.MsgID, u"Q"_s);
+        QCOMPARE((QStringList{f.sent.last(), f.queue.DisplayedMsg()->ActualMessage.MsgID}),
+                 (QStringList{u"RAL"_s, u"Q"_s}));
         f.queue.DeleteMessageFromDisplay(u"Q"_s);
 
         // A chosen file plays from this workstation's copy, from the share while there is no copy;
@@ -213,17 +175,17 @@ private Q_SLOTS:
         QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, reply, false, false));
         f.replies = false;
         f.queue.AddMessageToDisplay(reply);
-        QVERIFY(f.queue.colDisplayMessages().isEmpty());
-        QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"R"_s).MsgAction, qint32(ActionDone));
+        QCOMPARE((QVariantList{f.queue.colDisplayMessages().size(), f.action(u"R"_s)}),
+                 (QVariantList{0, qint32(ActionDone)}));
 
-        // Queued rows are marked in the store.
+        // Queued rows are marked in the store; the variables of the text are filled in.
         DVMessage stored = message(u"S"_s, u"Beep"_s);
         stored.Message = u"Hello %USERNAME% on %MACHINEID%,\r\n%date% stays\tas is"_s;
         QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, stored, false, false));
         f.queue.AddMessageToDisplay(stored);
-        QCOMPARE(GetMessage(ClientDB(), u"Inbox"_s, u"S"_s).MsgAction, qint32(ActionQueued));
-        QCOMPARE(f.shownText(), u"Hello Jane Doe on ws-7,  %date% stays as is"_s);
-        QCOMPARE(f.view.sounds.last(), u"beep"_s);
+        const QString shown = u"Hello Jane Doe on ws-7,  %date% stays as is"_s;
+        QCOMPARE((QVariantList{f.action(u"S"_s), f.shownText(), f.view.sounds.last()}),
+                 (QVariantList{qint32(ActionQueued), shown, u"beep"_s}));
         const QLocale locale = QLocale::system();
         QCOMPARE(DisplayQueue::ConvertText(u"%LONGDATE% %LONGTIME%"_s),
                  locale.toString(f.clock.currentDateTime().date(), QLocale::LongFormat) + u' ' +
@@ -238,10 +200,8 @@ private Q_SLOTS:
         f.queue.AddMessageToDisplay(message(u"X"_s, u"Missing"_s));
         const qsizetype strips = f.view.strips.size();
         f.queue.Looped();
-        QCOMPARE(f.view.strips.size(), strips);
-        QCOMPARE(f.queue.colDisplayMessages().size(), 2);
-        f.queue.Looped();
-        QCOMPARE(f.shownText(), u"Hello Jane Doe on ws-7,  %date% stays as is"_s);
+        QCOMPARE((QVariantList{f.view.strips.size(), f.queue.colDisplayMessages().size(), f.turn()}),
+                 (QVariantList{strips, 2, shown}));
     }
 };
 

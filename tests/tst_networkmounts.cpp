@@ -3,7 +3,6 @@
 // export ("root@127.0.0.1:/folder"), as a share ("//filer/media") and as the
 // desktop's folder of SMB shares. Without FUSE or root the test is skipped.
 #include "authoring/MessageForm.h"
-#include "banner/BannerView.h"
 #include "banner/DisplayQueue.h"
 #include "banner/frmBanner.h"
 #include "core/UserInfos.h"
@@ -12,6 +11,7 @@
 #include "store/LevelCollection.h"
 #include "support/AuthoringFixture.h"
 #include "support/LogText.h"
+#include "support/RecordingView.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -101,11 +101,10 @@ public:
                                     .arg(d);
         exportName = u"root@127.0.0.1:"_s + exportDir;
         for (const auto &[source, point, extra] :
-             std::initializer_list<std::tuple<QString, QString, QString>>{
-                 std::tuple{exportName, exportMnt, QString()},
-                 std::tuple{exportName, shareMnt, u",fsname=//filer/media"_s},
-                 std::tuple{exportName, filerMnt, u",fsname=filer:/export"_s},
-                 std::tuple{QString(exportName + u"/gvfs"_s), gvfsMnt, u",subtype=gvfsd-fuse"_s}}) {
+             {std::tuple{exportName, exportMnt, QString()},
+              std::tuple{exportName, shareMnt, u",fsname=//filer/media"_s},
+              std::tuple{exportName, filerMnt, u",fsname=filer:/export"_s},
+              std::tuple{QString(exportName + u"/gvfs"_s), gvfsMnt, u",subtype=gvfsd-fuse"_s}}) {
             if (!run(m_sshfs, {u"-F"_s, d + u"/ssh_config"_s, u"-o"_s, options + extra, source, point}))
                 return u"the kernel refused the sshfs mount: "_s + m_error;
             m_mounted << point;
@@ -169,27 +168,6 @@ private:
     {
         QFile in(file);
         return in.open(QIODevice::ReadOnly) ? QString::fromUtf8(in.readAll()) : QString();
-    }
-};
-
-class RecordingView final : public BannerView
-{
-public:
-    QStringList played;
-    QStringList links;
-    bool shown = false;
-    bool isShown() const override { return shown; }
-    void ActivateMessages() override { shown = true; }
-    void hideBanner() override { shown = false; }
-    void showStrip(const StripLook &) override {}
-    void setAcknowledgeEnabled(bool) override {}
-    void stopSound() override {}
-    void beep() override {}
-    void playFile(qint16, const QString &file, bool) override { played << file; }
-    LinkResult openLink(const QString &path) override
-    {
-        links << path;
-        return LinkOpened;
     }
 };
 
@@ -299,7 +277,8 @@ private Q_SLOTS:
         queue.AddMessageToDisplay(message(u"A"_s, u"Export"_s));
         queue.cmdOK_Click();
         queue.AddMessageToDisplay(message(u"B"_s, u"Share"_s));
-        QCOMPARE(view.played, (QStringList{data + u"/chime.wav"_s, data + u"/gong.wav"_s}));
+        QCOMPARE(view.playing(), (QStringList{u"play "_s + data + u"/chime.wav once"_s,
+                                              u"play "_s + data + u"/gong.wav once"_s}));
     }
 
     // A document on the mount is taken as a package's link in the form other machines
@@ -314,14 +293,13 @@ private Q_SLOTS:
         QVERIFY(!form.VerifyFile(m.localDir + u"/policy.pdf"_s));
         QCOMPARE(f.captions(), QStringList{u"Wrong location"_s});
         QVERIFY(form.VerifyFile(m.exportMnt + u"/policy.pdf"_s));
-        QCOMPARE(form.Fields.txtLink, m.exportName + u"/policy.pdf"_s);
-        QCOMPARE(f.captions().size(), 1);
+        QCOMPARE((f.captions() + QStringList{form.Fields.txtLink}),
+                 (QStringList{u"Wrong location"_s, m.exportName + u"/policy.pdf"_s}));
 
         QVERIFY(ClientDB().exec(
             u"INSERT INTO Levels (LevelName, SoundType, Authority) VALUES ('sysKVPackage', 0, 99)"_s));
         gLevels() = LevelCollection();
-        // The banner's own opening, with the desktop's handlers replaced by a recorder, so that what
-        // would go out as an address shows, whatever its scheme.
+        // The desktop's handlers replaced by a recorder, so what would go out as an address shows.
         const QStringList schemes{u"file"_s, u"https"_s, u"nohost"_s, u"c"_s};
         for (const QString &scheme : schemes)
             QDesktopServices::setUrlHandler(scheme, this, "openedByDesktop");
