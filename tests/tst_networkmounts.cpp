@@ -11,16 +11,13 @@
 #include "store/LevelCollection.h"
 #include "support/AuthoringFixture.h"
 #include "support/LogText.h"
+#include "support/LoopbackDaemon.h"
 #include "support/RecordingView.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
@@ -51,12 +48,11 @@ public:
             return u"mounting needs root"_s;
         if (!QFile::exists(u"/dev/fuse"_s))
             return u"no /dev/fuse: this kernel or container offers no FUSE"_s;
-        const QStringList path{u"/usr/sbin"_s, u"/usr/bin"_s, u"/sbin"_s, u"/bin"_s};
-        m_sshd = QStandardPaths::findExecutable(u"sshd"_s, path);
-        m_sshfs = QStandardPaths::findExecutable(u"sshfs"_s, path);
-        m_fusermount = QStandardPaths::findExecutable(u"fusermount3"_s, path);
+        m_sshd = LoopbackDaemon::find(u"sshd"_s);
+        m_sshfs = LoopbackDaemon::find(u"sshfs"_s);
+        m_fusermount = LoopbackDaemon::find(u"fusermount3"_s);
         if (m_fusermount.isEmpty())
-            m_fusermount = QStandardPaths::findExecutable(u"fusermount"_s, path);
+            m_fusermount = LoopbackDaemon::find(u"fusermount"_s);
         if (m_sshd.isEmpty() || m_sshfs.isEmpty() || m_fusermount.isEmpty())
             return u"sshd, sshfs or fusermount is missing (scripts/setup.sh installs them)"_s;
         if (!m_dir.isValid())
@@ -73,29 +69,29 @@ public:
             QDir().mkpath(folder);
         // The throwaway keys: the server's, which the client checks, and the client's.
         for (const QString &key : {u"hostkey"_s, u"userkey"_s})
-            if (!run(u"ssh-keygen"_s,
-                     {u"-q"_s, u"-t"_s, u"ed25519"_s, u"-N"_s, QString(), u"-f"_s, d + u'/' + key}))
-                return u"ssh-keygen failed: "_s + m_error;
+            if (!m_server.run(u"ssh-keygen"_s,
+                              {u"-q"_s, u"-t"_s, u"ed25519"_s, u"-N"_s, QString(), u"-f"_s, d + u'/' + key}))
+                return u"ssh-keygen failed: "_s + m_server.error;
         QFile::copy(d + u"/userkey.pub"_s, d + u"/authorized_keys"_s);
         QFile::setPermissions(d + u"/authorized_keys"_s, QFile::ReadOwner | QFile::WriteOwner);
-        const quint16 port = freePort();
+        const quint16 port = LoopbackDaemon::freePort();
         if (port == 0)
             return u"no free loopback port"_s;
-        write(d + u"/sshd_config"_s,
-              u"Port %1\nListenAddress 127.0.0.1\nHostKey %2/hostkey\n"
-              "AuthorizedKeysFile %2/authorized_keys\nPubkeyAuthentication yes\n"
-              "PasswordAuthentication no\nKbdInteractiveAuthentication no\n"
-              "PermitRootLogin prohibit-password\nAllowUsers root\nUsePAM no\n"
-              "StrictModes no\nPidFile none\nSubsystem sftp internal-sftp\n"_s.arg(port)
-                  .arg(d));
+        LoopbackDaemon::write(d + u"/sshd_config"_s,
+                              u"Port %1\nListenAddress 127.0.0.1\nHostKey %2/hostkey\n"
+                              "AuthorizedKeysFile %2/authorized_keys\nPubkeyAuthentication yes\n"
+                              "PasswordAuthentication no\nKbdInteractiveAuthentication no\n"
+                              "PermitRootLogin prohibit-password\nAllowUsers root\nUsePAM no\n"
+                              "StrictModes no\nPidFile none\nSubsystem sftp internal-sftp\n"_s.arg(port)
+                                  .arg(d)
+                                  .toUtf8());
         // Only a server holding the host key made here is trusted: a port taken by someone else fails.
-        write(d + u"/known_hosts"_s, u"[127.0.0.1]:%1 "_s.arg(port) + read(d + u"/hostkey.pub"_s));
-        write(d + u"/ssh_config"_s, QString());
+        LoopbackDaemon::write(d + u"/known_hosts"_s, u"[127.0.0.1]:%1 "_s.arg(port).toUtf8() +
+                                                         LoopbackDaemon::read(d + u"/hostkey.pub"_s));
+        LoopbackDaemon::write(d + u"/ssh_config"_s, {});
         QDir().mkpath(u"/run/sshd"_s); // the server's privilege separation folder
-        m_server.setProcessChannelMode(QProcess::MergedChannels);
-        m_server.start(m_sshd, {u"-D"_s, u"-e"_s, u"-f"_s, d + u"/sshd_config"_s});
-        if (!m_server.waitForStarted(10000) || !listening(port))
-            return u"the private sshd did not start: "_s + QString::fromLocal8Bit(m_server.readAll());
+        if (!m_server.start(m_sshd, {u"-D"_s, u"-e"_s, u"-f"_s, d + u"/sshd_config"_s}, port))
+            return u"the private sshd did not start: "_s + m_server.error;
         const QString options = u"port=%1,IdentityFile=%2/userkey,UserKnownHostsFile=%2/known_hosts,"
                                 "StrictHostKeyChecking=yes,BatchMode=yes,IdentitiesOnly=yes"_s.arg(port)
                                     .arg(d);
@@ -105,8 +101,9 @@ public:
               std::tuple{exportName, shareMnt, u",fsname=//filer/media"_s},
               std::tuple{exportName, filerMnt, u",fsname=filer:/export"_s},
               std::tuple{QString(exportName + u"/gvfs"_s), gvfsMnt, u",subtype=gvfsd-fuse"_s}}) {
-            if (!run(m_sshfs, {u"-F"_s, d + u"/ssh_config"_s, u"-o"_s, options + extra, source, point}))
-                return u"the kernel refused the sshfs mount: "_s + m_error;
+            if (!m_server.run(m_sshfs,
+                              {u"-F"_s, d + u"/ssh_config"_s, u"-o"_s, options + extra, source, point}))
+                return u"the kernel refused the sshfs mount: "_s + m_server.error;
             m_mounted << point;
         }
         return {};
@@ -115,60 +112,15 @@ public:
     ~SshfsMounts()
     {
         for (const QString &point : std::as_const(m_mounted))
-            if (!run(m_fusermount, {u"-u"_s, point}))
-                run(u"umount"_s, {u"-l"_s, point});
-        if (m_server.state() != QProcess::NotRunning) {
-            m_server.terminate();
-            if (!m_server.waitForFinished(5000))
-                m_server.kill();
-            m_server.waitForFinished(5000);
-        }
+            if (!m_server.run(m_fusermount, {u"-u"_s, point}))
+                m_server.run(u"umount"_s, {u"-l"_s, point});
     }
 
 private:
     QTemporaryDir m_dir;
-    QProcess m_server;
-    QString m_sshd, m_sshfs, m_fusermount, m_error;
+    LoopbackDaemon m_server;
+    QString m_sshd, m_sshfs, m_fusermount;
     QStringList m_mounted;
-
-    bool run(const QString &program, const QStringList &arguments)
-    {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(program, arguments);
-        const bool done = process.waitForFinished(30000);
-        m_error = QString::fromLocal8Bit(process.readAll()).trimmed();
-        if (!done)
-            process.kill();
-        return done && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    }
-    static quint16 freePort()
-    {
-        QTcpServer probe;
-        return probe.listen(QHostAddress::LocalHost, 0) ? probe.serverPort() : 0;
-    }
-    bool listening(quint16 port)
-    {
-        for (int attempt = 0; attempt < 100 && m_server.state() == QProcess::Running; ++attempt) {
-            QTcpSocket socket;
-            socket.connectToHost(QHostAddress::LocalHost, port);
-            if (socket.waitForConnected(200))
-                return true;
-            QTest::qWait(100);
-        }
-        return false;
-    }
-    static void write(const QString &file, const QString &text)
-    {
-        QFile out(file);
-        if (out.open(QIODevice::WriteOnly | QIODevice::Truncate))
-            out.write(text.toUtf8());
-    }
-    static QString read(const QString &file)
-    {
-        QFile in(file);
-        return in.open(QIODevice::ReadOnly) ? QString::fromUtf8(in.readAll()) : QString();
-    }
 };
 
 void writeFile(const QString &file, const QByteArray &bytes)
