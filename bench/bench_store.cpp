@@ -87,7 +87,7 @@ void BM_RawSqlite(benchmark::State &state)
         }
         sqlite3 *db = nullptr;
         sqlite3_open(qPrintable(folder.filePath(QStringLiteral("Client.db"))), &db);
-        sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
+        sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;", nullptr, nullptr, nullptr);
         sqlite3_stmt *inbox = nullptr;
         sqlite3_stmt *history = nullptr;
         sqlite3_prepare_v2(

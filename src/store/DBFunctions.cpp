@@ -204,7 +204,9 @@ bool InitializeDB(const QString &path)
     temp.close();
     for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
         QFile::remove(tempFile + suffix);
-    temp.open(tempFile);
+    // Temp.db starts empty at every run: nothing in it needs to outlive a crash, so it is never synced.
+    if (temp.open(tempFile))
+        temp.exec(QStringLiteral("PRAGMA synchronous=OFF"));
 
     if (!clientOpen) {
         logFailure(QStringLiteral("InitializeDB"), clientError);

@@ -66,7 +66,8 @@ bool Database::open(const QString &fileName)
         return fail(error);
     }
     journal->finish();
-    exec(QStringLiteral("PRAGMA synchronous=NORMAL"));
+    // A commit returns only once the log is on disk: a record confirmed to the server survives a power cut.
+    exec(QStringLiteral("PRAGMA synchronous=FULL"));
     exec(QStringLiteral("PRAGMA foreign_keys=ON"));
     return true;
 }
