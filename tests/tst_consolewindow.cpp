@@ -27,6 +27,7 @@
 #include <QStandardItemModel>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidget>
 
 using namespace Qt::StringLiterals;
 
@@ -495,6 +496,19 @@ private Q_SLOTS:
             QCOMPARE(users->rowCount(), left);
         }
         QCOMPARE(f.sent.filter(u"USD"_s), QStringList{u"USD\u0001ann"_s});
+
+        // A group's members show beside it when it is chosen.
+        QVERIFY(TempDB().exec(u"INSERT INTO KorvaneGroups (GroupName) VALUES ('ops')"_s) &&
+                TempDB().exec(u"INSERT INTO KorvaneGroupUsers (GroupName, UserID) VALUES ('ops', 'bob'), "
+                              "('ops', 'ann')"_s));
+        f.session.GroupsKorvanLoaded = true;
+        open(*console, 11);
+        directory(*console)->ui.grid->setCurrentIndex(directory(*console)->ui.grid->model()->index(0, 0));
+        QStringList members;
+        for (const QTreeWidget *grid = directory(*console)->ui.gridMembers;
+             members.size() < grid->topLevelItemCount();)
+            members << grid->topLevelItem(int(members.size()))->text(0);
+        QCOMPARE(members, (QStringList{u"bob"_s, u"ann"_s}));
 
         open(*console, 15);
         QStringList roles;
