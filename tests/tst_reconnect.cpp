@@ -66,16 +66,42 @@ private Q_SLOTS:
         }
     }
 
-    void policyZeroRetriesAtOnceAndLogsTheErrorOnce()
+    // Policy 0 retries a failure at once, but failures that follow each other wait one second, doubled
+    // up to a minute (a refused connect fails at once: no storm); a link made starts again from at once.
+    void policyZeroRetriesWithoutAStorm()
     {
-        EngineOnFakeServer f(15, refusingPort());
+        const quint16 port = refusingPort();
+        EngineOnFakeServer f(15, port);
         gPolicies().Reconnect = 0;
-        QTRY_VERIFY(attempts() >= 5);
-        gPolicies().Reconnect = -1;
-        QTRY_VERIFY(f.link().SocketState() == ConnectionManager::sckError);
+        QTRY_VERIFY(f.link().tmrRetry.isEnabled());
+        QCOMPARE(attempts(), 2);
+        QList<int> waits;
+        for (int attempt = 3; attempt <= 10; ++attempt) {
+            waits << f.link().tmrRetry.interval();
+            f.link().tmrRetry_Timer();
+            QCOMPARE(attempts(), attempt);
+            QTRY_VERIFY(f.link().tmrRetry.isEnabled());
+        }
+        QCOMPARE(waits, (QList<int>{1000, 2000, 4000, 8000, 16000, 32000, 60000, 60000}));
+        // The error of a server that stays down is logged once.
         QCOMPARE(logText().count(u"Winsock error #10061: "_s), 1);
         QCOMPARE(f.frontend.trayImage, 0);
-        QVERIFY(!f.link().tmrReconnect.isEnabled());
+
+        // Under -1 an error starts nothing.
+        gPolicies().Reconnect = -1;
+        f.link().tmrRetry_Timer();
+        QTRY_VERIFY(f.link().SocketState() == ConnectionManager::sckError);
+        QVERIFY(!f.link().tmrReconnect.isEnabled() && !f.link().tmrRetry.isEnabled());
+
+        gPolicies().Reconnect = 0;
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost, port));
+        f.link().ConnectToServer();
+        QTRY_VERIFY(f.connected() && server.hasPendingConnections());
+        const qsizetype before = attempts();
+        server.nextPendingConnection()->abort();
+        QTRY_COMPARE(attempts(), before + 1);
+        QVERIFY(!f.link().tmrRetry.isEnabled());
     }
 
     void monitorAdminWatchdogAndUdpOrders()

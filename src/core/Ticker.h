@@ -17,6 +17,7 @@ public:
     void setEnabled(bool enabled);
     bool isEnabled() const { return m_enabled; }
     int interval() const { return m_timer.interval(); }
+    void setInterval(int intervalMs) { m_timer.setInterval(intervalMs); }
 
     // Process-wide: manual tickers never start a real timer.
     static void setManual(bool manual);

@@ -14,6 +14,8 @@
 #include <QHostInfo>
 #include <QNetworkDatagram>
 
+#include <algorithm>
+
 namespace {
 
 const QString Form = QStringLiteral("frmKorvanClient:");
@@ -60,7 +62,8 @@ ConnectionManager::ConnectionManager(Encryption &encryptor, QObject *parent)
     : QObject(parent), tmrReconnect(60000, [this] { tmrReconnect_Timer(); }),
       tmrMonitor(1000, [this] { tmrMonitor_Timer(); }),
       tmrAdminWatchdog(60000, [this] { tmrAdminWatchdog_Timer(); }),
-      tmrUdpStarter(6000, [this] { tmrUdpStarter_Timer(); }), m_encryptor(encryptor)
+      tmrUdpStarter(6000, [this] { tmrUdpStarter_Timer(); }), tmrRetry(1000, [this] { tmrRetry_Timer(); }),
+      m_encryptor(encryptor)
 {
     connect(&wsClient, &QTcpSocket::connected, this, &ConnectionManager::wsClient_Connect);
     connect(&wsClient, &QTcpSocket::disconnected, this, &ConnectionManager::onDisconnected);
@@ -179,6 +182,8 @@ void ConnectionManager::mnuConnect_Click()
 
 void ConnectionManager::Close()
 {
+    // A new attempt, or an order to stay down, takes the place of a retry still waiting.
+    tmrRetry.setEnabled(false);
     m_closingHere = true;
     wsClient.abort();
     m_closingHere = false;
@@ -251,7 +256,28 @@ void ConnectionManager::HandleSocketError(int number, const QString &description
         m_lastErrorNumber = number;
     }
     Q_EMIT notifyIcon(false, description);
-    ConnectToServer();
+    retryAtOnceOrLater();
+}
+
+void ConnectionManager::retryAtOnceOrLater()
+{
+    // A refused connect fails at once: retried at once each time, the failures would follow each
+    // other thousands of times a second.
+    if (m_retryDelayMs == 0) {
+        m_retryDelayMs = 1000;
+        ConnectToServer();
+        return;
+    }
+    tmrRetry.setInterval(m_retryDelayMs);
+    tmrRetry.setEnabled(true);
+    m_retryDelayMs = std::min(2 * m_retryDelayMs, 60000);
+}
+
+void ConnectionManager::tmrRetry_Timer()
+{
+    tmrRetry.setEnabled(false);
+    if (wsClient.state() != QAbstractSocket::ConnectedState)
+        ConnectToServer();
 }
 
 void ConnectionManager::wsClient_Connect()
@@ -268,6 +294,7 @@ void ConnectionManager::wsClient_Connect()
     tmrReconnect.setEnabled(false);
     tmrAdminWatchdog.setEnabled(gUserInfos().IsAdministrator());
     gProcess().ReconnectTicks = 0;
+    m_retryDelayMs = 0;
 }
 
 void ConnectionManager::wsClient_Close()
@@ -279,7 +306,7 @@ void ConnectionManager::wsClient_Close()
     WriteLog(ResString(429));
     StopMonitor();
     if (reconnectPolicy() == 0)
-        ConnectToServer();
+        retryAtOnceOrLater();
     // The timer runs after a close whatever the policy, -1 included.
     tmrReconnect.setEnabled(true);
     tmrAdminWatchdog.setEnabled(false);

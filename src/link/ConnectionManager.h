@@ -67,6 +67,7 @@ public:
     void tmrMonitor_Timer();
     void tmrAdminWatchdog_Timer();
     void tmrUdpStarter_Timer();
+    void tmrRetry_Timer();
 
     // Any bytes from the server are a sign of life.
     void SignOfLife();
@@ -77,6 +78,9 @@ public:
     Ticker tmrMonitor;
     Ticker tmrAdminWatchdog;
     Ticker tmrUdpStarter;
+    // Under the policy of reconnecting at once, a failure that follows a failure waits: one
+    // second, doubled each time up to a minute, until a link is made.
+    Ticker tmrRetry;
     // Set on each new link; tests shorten it.
     KeepAliveSettings keepAlive;
 
@@ -98,6 +102,8 @@ Q_SIGNALS:
     void bytesArrived(const QByteArray &bytes);
 
 private:
+    void retryAtOnceOrLater();
+    int m_retryDelayMs = 0;
     void onSocketError(QAbstractSocket::SocketError error);
     void onDisconnected();
     void onReadyRead();
