@@ -3,11 +3,12 @@
 # (or $BUILD_DIR) and prints the path of the .deb.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-BUILD_DIR=${BUILD_DIR:-build-package}
+# Relative to the source tree unless absolute.
+BUILD_DIR=$(realpath -m -- "${BUILD_DIR:-build-package}")
 # Only what the package holds is built: the tests and tools stay out of a release build.
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
     -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON >/dev/null
 cmake --build "$BUILD_DIR" -j "$(nproc)" --target korvane-client genicons_theme korvane_docs
 rm -rf "$BUILD_DIR/package"
 cpack --config "$BUILD_DIR/CPackConfig.cmake" -B "$BUILD_DIR/package" >&2
-ls "$PWD/$BUILD_DIR"/package/*.deb
+ls "$BUILD_DIR"/package/*.deb

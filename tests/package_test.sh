@@ -41,7 +41,7 @@ if [ "${1:-}" = --session ]; then
 fi
 
 build=$1 devserver=$2 session=$3
-for tool in cpack lintian dpkg-deb desktop-file-validate Xvfb xdotool; do
+for tool in cpack lintian dpkg-deb desktop-file-validate Xvfb xdotool readelf nm; do
     command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
 done
 work=$(mktemp -d)
@@ -49,12 +49,19 @@ trap 'rm -rf "$work"' EXIT
 
 cpack --config "$build/CPackConfig.cmake" -B "$work/out" >"$work/cpack.log" 2>&1 || { cat "$work/cpack.log"; fail cpack; }
 deb=$(ls "$work"/out/*.deb)
-lintian "$deb" | tee "$work/lintian.log"
+lintian --pedantic "$deb" | tee "$work/lintian.log"
 ! grep -q '^E:' "$work/lintian.log" || fail "lintian reports errors"
+! grep -q ' hardening-' "$work/lintian.log" || fail "the binary lacks Debian's hardening"
 dpkg-deb -f "$deb" Depends | grep -q 'libqt6widgets6' || fail "the dependencies were not computed"
 
 root=$work/root
 dpkg-deb -x "$deb" "$root"
+# Debian's hardening, read from the binary itself: relocations read-only and bound at start,
+# position independent, stack protector.
+bin=$root/usr/bin/korvane-client
+{ readelf -d "$bin" | grep -q BIND_NOW && readelf -lW "$bin" | grep -q GNU_RELRO &&
+    readelf -h "$bin" | grep -q 'DYN ' && nm -D "$bin" | grep -q __stack_chk_fail; } ||
+    fail "the binary lacks Debian's hardening (bind now, relro, PIE, stack protector)"
 desktop-file-validate "$root/usr/share/applications/korvane-client.desktop" \
     "$root/etc/xdg/autostart/korvane-client.desktop" || fail "desktop-file-validate"
 for file in share/korvane/Media/Update.wav share/korvane/help/KorvaneClient0.html share/korvane/Layouts/InboxMax.xgl \

@@ -274,7 +274,7 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
     case ClientMenu::mnuAbout:
         TraceLog(Form + QStringLiteral("mnuAbout_Click"));
         if (Frontend *frontend = Frontend::current())
-            frontend->ShowAbout({LinkCommands::Version(), QStringLiteral(__DATE__),
+            frontend->ShowAbout({LinkCommands::Version(), QStringLiteral(KORVANE_BUILD_DATE),
                                  QString::fromLatin1(qVersion()), AppPaths::dataFolder(),
                                  AppPaths::configFolder(), ConnectionStatusText()});
         break;
