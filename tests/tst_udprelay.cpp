@@ -5,12 +5,14 @@
 #include "link/ConnectionManager.h"
 #include "link/Encryption.h"
 #include "link/UdpOrderRelay.h"
+#include "support/FakeClock.h"
 #include "support/LogText.h"
 #include "support/TempProfile.h"
 
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QTest>
+#include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -52,6 +54,7 @@ private Q_SLOTS:
     void twoClientsObeyOneDatagramAndTheFollowerTakesOver()
     {
         Machine machine;
+        FakeClock clock{FakeClock::at(2026, 11, 26, 9)};
         gOptions().Server = u"localhost"_s;
         Encryption codecA, codecB;
         auto holder = std::make_unique<ConnectionManager>(codecA);
@@ -82,12 +85,42 @@ private Q_SLOTS:
         QTRY_COMPARE(intruder.state(), QLocalSocket::UnconnectedState);
         QCOMPARE(obeyed(), 4);
 
-        // The holder goes: the follower binds the port and obeys alone.
+        // The holder goes after a while: the follower binds the port at once and obeys alone.
+        clock.advanceSeconds(6);
         holder.reset();
         QTRY_COMPARE(follower.wsUDP.state(), QAbstractSocket::BoundState);
         QVERIFY(follower.udpRelay().isRelaying());
         machine.send();
         QTRY_COMPARE(obeyed(), 5);
+    }
+
+    // A holder that drops its follower as soon as it is joined (full, or sending a frame too long)
+    // is joined again at the starter's pace, not at once.
+    void aRelayThatClosesAtOnceIsNotRejoinedAtOnce()
+    {
+        Machine machine;
+        FakeClock clock{FakeClock::at(2026, 11, 26, 9)};
+        QUdpSocket port;
+        QVERIFY(port.bind(QHostAddress::Any, machine.port, QAbstractSocket::DontShareAddress));
+        QLocalServer relay;
+        relay.setSocketOptions(QLocalServer::AbstractNamespaceOption);
+        QVERIFY(relay.listen(UdpOrderRelay::relayName(machine.port)));
+        Encryption codec;
+        ConnectionManager client(codec);
+        client.tmrUdpStarter.setEnabled(false);
+        client.tmrUdpStarter_Timer();
+        QVERIFY(client.udpRelay().isFollowing() && relay.waitForNewConnection(1000));
+        relay.nextPendingConnection()->write(QByteArray("\xff\xff", 2));
+        QTRY_VERIFY(client.tmrUdpStarter.isEnabled());
+        QVERIFY(!client.udpRelay().isFollowing() && !relay.waitForNewConnection(100));
+        QCOMPARE(logText().count(u"a relayed order of 65535 bytes; the relay is left"_s), 1);
+        // Joined after a while, the next such drop is followed by another try at once.
+        client.tmrUdpStarter_Timer();
+        QVERIFY(client.udpRelay().isFollowing() && relay.waitForNewConnection(1000));
+        clock.advanceSeconds(6);
+        client.tmrUdpStarter.setEnabled(false);
+        relay.nextPendingConnection()->abort();
+        QTRY_VERIFY(relay.hasPendingConnections());
     }
 
     void aNameTakenByOneWithoutThePortIsNotFollowed()

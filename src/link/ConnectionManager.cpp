@@ -77,9 +77,18 @@ ConnectionManager::ConnectionManager(Encryption &encryptor, QObject *parent)
     m_udpRelay = std::make_unique<UdpOrderRelay>(wsUDP);
     m_udpFilter = new UdpOrderFilter(this);
     connect(m_udpRelay.get(), &UdpOrderRelay::orderRelayed, this, &ConnectionManager::onUdpOrder);
-    // The holder left: try for the port at once, then at the starter's pace.
-    connect(m_udpRelay.get(), &UdpOrderRelay::holderGone, this, &ConnectionManager::tmrUdpStarter_Timer,
-            Qt::QueuedConnection);
+    // The holder left: try for the port at once, then at the starter's pace. A relay that closed as
+    // soon as it was joined (full, or sending garbage) is tried at the starter's pace only: joined
+    // again at once, it would close again at once, thousands of times a second.
+    connect(
+        m_udpRelay.get(), &UdpOrderRelay::holderGone, this,
+        [this](bool lasted) {
+            if (lasted)
+                tmrUdpStarter_Timer();
+            else
+                tmrUdpStarter.setEnabled(true);
+        },
+        Qt::QueuedConnection);
     connect(m_udpFilter, &UdpOrderFilter::accepted, this, &ConnectionManager::wsUDP_DataArrival);
     tmrUdpStarter.setEnabled(true);
 }

@@ -1,5 +1,6 @@
 #include "link/UdpOrderRelay.h"
 
+#include "core/Clock.h"
 #include "core/Globals.h"
 #include "core/Log.h"
 #include "core/Options.h"
@@ -25,6 +26,8 @@ constexpr int MaxFrame = 512 + 64;
 constexpr qsizetype MaxFollowers = 256;
 // A follower that stops reading is dropped before its backlog grows without end.
 constexpr qint64 MaxBacklog = 64 * 1024;
+// A relay left sooner than this after joining it is not joined again at once.
+constexpr qint64 MinFollowSecs = 6;
 
 QString plainAddress(const QHostAddress &address)
 {
@@ -100,6 +103,7 @@ bool UdpOrderRelay::follow(quint16 port)
     m_holder = holder;
     m_port = port;
     m_pending.clear();
+    m_followedAt = Clock::now();
     connect(holder, &QLocalSocket::readyRead, this, &UdpOrderRelay::onHolderData);
     connect(holder, &QLocalSocket::disconnected, this, &UdpOrderRelay::onHolderClosed);
     return true;
@@ -206,7 +210,7 @@ void UdpOrderRelay::onHolderClosed()
     m_holder->deleteLater();
     m_holder = nullptr;
     m_pending.clear();
-    Q_EMIT holderGone();
+    Q_EMIT holderGone(m_followedAt.secsTo(Clock::now()) >= MinFollowSecs);
 }
 
 void UdpOrderRelay::stopRelaying()

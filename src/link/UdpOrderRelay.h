@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QHostAddress>
 #include <QList>
 #include <QObject>
@@ -44,8 +45,9 @@ public:
 Q_SIGNALS:
     // A datagram the holder received, with the address it came from.
     void orderRelayed(const QByteArray &datagram, const QHostAddress &sender);
-    // The holder went away: the port may now be free for this client.
-    void holderGone();
+    // The holder went away: the port may now be free for this client. Not lasted when it went
+    // within one pace of the starter after being joined (a full relay, or one sending garbage).
+    void holderGone(bool lasted);
 
 private:
     void onFollowerConnection();
@@ -59,6 +61,7 @@ private:
     QList<QLocalSocket *> m_followers;
     QLocalSocket *m_holder = nullptr;
     QByteArray m_pending;
+    QDateTime m_followedAt;
     bool m_listenLogged = false;
 };
 
