@@ -25,6 +25,8 @@ LinkWakeups::LinkWakeups(ConnectionManager &link, QObject *parent) : QObject(par
                                          QStringLiteral("PrepareForSleep"), this,
                                          SLOT(onPrepareForSleep(bool)));
     listenForNetwork();
+    connect(&m_routes, &RouteWatch::defaultRouteAdded, this,
+            [this] { renew(QStringLiteral("a default route was added")); });
 }
 
 void LinkWakeups::listenForNetwork()
@@ -34,7 +36,8 @@ void LinkWakeups::listenForNetwork()
         // Said once per run; sleep wake-ups and the timers still work.
         static bool told = false;
         if (!told)
-            WriteLog(QStringLiteral("No network information backend; network changes are not followed"));
+            WriteLog(QStringLiteral("No network information backend; the network's return is heard from the "
+                                    "kernel's routes only"));
         told = true;
         return;
     }

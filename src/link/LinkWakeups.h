@@ -1,5 +1,7 @@
 #pragma once
 
+#include "link/RouteWatch.h"
+
 #include <QDateTime>
 #include <QNetworkInformation>
 #include <QObject>
@@ -33,6 +35,8 @@ private:
     void renew(const QString &reason);
 
     ConnectionManager &m_link;
+    // The kernel's routes: heard even where no network information backend reports a return.
+    RouteWatch m_routes;
     // Last bytes from the server, or the moment the link came up; on the
     // wall clock so that the time spent asleep counts.
     QDateTime m_lastHeard;

@@ -4,6 +4,7 @@ set(LINK_SOURCES
     link/ConnectionManager.cpp link/ConnectionManager.h
     link/KeepAlive.cpp link/KeepAlive.h
     link/LinkWakeups.cpp link/LinkWakeups.h
+    link/RouteWatch.cpp link/RouteWatch.h
     link/Cp1252.cpp link/Cp1252.h
     link/Encryption.cpp link/Encryption.h
     link/OutgoingText.cpp link/OutgoingText.h

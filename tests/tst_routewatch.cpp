@@ -1,0 +1,104 @@
+// The kernel's route events in a network namespace of the test's own: a default
+// route added to the main table is the network coming back, nothing else is.
+// Needs root to make the namespace (exit 77, skipped, otherwise).
+#include "link/RouteWatch.h"
+
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <cstdio>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool ip(const QString &arguments)
+{
+    QProcess process;
+    process.start(u"ip"_s, arguments.split(u' '));
+    return process.waitForFinished(10000) && process.exitCode() == 0;
+}
+
+// One netlink message: a header and a route of that destination length, table and type.
+QByteArray route(quint16 type, uchar dstLen, uchar table = RT_TABLE_MAIN, uchar kind = RTN_UNICAST)
+{
+    QByteArray bytes(NLMSG_LENGTH(sizeof(rtmsg)), '\0');
+    auto *header = reinterpret_cast<nlmsghdr *>(bytes.data());
+    header->nlmsg_len = quint32(bytes.size());
+    header->nlmsg_type = type;
+    auto *body = reinterpret_cast<rtmsg *>(bytes.data() + NLMSG_HDRLEN);
+    std::tie(body->rtm_family, body->rtm_dst_len, body->rtm_table, body->rtm_type) =
+        std::tuple(uchar(AF_INET), dstLen, table, kind);
+    return bytes;
+}
+
+} // namespace
+
+class TestRouteWatch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void defaultRouteIsTheReturn()
+    {
+        QVERIFY(ip(u"link set lo up"_s) && ip(u"link add v0 type veth peer name v1"_s) &&
+                ip(u"addr add 10.9.0.1/24 dev v0"_s) && ip(u"link set v1 up"_s) && ip(u"link set v0 up"_s));
+        RouteWatch watch;
+        QVERIFY(watch.isListening());
+        watch.ReadPending();
+        // What the kernel says of each change, read as soon as the command has made it.
+        for (const auto &[change, returns] : {std::pair{u"route add 10.10.0.0/24 via 10.9.0.2"_s, false},
+                                              {u"route add default via 10.9.0.2 table 100"_s, false},
+                                              {u"route add default via 10.9.0.2"_s, true},
+                                              {u"route del default"_s, false}}) {
+            QVERIFY2(ip(change), qPrintable(change));
+            QVERIFY2(watch.ReadPending() == returns, qPrintable(change));
+        }
+        // Through the event loop, as the client hears it.
+        QSignalSpy returned(&watch, &RouteWatch::defaultRouteAdded);
+        QVERIFY(ip(u"route add default via 10.9.0.2"_s));
+        QTRY_COMPARE(returned.count(), 1);
+    }
+
+    // Messages as they might come, cut or garbled: only a whole new default unicast route of the
+    // main table counts, wherever it stands among others.
+    void messagesReadSafely()
+    {
+        const QByteArray add = route(RTM_NEWROUTE, 0);
+        QByteArray lying = add;
+        reinterpret_cast<nlmsghdr *>(lying.data())->nlmsg_len = quint32(add.size() + 1);
+        QByteArray empty = add;
+        reinterpret_cast<nlmsghdr *>(empty.data())->nlmsg_len = 0;
+        for (const auto &[messages, adds] : {std::pair{add, true},
+                                             {route(RTM_NEWROUTE, 24) + add, true},
+                                             {route(RTM_NEWROUTE, 24), false},
+                                             {route(RTM_DELROUTE, 0), false},
+                                             {route(RTM_NEWROUTE, 0, 100), false},
+                                             {route(RTM_NEWROUTE, 0, RT_TABLE_MAIN, RTN_BLACKHOLE), false},
+                                             {add.left(add.size() - 1), false},
+                                             {lying, false},
+                                             {empty + add, false},
+                                             {QByteArray(), false}})
+            QCOMPARE(RouteWatch::AddsDefaultRoute(messages), adds);
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    // A namespace of its own: the machine's routes are neither read nor touched.
+    if (geteuid() != 0 || unshare(CLONE_NEWNET) != 0) {
+        std::fprintf(stderr, "SKIP: a network namespace of the test's own needs root\n");
+        return 77;
+    }
+    QCoreApplication app(argc, argv);
+    TestRouteWatch test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_routewatch.moc"
