@@ -197,6 +197,10 @@ private Q_SLOTS:
         header(machines)->moveSection(header(machines)->count() - 1, 0);
         pick(machines, 0, {u"Full Layout"_s});
         QCOMPARE(shown(machines), machineColumns);
+        // A column hidden from the menu under the full layout makes the layout the person's own, kept.
+        pick(machines, 0, {u"Columns"_s, u"Agent"_s});
+        open(13);
+        QCOMPARE(shown(open(14)), machineColumns.chopped(6));
         QCOMPARE(UserStore(f.userStore).read(u"Setup"_s, u"UsersLayout"_s, QString()), u"2"_s);
         QVERIFY(QFile::exists(f.profile.dataHome() + u"/UsersCust.xgl"_s));
         users = open(13);
