@@ -24,6 +24,7 @@
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
+#include <QSplitter>
 #include <QStandardItemModel>
 #include <QTest>
 #include <QTimer>
@@ -455,6 +456,19 @@ private Q_SLOTS:
             QCOMPARE(columns->sortIndicatorSection(), 3);
         }
         QCOMPARE(keptHeight(), u"150"_s);
+        {
+            // Once shown, the panes are the person's: a resize of the window keeps what they dragged.
+            const auto console = ownConsole(f);
+            QSplitter *panes = console->currentList()->ui.ActiveSizer1;
+            QTRY_COMPARE(panes->sizes().value(0), 150);
+            panes->repaint();
+            panes->setSizes({220, panes->height() - panes->handleWidth() - 220});
+            const int before = panes->height();
+            console->resize(console->width(), console->height() + 40);
+            QTRY_VERIFY(panes->height() != before);
+            QVERIFY2(panes->sizes().value(0) >= 220, qPrintable(QString::number(panes->sizes().value(0))));
+        }
+        settings.write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"150"_s);
         // A damaged file of the person's gives way to the full layout the program ships, with its sort.
         f.profile.writeFile(u"Layouts/OutboxMax.xgl"_s, "korvane-grid 1\nsort colStartDate desc\n");
         f.profile.writeFile(u"data/OutboxCust.xgl"_s, "not a layout");
