@@ -205,6 +205,14 @@ private Q_SLOTS:
         inbox->ui.grid->selectRow(inbox->model().Locate(u"C"_s));
         QTest::keyClick(inbox->ui.grid, Qt::Key_Delete);
         QCOMPARE(stored(u"Inbox"_s), QStringList{u"A"_s});
+        // New needs no chosen row: on an empty list of personal templates it asks the server for an ID.
+        open(*console, 6);
+        frmList *mine = console->currentList();
+        QCOMPARE(mine->model().rowCount(), 0);
+        Q_EMIT mine->ui.grid->customContextMenuRequested(QPoint(5, 5));
+        action(mine->menu(), u"New"_s)->trigger();
+        mine->menu()->close();
+        QCOMPARE(f.sent.value(f.sent.size() - 1), u"PTI"_s);
     }
 
     // Grouped by Status, the headings name the words shown, their captions stand in the first column
