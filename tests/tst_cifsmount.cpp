@@ -21,7 +21,6 @@
 #include <QTest>
 #include <QUrl>
 
-#include <cstdio>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -209,14 +208,7 @@ private Q_SLOTS:
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    CifsMount mount;
-    const QString why = mount.start();
-    if (!why.isEmpty()) {
-        std::fprintf(stderr, "SKIP: %s\n", qPrintable(why));
-        return 77;
-    }
-    TestCifsMount test(mount);
-    return QTest::qExec(&test, argc, argv);
+    return runOverMount<CifsMount, TestCifsMount>(argc, argv);
 }
 
 #include "tst_cifsmount.moc"

@@ -22,7 +22,6 @@
 #include <QTest>
 #include <QUrl>
 
-#include <cstdio>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -287,14 +286,7 @@ private:
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    SshfsMounts mounts;
-    const QString why = mounts.start();
-    if (!why.isEmpty()) {
-        std::fprintf(stderr, "SKIP: %s\n", qPrintable(why));
-        return 77;
-    }
-    TestNetworkMounts test(mounts);
-    return QTest::qExec(&test, argc, argv);
+    return runOverMount<SshfsMounts, TestNetworkMounts>(argc, argv);
 }
 
 #include "tst_networkmounts.moc"

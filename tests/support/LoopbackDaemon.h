@@ -8,6 +8,8 @@
 #include <QTcpSocket>
 #include <QTest>
 
+#include <cstdio>
+
 // A file server of the tests' own on a free loopback port, and the commands
 // that mount its folders. Only what the test wrote itself is trusted: a port
 // someone else holds first makes the mount fail, never pass.
@@ -91,3 +93,17 @@ public:
 private:
     QProcess m_server;
 };
+
+// Runs the tests over a mount that Mount::start() sets up, or exits 77 (CTest: skipped) with the reason
+// start() gives for not mounting here.
+template <typename Mount, typename Test>
+int runOverMount(int argc, char *argv[])
+{
+    Mount mount;
+    if (const QString why = mount.start(); !why.isEmpty()) {
+        std::fprintf(stderr, "SKIP: %s\n", qPrintable(why));
+        return 77;
+    }
+    Test test(mount);
+    return QTest::qExec(&test, argc, argv);
+}
