@@ -22,12 +22,20 @@ install(CODE "
          RENAME korvane-client.desktop FILES \"${korvane_resources}/desktop/korvane-client-autostart.desktop\")
 " COMPONENT client)
 
+# The order relay, socket-activated by the system's service manager, and the
+# user unit that brings a crashed client back (started by the autostart entry).
+install(FILES ${korvane_resources}/systemd/korvane-relayd.socket ${korvane_resources}/systemd/korvane-relayd.service
+        DESTINATION /lib/systemd/system COMPONENT client)
+install(FILES ${korvane_resources}/systemd/korvane-client.service
+        DESTINATION lib/systemd/user COMPONENT client)
+
 # Debian's documents are compressed without a name or time stamp, so that the package builds the same twice.
 set(KORVANE_DEB_VERSION ${PROJECT_VERSION}-1)
 set(KORVANE_DEB_MAINTAINER "Korvane Client maintainers <korvane-client@example.org>")
 configure_file(${korvane_resources}/debian/changelog.in ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian @ONLY)
 set(korvane_gzipped)
-foreach(plain ${korvane_resources}/man/korvane-client.1 ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
+foreach(plain ${korvane_resources}/man/korvane-client.1 ${korvane_resources}/man/korvane-relayd.8
+              ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
     get_filename_component(name ${plain} NAME)
     set(packed ${CMAKE_CURRENT_BINARY_DIR}/packed/${name}.gz)
     add_custom_command(OUTPUT ${packed}
@@ -40,6 +48,8 @@ endforeach()
 add_custom_target(korvane_docs ALL DEPENDS ${korvane_gzipped})
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packed/korvane-client.1.gz
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT client)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packed/korvane-relayd.8.gz
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT client)
 install(FILES ${korvane_resources}/debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/packed/changelog.Debian.gz
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvane-client COMPONENT client)
 
@@ -72,6 +82,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libqt6sql6-sqlite")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, xdg-utils")
 # The autostart entry is configuration: an administrator's edit survives an upgrade.
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${korvane_resources}/debian/conffiles)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${korvane_resources}/debian/conffiles ${korvane_resources}/debian/postinst
+    ${korvane_resources}/debian/prerm ${korvane_resources}/debian/postrm)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)

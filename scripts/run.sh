@@ -35,6 +35,15 @@ pids="$!"
 echo "run: development server on 127.0.0.1:$PORT (log: $DEMO/devserver.log)"
 echo "run: send more with: $BUILD_DIR/tools/devserver/korvane-devserver --state $DEMO/devserver.json send --to all TEXT"
 
+# The machine's order relay, as the package runs it for every user (here as this user, in the
+# demo's folder): UDP orders sent with "udp --to" reach the client through it.
+mkdir -p "$DEMO/relay/etc/Korvane"
+printf '[Options]\nHost=127.0.0.1\nClientPort=%s\n' "$PORT" >"$DEMO/relay/etc/Korvane/KorvaneClient.ini"
+export KORVANE_RELAY_DIR="$PWD/$DEMO/relay/run"
+XDG_CONFIG_DIRS="$PWD/$DEMO/relay/etc" "$BUILD_DIR/src/korvane-relayd" &
+pids="$pids $!"
+echo "run: order relay on UDP port $PORT (log: $DEMO/relay/run/client.log)"
+
 export XDG_CONFIG_HOME="$PWD/$DEMO/config" XDG_DATA_HOME="$PWD/$DEMO/data" XDG_RUNTIME_DIR="$PWD/$DEMO/runtime"
 
 if [ "$HEADLESS" = 0 ] && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then

@@ -14,10 +14,11 @@ foreach(name tst_e2e_banner tst_e2e_users tst_e2e_console)
     target_compile_definitions(${name} PRIVATE
         KORVANE_CLIENT_BINARY="$<TARGET_FILE:korvane-client>"
         KORVANE_DEVSERVER="$<TARGET_FILE:korvane-devserver>"
+        KORVANE_RELAYD="$<TARGET_FILE:korvane-relayd>"
         KORVANE_FAKE_NOTIFYD="$<TARGET_FILE:fake_notifyd>"
         KORVANE_USER_CLIENT="${CMAKE_CURRENT_SOURCE_DIR}/e2e/user_client.sh"
         KORVANE_MEDIA_DIR="$<TARGET_PROPERTY:gensounds_media,MEDIA_DIR>")
-    add_dependencies(${name} korvane-client korvane-devserver fake_notifyd)
+    add_dependencies(${name} korvane-client korvane-devserver korvane-relayd fake_notifyd)
     add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/e2e/desktop_session.sh $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 300 RUN_SERIAL TRUE)
 endforeach()

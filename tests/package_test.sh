@@ -58,10 +58,26 @@ root=$work/root
 dpkg-deb -x "$deb" "$root"
 # Debian's hardening, read from the binary itself: relocations read-only and bound at start,
 # position independent, stack protector.
-bin=$root/usr/bin/korvane-client
-{ readelf -d "$bin" | grep -q BIND_NOW && readelf -lW "$bin" | grep -q GNU_RELRO &&
-    readelf -h "$bin" | grep -q 'DYN ' && nm -D "$bin" | grep -q __stack_chk_fail; } ||
-    fail "the binary lacks Debian's hardening (bind now, relro, PIE, stack protector)"
+for bin in "$root/usr/bin/korvane-client" "$root/usr/libexec/korvane-relayd"; do
+    { readelf -d "$bin" | grep -q BIND_NOW && readelf -lW "$bin" | grep -q GNU_RELRO &&
+        readelf -h "$bin" | grep -q 'DYN ' && nm -D "$bin" | grep -q __stack_chk_fail; } ||
+        fail "$bin lacks Debian's hardening (bind now, relro, PIE, stack protector)"
+done
+# The units as the service manager reads them, with the package's own files in place.
+units=("$root/lib/systemd/system/korvane-relayd.socket" "$root/lib/systemd/system/korvane-relayd.service"
+    "$root/usr/lib/systemd/user/korvane-client.service")
+for unit in "${units[@]}"; do [ -f "$unit" ] || fail "the package lacks ${unit#"$root"}"; done
+if command -v systemd-analyze >/dev/null; then
+    # Read as the service manager would, with the commands pointing at the unpacked programs.
+    mkdir -p "$work/units"
+    for unit in "${units[@]}"; do
+        sed "s|^ExecStart=/|ExecStart=$root/|" "$unit" >"$work/units/${unit##*/}"
+    done
+    { systemd-analyze verify --man=no "$work/units/korvane-relayd.socket" "$work/units/korvane-relayd.service"
+        XDG_RUNTIME_DIR=$work/units systemd-analyze --user verify --man=no "$work/units/korvane-client.service"; } \
+        2>&1 | tee "$work/units.log"
+    ! grep -q . "$work/units.log" || fail "systemd-analyze finds fault with the units"
+fi
 desktop-file-validate "$root/usr/share/applications/korvane-client.desktop" \
     "$root/etc/xdg/autostart/korvane-client.desktop" || fail "desktop-file-validate"
 for file in share/korvane/Media/Update.wav share/korvane/help/KorvaneClient0.html share/korvane/Layouts/InboxMax.xgl \

@@ -3,9 +3,9 @@
 // with the composer she opens from her menu, picks him in the list of users
 // and chooses a level; Bob's banner shows it in that level's colours; Bob
 // replies from his banner, Ann's desktop says he read it and the reply scrolls
-// on her banner. One UDP order to the machine reaches both clients, the second
-// through the first, which holds the port. Then Ann leaves, Bob's client takes
-// the port over, and an order brings it back at once after it stopped retrying.
+// on her banner. One UDP order to the machine reaches both clients through the
+// machine's order relay. Then the relay dies and Ann leaves, Bob's client takes
+// the port itself, and an order brings it back at once after it stopped retrying.
 #include "e2e/UserClients.h"
 
 #include <QJsonDocument>
@@ -83,8 +83,9 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(bannerColour(u"ann-banner.png"_s), QColor(0, 0, 255), 20000);
 
         // One datagram to the machine: both clients drop their links, and one more brings both back.
-        QTRY_VERIFY_WITH_TIMEOUT(bob.file(ClientLog).contains(u"come through the client that holds it"_s),
-                                 20000);
+        for (const UserClient *user : {&ann, &bob})
+            QTRY_VERIFY_WITH_TIMEOUT(
+                user->file(ClientLog).contains(u"come through the machine's relay service"_s), 20000);
         for (const auto &[order, word] :
              {std::pair(u"REC"_s, u"RECONNECT"_s), std::pair(u"CON"_s, u"CONNECT"_s)}) {
             QVERIFY(server.control({u"udp"_s, u"--to"_s, u"all"_s, order})
@@ -95,8 +96,9 @@ private Q_SLOTS:
         }
         QTRY_VERIFY_WITH_TIMEOUT(server.connected(Ann) && server.connected(Bob), 30000);
 
-        // From now on a dropped link waits: the policy says not to retry. Ann
+        // From now on a dropped link waits: the policy says not to retry. The relay dies and Ann
         // leaves, so that Bob alone listens for orders on this machine.
+        desk.relay.stop();
         ann.stop();
         server.stop();
         QJsonObject root = QJsonDocument::fromJson(run(u"cat"_s, {server.state}).toUtf8()).object();
@@ -110,8 +112,8 @@ private Q_SLOTS:
         // something that must not happen)...
         QTest::qWait(2000);
         QVERIFY(!server.connected(Bob));
-        // ...until the server orders him to, once his client has taken the port over
-        // from Ann's. A bind tried while her sockets were going is tried again.
+        // ...until the server orders him to, once his client has taken the port the dead relay
+        // left. A bind tried while its socket was going is tried again.
         QTRY_VERIFY_WITH_TIMEOUT(bob.file(ClientLog).contains(u"Binding UDP winsock to port"_s), 20000);
         QString order;
         for (int attempt = 0; attempt < 4 && !server.connected(Bob); ++attempt) {

@@ -9,6 +9,7 @@
 #include "core/UserInfos.h"
 #include "link/Encryption.h"
 #include "link/Policies.h"
+#include "link/UdpOrderFilter.h"
 #include "link/UdpOrderRelay.h"
 
 #include <QHostInfo>
@@ -77,11 +78,11 @@ ConnectionManager::ConnectionManager(Encryption &encryptor, QObject *parent)
     m_udpRelay = std::make_unique<UdpOrderRelay>(wsUDP);
     m_udpFilter = new UdpOrderFilter(this);
     connect(m_udpRelay.get(), &UdpOrderRelay::orderRelayed, this, &ConnectionManager::onUdpOrder);
-    // The holder left: try for the port at once, then at the starter's pace. A relay that closed as
-    // soon as it was joined (full, or sending garbage) is tried at the starter's pace only: joined
-    // again at once, it would close again at once, thousands of times a second.
+    // The service left: join it again at once, then at the starter's pace. One that closed as soon
+    // as it was joined (full, or sending garbage) is tried at the starter's pace only: joined again
+    // at once, it would close again at once, thousands of times a second.
     connect(
-        m_udpRelay.get(), &UdpOrderRelay::holderGone, this,
+        m_udpRelay.get(), &UdpOrderRelay::serviceGone, this,
         [this](bool lasted) {
             if (lasted)
                 tmrUdpStarter_Timer();
@@ -382,36 +383,44 @@ void ConnectionManager::tmrAdminWatchdog_Timer()
 void ConnectionManager::tmrUdpStarter_Timer()
 {
     tmrUdpStarter.setEnabled(false);
-    if (wsUDP.state() != QAbstractSocket::UnconnectedState) {
-        // The port is held but the relay's name was still taken: the other users' clients wait for it.
-        if (!m_udpRelay->listen())
-            tmrUdpStarter.setEnabled(true);
-        return;
-    }
     if (m_udpRelay->isFollowing())
         return;
     const int port = gOptions().ClientPort;
-    const bool valid = port > 0 && port <= 65535;
-    if (valid && m_udpRelay->follow(static_cast<quint16>(port))) {
-        WriteLog(QStringLiteral("UDP orders of port ") + QString::number(port) +
-                 QStringLiteral(" come through the client that holds it"));
-        m_lastUdpError = 0;
+    if (port <= 0 || port > 65535) {
+        tmrUdpStarter.setEnabled(true);
         return;
     }
+    if (UdpOrderRelay::serviceRuns(static_cast<quint16>(port))) {
+        const UdpOrderRelay::Follow joined = m_udpRelay->follow(static_cast<quint16>(port));
+        if (joined == UdpOrderRelay::Follow::Joined) {
+            WriteLog(QStringLiteral("UDP orders of port ") + QString::number(port) +
+                     QStringLiteral(" come through the machine's relay service"));
+            m_lastUdpError = 0;
+            // The port is the service's: a client that bound it before the service came gives it up.
+            wsUDP.close();
+            return;
+        }
+        if (joined == UdpOrderRelay::Follow::Untrusted) {
+            tmrUdpStarter.setEnabled(true);
+            return;
+        }
+    }
+    // Held: the starter goes on at its pace only to notice a service that comes later.
+    tmrUdpStarter.setEnabled(true);
+    if (wsUDP.state() != QAbstractSocket::UnconnectedState)
+        return;
     if (m_lastUdpError == 0)
         WriteLog(QStringLiteral("Binding UDP winsock to port ") + QString::number(port));
-    if (valid && m_udpRelay->hold(static_cast<quint16>(port))) {
+    if (m_udpRelay->hold(static_cast<quint16>(port))) {
         m_lastUdpError = 0;
-        tmrUdpStarter.setEnabled(!m_udpRelay->isRelaying());
         return;
     }
-    // Another user's client may be on its way in or out: try again, logging a lasting error once.
+    // Another user's client may hold it: try again, logging a lasting error once.
     const int number = errorNumber(wsUDP.error());
     if (number != m_lastUdpError)
         WriteLog(QStringLiteral("UDP winsock error #") + QString::number(number) + QStringLiteral(": ") +
                  wsUDP.errorString());
     m_lastUdpError = number;
-    tmrUdpStarter.setEnabled(true);
 }
 
 void ConnectionManager::wsUDP_DataArrival(const QByteArray &datagram)
@@ -484,8 +493,6 @@ void ConnectionManager::onDatagrams()
         const QNetworkDatagram datagram = wsUDP.receiveDatagram(512);
         if (datagram.data().isEmpty())
             continue;
-        // Every datagram goes to the other users' clients, which judge its sender for themselves.
-        m_udpRelay->relay(datagram.data(), datagram.senderAddress());
         onUdpOrder(datagram.data(), datagram.senderAddress());
     }
 }

@@ -13,5 +13,7 @@ set(LINK_SOURCES
     link/Commands.cpp link/Commands.h
     link/Policies.cpp link/Policies.h
     link/ServerConfig.cpp link/ServerConfig.h
+    link/RelayFrames.cpp link/RelayFrames.h
+    link/UdpOrderFilter.cpp link/UdpOrderFilter.h
     link/UdpOrderRelay.cpp link/UdpOrderRelay.h
 )
