@@ -186,6 +186,39 @@ private Q_SLOTS:
         service.waitForFinished();
         qunsetenv("LOGS_DIRECTORY");
     }
+
+    // Run by hand, the relay takes its port from the machine's file (the usual one when that
+    // gives none), and no socket meant for another process.
+    void aRelayRunByHandTakesThePortOfTheMachinesFile()
+    {
+        RelayFolder relay;
+        QDir().mkpath(relay.dir.filePath(u"etc/Korvane"_s));
+        qputenv("XDG_CONFIG_DIRS", relay.dir.filePath(u"etc"_s).toUtf8());
+        const int decoy = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un name{};
+        name.sun_family = AF_UNIX;
+        std::snprintf(name.sun_path, sizeof name.sun_path, "%s", qPrintable(relay.dir.filePath(u"decoy"_s)));
+        QVERIFY(bind(decoy, reinterpret_cast<sockaddr *>(&name), sizeof name) == 0 && listen(decoy, 1) == 0);
+        for (const auto &[setting, port] : {std::pair("65535", 65535), std::pair("0", 58502)}) {
+            QFile machine(relay.dir.filePath(u"etc/Korvane/KorvaneClient.ini"_s));
+            QVERIFY(machine.open(QIODevice::WriteOnly));
+            machine.write(QByteArray("[Options]\nClientPort=") + setting + '\n');
+            machine.close();
+            QProcess service;
+            service.setChildProcessModifier([decoy] {
+                dup2(decoy, 3);
+                dup2(decoy, 4);
+                setenv("LISTEN_FDS", "2", 1);
+                setenv("LISTEN_PID", "1", 1);
+            });
+            service.start(program("../src/korvane-relayd"), {});
+            QVERIFY(service.waitForStarted(10000));
+            QTRY_VERIFY(QFile::exists(UdpOrderRelay::serviceSocket(quint16(port))));
+            service.kill();
+            service.waitForFinished();
+        }
+        ::close(decoy);
+    }
 };
 
 int main(int argc, char *argv[])

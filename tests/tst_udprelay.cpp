@@ -5,6 +5,7 @@
 #include "link/ConnectionManager.h"
 #include "link/Encryption.h"
 #include "link/RelayFrames.h"
+#include "link/UdpOrderFilter.h"
 #include "link/UdpOrderRelay.h"
 #include "support/FakeClock.h"
 #include "support/LogText.h"
@@ -12,6 +13,7 @@
 
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QSignalSpy>
 #include <QTest>
 #include <QUdpSocket>
 
@@ -81,9 +83,22 @@ private Q_SLOTS:
         machine.send();
         QTRY_COMPARE(obeyed(), 2);
         QCOMPARE(logText().count(u"UDP order from 127.0.0.2 ignored: only the server localhost"_s), 1);
+        // The server's name is looked up once: later orders are judged at once.
+        UdpOrderFilter filter;
+        QSignalSpy accepted(&filter, &UdpOrderFilter::accepted);
+        filter.check("REC", QHostAddress::LocalHost);
+        QTRY_COMPARE(accepted.count(), 1);
+        filter.check("REC", QHostAddress::LocalHost);
+        QCOMPARE(accepted.count(), 2);
 
-        // The holder goes: the other client binds the port at its next tick.
+        // The holder goes: the other client binds the port at its next tick, unless the port it
+        // is given is none, which it waits for at the starter's pace.
         holder.reset();
+        gOptions().ClientPort = 0;
+        other.tmrUdpStarter_Timer();
+        QCOMPARE(other.wsUDP.state(), QAbstractSocket::UnconnectedState);
+        QVERIFY(other.tmrUdpStarter.isEnabled());
+        gOptions().ClientPort = machine.port;
         other.tmrUdpStarter_Timer();
         QCOMPARE(other.wsUDP.state(), QAbstractSocket::BoundState);
     }
@@ -117,12 +132,15 @@ private Q_SLOTS:
         QTRY_VERIFY(client.tmrUdpStarter.isEnabled());
         QVERIFY(!client.udpRelay().isFollowing() && !service.waitForNewConnection(100));
         QCOMPARE(logText().count(u"a relayed order of 65535 bytes; the relay is left"_s), 1);
-        // Joined again, and left after a while: the next try comes at once.
+        // Joined again, its orders obeyed; left after a while, the next try comes at once.
         client.tmrUdpStarter_Timer();
         QVERIFY(client.udpRelay().isFollowing() && service.waitForNewConnection(1000));
+        QLocalSocket *again = service.nextPendingConnection();
+        again->write(order);
+        QTRY_COMPARE(obeyed(), 2);
         clock.advanceSeconds(6);
         client.tmrUdpStarter.setEnabled(false);
-        service.nextPendingConnection()->abort();
+        again->abort();
         QTRY_VERIFY(service.hasPendingConnections());
     }
 
@@ -160,7 +178,8 @@ private Q_SLOTS:
     {
         const QByteArray stream = RelayFrames::encode("DEC", QHostAddress(u"::ffff:10.0.0.7"_s)) +
                                   RelayFrames::encode(QByteArray(600, 'x'), QHostAddress(u"fe80::1"_s)) +
-                                  QByteArray("\x00\x04", 2) + "nolf" + QByteArray("\x00\x02", 2) + "a\n";
+                                  QByteArray("\x00\x04", 2) + "nolf" + QByteArray("\x00\x02", 2) + "a\n" +
+                                  QByteArray("\x00\x04", 2) + "\nDEC";
         for (int cut = 0; cut <= stream.size(); ++cut) {
             RelayFrameReader reader;
             QList<RelayedOrder> orders = reader.feed(stream.left(cut));

@@ -4,7 +4,6 @@ QByteArray RelayFrames::encode(const QByteArray &datagram, const QHostAddress &s
 {
     const QByteArray payload = plainAddress(sender).toLatin1() + '\n' + datagram.left(MaxDatagram);
     QByteArray frame;
-    frame.reserve(2 + payload.size());
     frame.append(char(payload.size() >> 8)).append(char(payload.size() & 0xff)).append(payload);
     return frame;
 }
@@ -36,7 +35,7 @@ QList<RelayedOrder> RelayFrameReader::feed(const QByteArray &bytes)
         at += 2 + size;
         const qsizetype split = payload.indexOf('\n');
         // A frame without a sender, or without an order, carries nothing to obey.
-        if (split < 0 || split + 1 == payload.size())
+        if (split <= 0 || split + 1 == payload.size())
             continue;
         orders.append({payload.mid(split + 1), QHostAddress(QString::fromLatin1(payload.left(split)))});
     }
