@@ -31,7 +31,10 @@ install(FILES ${korvane_resources}/systemd/korvane-client.service
 
 # Debian's documents are compressed without a name or time stamp, so that the package builds the same twice.
 set(KORVANE_DEB_VERSION ${PROJECT_VERSION}-1)
-set(KORVANE_DEB_MAINTAINER "Korvane Client maintainers <korvane-client@example.org>")
+# The organisation that ships the package names itself here and in the copyright file it gives.
+set(KORVANE_DEB_MAINTAINER "Korvane Client maintainers <korvane-client@example.org>"
+    CACHE STRING "The package's maintainer, \"Name <address>\"")
+set(KORVANE_DEB_COPYRIGHT ${korvane_resources}/debian/copyright CACHE FILEPATH "The package's copyright file")
 configure_file(${korvane_resources}/debian/changelog.in ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian @ONLY)
 set(korvane_gzipped)
 foreach(plain ${korvane_resources}/man/korvane-client.1 ${korvane_resources}/man/korvane-relayd.8
@@ -50,7 +53,9 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packed/korvane-client.1.gz
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT client)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packed/korvane-relayd.8.gz
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT client)
-install(FILES ${korvane_resources}/debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/packed/changelog.Debian.gz
+install(FILES ${KORVANE_DEB_COPYRIGHT} RENAME copyright
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvane-client COMPONENT client)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packed/changelog.Debian.gz
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvane-client COMPONENT client)
 
 set(CPACK_PACKAGE_NAME korvane-client)

@@ -38,7 +38,8 @@ struct Fixture
     Options &read(Options &into) const
     {
         gProcess().AppDataPath = profile.dataHome();
-        into.setIniPath(profile.path() + u"/KorvaneClient.ini"_s);
+        into.setIniPath(profile.path() + u"/KorvaneClient.ini"_s,
+                        profile.path() + u"/etc/KorvaneClient.ini"_s);
         into.ReadOptions();
         return into;
     }
@@ -140,6 +141,58 @@ private Q_SLOTS:
         typeThenAltO(&form, u"RefreshRate"_s, u"50"_s);
         QCOMPARE(std::tuple(f.told, f.user.Language, f.saved()),
                  std::tuple(1, qint16(1), u"Courier 20 0 1 0 0 50 5 1 1"_s));
+    }
+
+    // Rows whose settings the machine's file locks are greyed with a tip in the present language;
+    // neither the rows, the font dialog, OK nor Default change them, and the user's file never holds them.
+    void lockedRowsAreGreyed()
+    {
+        Fixture f;
+        f.profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Options]\nSpeed[$i]=40\nFontBold[$i]=0\nTrace=1\n");
+        f.profile.writeFile(u"KorvaneClient.ini"_s, "[Options]\nSpeed=90\nFontBold=1\nRefresh Rate=2\n");
+        f.read(f.options);
+        const auto greyed = [](const PropertyInspector &rows) {
+            QStringList keys;
+            for (const QString &key : rows.keys()) {
+                const QWidget *editor = rows.editor(key);
+                if (!rows.isRowEnabled(key) && (!editor || !editor->isEnabled()))
+                    keys << key + u':' + rows.rowToolTip(key);
+            }
+            return keys;
+        };
+        frmClientConfig form(f.client);
+        PropertyInspector &rows = *form.ui.propConfig;
+        const QString tip = u"Set by your administrator"_s;
+        QCOMPARE(greyed(rows), (QStringList{u"FontBold:"_s + tip, u"RefreshRate:"_s + tip}));
+        QCOMPARE(rows.value(u"RefreshRate"_s), QVariant(40));
+        qobject_cast<QComboBox *>(rows.editor(u"Language"_s))->setCurrentIndex(1);
+        QCOMPARE(rows.rowToolTip(u"FontBold"_s), u"Défini par votre administrateur"_s);
+
+        form.logic().FontChosen(u"Serif"_s, 16, true, true);
+        QCOMPARE(form.logic().FontSummary(), u"Serif 16, Italique"_s);
+        rows.setValue(u"RefreshRate"_s, 77);
+        rows.setValue(u"RefreshSteps"_s, 4);
+        rows.setValue(u"FontName"_s, u"Serif"_s);
+        rows.setValue(u"FontSize"_s, 16);
+        rows.setValue(u"FontBold"_s, true);
+        rows.setValue(u"FontItalic"_s, true);
+        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(std::pair(f.saved(), f.options.RefreshRate), std::pair(u"Serif 16 0 1 0 0 40 4 1 1"_s, 40));
+        QCOMPARE(
+            f.profile.readFile(u"KorvaneClient.ini"_s),
+            QByteArray("[Options]\nRefresh Rate=4\nLanguage=1\nFontName=Serif\nFontItalic=1\nFontSize=16\n"));
+        frmClientConfig reset(f.client);
+        QTest::mouseClick(reset.ui.DefaultButton, Qt::LeftButton);
+        QCOMPARE(f.saved(), u"Arial 12 0 0 0 0 40 1 0 0"_s);
+        QCOMPARE(f.profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\nTrace=0\n"));
+
+        // A locked section greys every row, the font's summary included.
+        f.profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Options][$i]\nFontName=Courier\n");
+        f.read(f.options);
+        frmClientConfig locked(f.client);
+        QCOMPARE(greyed(*locked.ui.propConfig).size(), 11);
+        QTest::mouseClick(locked.ui.OKButton, Qt::LeftButton);
+        QCOMPARE(f.profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\n"));
     }
 
     // Each kind of row through the inspector's own interface and the keyboard; Tab goes

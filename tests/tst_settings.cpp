@@ -110,6 +110,102 @@ private Q_SLOTS:
         QVERIFY(profile.readFile(u"KorvaneClient.ini"_s).contains("\nSpeed=55\nRefresh Rate=3\n"));
     }
 
+    // Connection settings and options saved, then the administrator moves the server: the
+    // user's file held only what differs, so the next read dials the new one.
+    void savesKeepOnlyWhatDiffers()
+    {
+        TempProfile profile;
+        profile.writeFile(u"etc/KorvaneClient.ini"_s,
+                          "[Options]\nHost=old.example\nClientPort= 04000 \nSpeed=50\nFontName=Verdana\n");
+        Options options = read(profile, QByteArray());
+        options.SaveConnectionSettings();
+        options.Trace = true;
+        options.SaveOptions();
+        options.SaveUpdLocation(QString());
+        profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Options]\nHost=new.example\nClientPort=4100\n");
+        Options moved = read(profile, QByteArray());
+        QCOMPARE(std::tuple(moved.Server, moved.ClientPort, moved.Trace, moved.RefreshRate),
+                 std::tuple(u"new.example"_s, 4100, true, 100));
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\nTrace=1\n"));
+
+        // A changed key is written in place, a key set back to the machine's value leaves the file,
+        // numbers compare as numbers and texts as texts; other lines and sections stay.
+        profile.writeFile(u"etc/KorvaneClient.ini"_s,
+                          "[Options]\nHost=old.example\nClientPort= 04000 \nSpeed=50\nFontName=Verdana\n");
+        options = read(profile, "; mine\n[Other]\nSpeed=9\n\n[Options]\nSpeed=70\nTrace=1\nFontSize=12\n"
+                                "[Last]\nX=1\n");
+        QCOMPARE(std::tuple(options.RefreshRate, options.ClientPort, options.Font.Name),
+                 std::tuple(70, 4000, u"Verdana"_s));
+        options.RefreshRate = 50;
+        options.RefreshSteps = 3;
+        options.Trace = false;
+        options.Font.Name = u"verdana"_s;
+        options.SaveOptions();
+        options.Server = u"other.example"_s;
+        options.SaveConnectionSettings();
+        options.SaveUpdLocation(u"/srv/updates"_s);
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s),
+                 QByteArray("; mine\n[Other]\nSpeed=9\n\n[Options]\nRefresh Rate=3\nFontName=verdana\n"
+                            "Host=other.example\nClientUpdatePath=/srv/updates\n[Last]\nX=1\n"));
+
+        // Defaults saved without any file still leave one, so that the next read is no reset.
+        profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Other]\nHost=x\n");
+        QVERIFY(QFile::remove(profile.path() + u"/KorvaneClient.ini"_s));
+        Options defaults = read(profile, QByteArray());
+        defaults.Font.Bold = true;
+        defaults.SaveOptions();
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\n"));
+        QCOMPARE(read(profile, QByteArray()).Font.Bold, true);
+    }
+
+    // The machine's file locks a key by its name's marker, or a whole section by its header's: the
+    // key reads from there or its default, a save and a reset leave it; a user's file locks nothing.
+    void machineFileLocks()
+    {
+        TempProfile profile;
+        profile.writeFile(u"etc/KorvaneClient.ini"_s,
+                          "[Options]\nHost[$i]=central.example\nClientPort=4000\n trace [$I] = 1\n");
+        Options options = read(profile, "[Options]\nHost=mine\nClientPort=5000\nTrace=0\nSpeed=7\n");
+        QCOMPARE(std::tuple(options.Server, options.ClientPort, options.Trace, options.RefreshRate),
+                 std::tuple(u"central.example"_s, 5000, true, 7));
+        QCOMPARE((QList<bool>{options.isLocked(u"HOST"_s), options.isLocked(u"Trace"_s),
+                              options.isLocked(u"ClientPort"_s), options.isLocked(u"Speed"_s)}),
+                 (QList<bool>{true, true, false, false}));
+        Options reset = options;
+        reset.Trace = false;
+        reset.ResetToDefault();
+        QCOMPARE(reset.Trace, true);
+        options.Server = u"elsewhere"_s;
+        options.Trace = false;
+        options.SaveConnectionSettings();
+        options.SaveOptions();
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s),
+                 QByteArray("[Options]\nClientPort=5000\nSpeed=7\n"));
+        QCOMPARE(read(profile, QByteArray()).Server, u"central.example"_s);
+
+        // A locked section: keys it does not list are locked at their default.
+        profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Other]\nSpeed=1\n[ options ] [$i]\nSpeed=50\n");
+        options = read(profile, "[Options]\nSpeed=7\nFontSize=20\nHost=mine\n[Other]\nY=2\n");
+        QCOMPARE(std::tuple(options.RefreshRate, options.Font.Size, options.Server),
+                 std::tuple(50, 12, QString()));
+        QVERIFY(options.isLocked(u"FontSize"_s) && options.isLocked(u"ClientUpdatePath"_s));
+        options.Font.Size = 30;
+        options.SaveOptions();
+        options.SaveUpdLocation(u"/srv/updates"_s);
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\n[Other]\nY=2\n"));
+
+        // The markers of a user's file are plain names: its values count, a save replaces them.
+        profile.writeFile(u"etc/KorvaneClient.ini"_s, "[Options]\nHost=central.example\n");
+        options = read(profile, "[Options][$i]\nHost[$i]=mine\nTrace=1\n");
+        QCOMPARE(std::tuple(options.Server, options.Trace, options.isLocked(u"Host"_s),
+                            options.isLocked(u"Trace"_s)),
+                 std::tuple(u"mine"_s, true, false, false));
+        options.Server = u"other.example"_s;
+        options.SaveConnectionSettings();
+        QCOMPARE(profile.readFile(u"KorvaneClient.ini"_s),
+                 QByteArray("[Options][$i]\nHost=other.example\nTrace=1\n"));
+    }
+
     void fileStaysWholeWhenKilledWhileSaving()
     {
         TempProfile profile;
@@ -136,10 +232,12 @@ private Q_SLOTS:
             for (const OptionKey &key : optionKeys()) {
                 if (!key.saved)
                     continue;
-                const QString value = std::holds_alternative<QString>(key.readDefault)
-                                          ? u"v%1"_s.arg(saved)
-                                          : QString::number(saved % 2);
-                QCOMPARE(lines.count(QString(key.key) + u'=' + value), 1);
+                const bool text = std::holds_alternative<QString>(key.readDefault);
+                const QString value = text ? u"v%1"_s.arg(saved) : QString::number(saved % 2);
+                // A value equal to its default is left out of the file.
+                const bool inherited = !text && std::get<qint64>(key.readDefault) == saved % 2;
+                QCOMPARE(lines.filter(QRegularExpression(u"^"_s + QString(key.key) + u"="_s)),
+                         inherited ? QStringList() : QStringList{QString(key.key) + u'=' + value});
             }
         }
     }

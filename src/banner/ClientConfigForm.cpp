@@ -6,6 +6,10 @@
 #include "core/StringTable.h"
 #include "core/UserInfos.h"
 
+#include <QHash>
+
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -64,6 +68,37 @@ QStringList ClientConfigForm::ListItems(const QString &key)
     return {};
 }
 
+QStringList ClientConfigForm::SettingsOf(const QString &key)
+{
+    static const QHash<QString, QStringList> settings = {
+        {u"Font"_s, {u"FontName"_s, u"FontSize"_s, u"FontBold"_s, u"FontItalic"_s}},
+        {u"FontName"_s, {u"FontName"_s}},
+        {u"FontSize"_s, {u"FontSize"_s}},
+        {u"FontBold"_s, {u"FontBold"_s}},
+        {u"FontItalic"_s, {u"FontItalic"_s}},
+        {u"PositionHorizontal"_s, {u"Horizontal position"_s}},
+        {u"VerticalPosition"_s, {u"Vertical position"_s}},
+        {u"RefreshRate"_s, {u"Speed"_s}},
+        {u"RefreshSteps"_s, {u"Refresh Rate"_s}},
+        {u"Language"_s, {u"Language"_s}},
+        {u"Trace"_s, {u"Trace"_s}},
+    };
+    return settings.value(key);
+}
+
+QString ClientConfigForm::LockedHint()
+{
+    return ResString(826);
+}
+
+bool ClientConfigForm::isLocked(const QString &key) const
+{
+    const QStringList settings = SettingsOf(key);
+    return !settings.isEmpty() &&
+           std::all_of(settings.cbegin(), settings.cend(),
+                       [this](const QString &setting) { return m_ctx.options.isLocked(setting); });
+}
+
 void ClientConfigForm::SetInfos()
 {
     const Options &options = m_ctx.options;
@@ -112,7 +147,7 @@ void ClientConfigForm::setValue(const QString &key, const QVariant &value)
 {
     // A row still showing what it was given is one the person left alone: a value
     // beyond its editor's range goes back to the settings as it came.
-    if (value == this->value(key))
+    if (value == this->value(key) || isLocked(key))
         return;
     if (key == "FontName"_L1)
         values.FontName = value.toString();
@@ -150,13 +185,16 @@ QString ClientConfigForm::FontSummary() const
 void ClientConfigForm::FontChosen(const QString &name, int size, bool bold, bool italic)
 {
     TraceLog(Form + u"OnEditButtonClick"_s);
-    if (!name.isEmpty())
+    // The dialog sets the whole font; what the administrator locked keeps its value.
+    if (!name.isEmpty() && !isLocked(u"FontName"_s))
         values.FontName = name;
     // A font given in pixels has no point size; the row keeps its own then.
-    if (size > 0)
+    if (size > 0 && !isLocked(u"FontSize"_s))
         values.FontSize = qBound(FontSizeMin, size, FontSizeMax);
-    values.FontBold = bold;
-    values.FontItalic = italic;
+    if (!isLocked(u"FontBold"_s))
+        values.FontBold = bold;
+    if (!isLocked(u"FontItalic"_s))
+        values.FontItalic = italic;
 }
 
 void ClientConfigForm::LanguageChosen(int index)

@@ -47,6 +47,13 @@ public:
     static QString Title();
     // The choices of a list row in the present language; empty for other rows.
     static QStringList ListItems(const QString &key);
+    // The keys of the settings a row shows ("RefreshRate" is stored as "Speed"); none for a section.
+    static QStringList SettingsOf(const QString &key);
+    // What a greyed row says: the administrator fixed its value.
+    static QString LockedHint();
+
+    // The administrator locked every key the row shows: the row is greyed and keeps the settings' value.
+    bool isLocked(const QString &key) const;
 
     // The rows' values from the settings.
     void SetInfos();

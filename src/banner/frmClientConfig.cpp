@@ -50,8 +50,19 @@ void frmClientConfig::AssignLabels()
     ui.DefaultButton->setText(ResString(1452));
     ui.propConfig->setAccessibleName(ResString(AccessibleTexts::Properties));
     ui.lblHint->setAccessibleName(ResString(AccessibleTexts::FieldHelp));
+    AssignLocks();
     Mnemonics::assign(this);
     OnEditing(m_hintKey);
+}
+
+void frmClientConfig::AssignLocks()
+{
+    for (const PropertyRow &row : ClientConfigForm::Rows()) {
+        if (!m_logic.isLocked(row.key))
+            continue;
+        ui.propConfig->setRowEnabled(row.key, false);
+        ui.propConfig->setRowToolTip(row.key, ClientConfigForm::LockedHint());
+    }
 }
 
 void frmClientConfig::SetInfos()

@@ -24,6 +24,8 @@ protected:
 
 private:
     void AssignLabels();
+    // Greys the rows whose settings the administrator locked, with a tip that says so.
+    void AssignLocks();
     // The rows from the logic's values, and back.
     void SetInfos();
     void readRows();

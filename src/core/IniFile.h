@@ -6,10 +6,14 @@
 
 #include <optional>
 #include <utility>
+#include <variant>
 
 // The ini routines: one section of one file, chosen beforehand. Values are read
-// through a 255-character buffer, so longer ones come back cut. A file that an
-// administrator deploys (the fallback) answers for keys the user's file lacks.
+// through a 255-character buffer, so longer ones come back cut. Three layers
+// answer a read: the user's file, then the machine's file an administrator
+// deploys (the fallback), then the caller's default. In the machine's file,
+// "Key[$i]=value" locks a key and "[Section][$i]" every key of its section: a
+// locked key reads from there (or the default), whatever the user's file says.
 class IniFile
 {
 public:
@@ -25,20 +29,26 @@ public:
     // Leading digits count ("12px" reads 12); a text without any reads 0 and
     // clears *wellFormed, as does anything after the digits.
     qint64 readInt(const QString &key, qint64 defaultValue, bool *wellFormed = nullptr) const;
+    // The machine's file fixes the key; the user's file cannot lock anything.
+    bool isLocked(const QString &key) const;
     // The file exists but cannot be read.
     bool unreadable() const;
     struct Entry
     {
         QString key;
         QString value;
+        // What a read gives when neither file holds the key; a number makes the value compare as one.
+        std::variant<qint64, QString> builtIn = QString();
     };
-    // All entries in one rewrite of the file, which replaces the old one whole.
+    // All entries in one rewrite of the user's file, which replaces the old one
+    // whole. The file keeps only what differs: a key locked, or whose value reads
+    // the same from the machine's file or the built-in default, leaves it.
     bool writeValues(const QList<Entry> &entries) const;
     bool writeString(const QString &key, const QString &value) const;
-    bool writeInt(const QString &key, qint64 value) const;
 
     // While one stands, reads take both files as they were when it began, read
-    // once, rather than reading them again for every key.
+    // once, rather than reading them again for every key. One made while another
+    // stands leaves it be.
     class Snapshot
     {
     public:
@@ -49,12 +59,15 @@ public:
 
     private:
         const IniFile &m_ini;
+        bool m_taken = false;
     };
 
 private:
-    QStringList linesOf(const QString &fileName) const;
+    QStringList userLines() const;
+    QStringList machineLines() const;
     bool registered() const;
-    std::optional<QString> lookup(const QString &fileName, const QString &key) const;
+    // The value a read gives before the caller's default.
+    std::optional<QString> layered(const QString &key) const;
 
     QString m_section;
     QString m_fileName;

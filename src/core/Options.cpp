@@ -2,6 +2,20 @@
 
 #include "core/OptionKeys.h"
 
+namespace {
+
+// The line a key of the table makes, compared on saving with what its read default gives.
+IniFile::Entry entryOf(const Options &options, const OptionKey &key)
+{
+    const OptionValue value = optionValue(options, key);
+    return {key.key,
+            std::holds_alternative<QString>(value) ? std::get<QString>(value)
+                                                   : QString::number(std::get<qint64>(value)),
+            key.readDefault};
+}
+
+} // namespace
+
 Options::Options()
 {
     for (const OptionKey &key : optionKeys())
@@ -27,40 +41,40 @@ void Options::ReadOptions()
     }
     const IniFile::Snapshot snapshot(m_ini);
     for (const OptionKey &key : optionKeys()) {
-        const QString name = key.key;
-        if (const auto *text = std::get_if<QString>(&key.readDefault)) {
-            setOptionValue(*this, key, m_ini.readString(name, *text));
-            continue;
-        }
         bool wellFormed = true;
-        const qint64 value = m_ini.readInt(name, std::get<qint64>(key.readDefault), &wellFormed);
+        const OptionValue value = read(key, &wellFormed);
         if (!wellFormed)
-            m_problems << QStringLiteral("Options:ReadOptions - \"") + name +
-                              QStringLiteral("\" is not a number; ") + QString::number(value) +
-                              QStringLiteral(" is used");
+            m_problems << QStringLiteral("Options:ReadOptions - \"") + key.key +
+                              QStringLiteral("\" is not a number; ") +
+                              QString::number(std::get<qint64>(value)) + QStringLiteral(" is used");
         setOptionValue(*this, key, value);
     }
+}
+
+OptionValue Options::read(const OptionKey &key, bool *wellFormed) const
+{
+    if (const auto *text = std::get_if<QString>(&key.readDefault))
+        return m_ini.readString(key.key, *text);
+    return m_ini.readInt(key.key, std::get<qint64>(key.readDefault), wellFormed);
 }
 
 void Options::SaveOptions() const
 {
     // One rewrite of the file for all keys: a save cut short leaves the old file whole.
     QList<IniFile::Entry> entries;
-    for (const OptionKey &key : optionKeys()) {
-        if (!key.saved)
-            continue;
-        const OptionValue value = optionValue(*this, key);
-        entries.append({key.key, std::holds_alternative<QString>(value)
-                                     ? std::get<QString>(value)
-                                     : QString::number(std::get<qint64>(value))});
-    }
+    for (const OptionKey &key : optionKeys())
+        if (key.saved)
+            entries.append(entryOf(*this, key));
     m_ini.writeValues(entries);
 }
 
 void Options::SaveConnectionSettings() const
 {
-    m_ini.writeValues(
-        {{QStringLiteral("Host"), Server}, {QStringLiteral("ClientPort"), QString::number(ClientPort)}});
+    QList<IniFile::Entry> entries;
+    for (const OptionKey &key : optionKeys())
+        if (key.key == QLatin1StringView("Host") || key.key == QLatin1StringView("ClientPort"))
+            entries.append(entryOf(*this, key));
+    m_ini.writeValues(entries);
 }
 
 void Options::SaveUpdLocation(const QString &location) const
@@ -70,7 +84,8 @@ void Options::SaveUpdLocation(const QString &location) const
 
 void Options::ResetToDefault()
 {
+    const IniFile::Snapshot snapshot(m_ini);
     for (const OptionKey &key : optionKeys())
         if (key.resetDefault)
-            setOptionValue(*this, key, *key.resetDefault);
+            setOptionValue(*this, key, isLocked(key.key) ? read(key) : *key.resetDefault);
 }

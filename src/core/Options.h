@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/IniFile.h"
+#include "core/OptionKeys.h"
 
 #include <QString>
 #include <QStringList>
@@ -16,7 +17,9 @@ struct FontSpec
 
 // The client's settings, section "Options" of KorvaneClient.ini. Keys, types
 // and defaults are the table of OptionKeys; a new Options holds the reset
-// defaults, and the read defaults where a reset leaves the value alone.
+// defaults, and the read defaults where a reset leaves the value alone. Saves
+// keep in the user's file only what differs from the machine's file and the
+// defaults, and never a key the machine's file locks.
 class Options
 {
 public:
@@ -51,9 +54,14 @@ public:
     void SaveOptions() const;
     void SaveConnectionSettings() const;
     void SaveUpdLocation(const QString &location) const;
+    // A locked key resets to what the machine's file sets.
     void ResetToDefault();
+    // The administrator fixed the key in the machine's file: saves leave it out.
+    bool isLocked(const QString &key) const { return m_ini.isLocked(key); }
 
 private:
+    OptionValue read(const OptionKey &key, bool *wellFormed = nullptr) const;
+
     IniFile m_ini;
     QStringList m_problems;
 };

@@ -289,6 +289,29 @@ bool PropertyInspector::isRowEnabled(const QString &key) const
     return row != m_rows.constEnd() && !row->item->isDisabled();
 }
 
+void PropertyInspector::setRowToolTip(const QString &key, const QString &tip)
+{
+    const auto row = m_rows.constFind(key);
+    if (row == m_rows.constEnd())
+        return;
+    row->item->setToolTip(0, tip);
+    row->item->setToolTip(1, tip);
+    if (QWidget *widget = itemWidget(row->item, 1))
+        widget->setToolTip(tip);
+    if (QWidget *field = editor(key)) {
+        field->setToolTip(tip);
+        field->setAccessibleDescription(tip);
+    }
+    if (row->button)
+        row->button->setToolTip(tip);
+}
+
+QString PropertyInspector::rowToolTip(const QString &key) const
+{
+    const auto row = m_rows.constFind(key);
+    return row == m_rows.constEnd() ? QString() : row->item->toolTip(0);
+}
+
 QWidget *PropertyInspector::editor(const QString &key) const
 {
     const auto row = m_rows.constFind(key);

@@ -40,6 +40,9 @@ public:
     void setReadOnly(const QString &key, bool readOnly);
     void setRowEnabled(const QString &key, bool enabled);
     bool isRowEnabled(const QString &key) const;
+    // A tip over the whole row, caption and value, which a greyed row shows too; the field reads it out.
+    void setRowToolTip(const QString &key, const QString &tip);
+    QString rowToolTip(const QString &key) const;
     // The widget that takes the focus for the row's value; nullptr for a plain section.
     QWidget *editor(const QString &key) const;
     QString currentKey() const;
