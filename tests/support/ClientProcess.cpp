@@ -29,7 +29,9 @@ void ClientProcess::start(const TempProfile &profile, const QString &binary, con
 
 void ClientProcess::signal(int number)
 {
-    ::kill(static_cast<pid_t>(process.processId()), number);
+    // A client that already ended has pid 0, and kill(0) would signal this whole process group.
+    if (const qint64 pid = process.processId(); pid > 0)
+        ::kill(static_cast<pid_t>(pid), number);
     process.waitForFinished(10000);
 }
 
