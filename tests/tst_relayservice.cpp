@@ -219,6 +219,42 @@ private Q_SLOTS:
         }
         ::close(decoy);
     }
+
+    // A relay run by hand after a client took the port: the client gives it up at its next tick,
+    // and the relay, trying every second, takes it and relays.
+    void aRelayThatComesLaterGetsThePortFromTheClient()
+    {
+        TempProfile profile;
+        gProcess().AppDataPath = profile.dataHome();
+        RelayFolder relay;
+        QDir().mkpath(relay.dir.filePath(u"etc/Korvane"_s));
+        QFile machine(relay.dir.filePath(u"etc/Korvane/KorvaneClient.ini"_s));
+        QVERIFY(machine.open(QIODevice::WriteOnly));
+        machine.write("[Options]\nClientPort=" + QByteArray::number(relay.port) + '\n');
+        machine.close();
+        qputenv("XDG_CONFIG_DIRS", relay.dir.filePath(u"etc"_s).toUtf8());
+        Encryption codec;
+        ConnectionManager client(codec);
+        client.tmrUdpStarter_Timer();
+        QCOMPARE(client.wsUDP.state(), QAbstractSocket::BoundState);
+
+        QProcess service;
+        service.start(program("../src/korvane-relayd"), {});
+        QVERIFY(service.waitForStarted(10000));
+        const QString log = relay.path + u"/client.log"_s;
+        const auto logged = [&](const char *text) {
+            QFile file(log);
+            return file.open(QIODevice::ReadOnly) && file.readAll().contains(text);
+        };
+        QTRY_VERIFY(logged("tried again every second"));
+        client.tmrUdpStarter_Timer();
+        QVERIFY(client.udpRelay().isFollowing());
+        QTRY_VERIFY_WITH_TIMEOUT(logged(" relayed\n"), 10000);
+        relay.send("127.0.0.1");
+        QTRY_COMPARE(obeyed(), 1);
+        service.kill();
+        service.waitForFinished();
+    }
 };
 
 int main(int argc, char *argv[])
