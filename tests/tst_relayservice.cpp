@@ -143,8 +143,11 @@ private Q_SLOTS:
 
         QProcess service;
         service.setChildProcessModifier([datagram, stream] {
-            dup2(datagram, 3);
-            dup2(stream, 4);
+            // The local socket first: the relay tells them apart by what they are. Copies above
+            // the two places first, so that neither overwrites the other.
+            const int local = fcntl(stream, F_DUPFD, 10), port = fcntl(datagram, F_DUPFD, 10);
+            dup2(local, 3);
+            dup2(port, 4);
             setenv("LISTEN_FDS", "2", 1);
             setenv("LISTEN_PID", QByteArray::number(getpid()).constData(), 1);
             becomeNobody();

@@ -83,6 +83,13 @@ private Q_SLOTS:
         machine.send();
         QTRY_COMPARE(obeyed(), 2);
         QCOMPARE(logText().count(u"UDP order from 127.0.0.2 ignored: only the server localhost"_s), 1);
+        // Another server: a stranger already told of is told of again.
+        gOptions().Server = u"127.0.0.1"_s;
+        machine.send("127.0.0.2");
+        machine.send();
+        QTRY_COMPARE(obeyed(), 3);
+        QCOMPARE(logText().count(u"UDP order from 127.0.0.2 ignored"_s), 2);
+        gOptions().Server = u"localhost"_s;
         // The server's name is looked up once: later orders are judged at once.
         UdpOrderFilter filter;
         QSignalSpy accepted(&filter, &UdpOrderFilter::accepted);
