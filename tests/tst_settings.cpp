@@ -161,8 +161,9 @@ private Q_SLOTS:
     void machineFileLocks()
     {
         TempProfile profile;
-        profile.writeFile(u"etc/KorvaneClient.ini"_s,
-                          "[Options]\nHost[$i]=central.example\nClientPort=4000\n trace [$I] = 1\n");
+        // A marked line above every section belongs to none, and locks nothing.
+        profile.writeFile(u"etc/KorvaneClient.ini"_s, "Speed[$i]=1\n[Options]\nHost[$i]=central.example\n"
+                                                      "ClientPort=4000\n trace [$I] = 1\n");
         Options options = read(profile, "[Options]\nHost=mine\nClientPort=5000\nTrace=0\nSpeed=7\n");
         QCOMPARE(std::tuple(options.Server, options.ClientPort, options.Trace, options.RefreshRate),
                  std::tuple(u"central.example"_s, 5000, true, 7));
