@@ -18,6 +18,7 @@
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTest>
+#include <QToolButton>
 
 using namespace Qt::StringLiterals;
 
@@ -191,6 +192,10 @@ private Q_SLOTS:
         f.read(f.options);
         frmClientConfig locked(f.client);
         QCOMPARE(greyed(*locked.ui.propConfig).size(), 11);
+        const QList<QToolButton *> buttons = locked.ui.propConfig->findChildren<QToolButton *>();
+        QVERIFY(!buttons.isEmpty());
+        for (const QToolButton *button : buttons)
+            QCOMPARE(button->toolTip(), u"Set by your administrator"_s);
         QTest::mouseClick(locked.ui.OKButton, Qt::LeftButton);
         QCOMPARE(f.profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\n"));
     }
