@@ -69,6 +69,14 @@ struct RelayFolder
         gOptions().ClientPort = port;
     }
     ~RelayFolder() { qunsetenv("KORVANE_RELAY_DIR"); }
+    // The machine's settings, in a folder the relay's account may read.
+    bool writeMachineFile(const QByteArray &options) const
+    {
+        QDir().mkpath(dir.filePath(u"etc/Korvane"_s));
+        qputenv("XDG_CONFIG_DIRS", dir.filePath(u"etc"_s).toUtf8());
+        QFile machine(dir.filePath(u"etc/Korvane/KorvaneClient.ini"_s));
+        return machine.open(QIODevice::WriteOnly) && machine.write("[Options]\n" + options) > 0;
+    }
     void send(const char *from) const
     {
         QUdpSocket sender;
@@ -114,13 +122,8 @@ private Q_SLOTS:
         TempProfile profile;
         gProcess().AppDataPath = profile.dataHome();
         RelayFolder relay;
-        // The machine's settings, readable by the service's account, and a log folder it may write.
-        QDir().mkpath(relay.dir.filePath(u"etc/Korvane"_s));
-        QFile machine(relay.dir.filePath(u"etc/Korvane/KorvaneClient.ini"_s));
-        QVERIFY(machine.open(QIODevice::WriteOnly));
-        machine.write("[Options]\nHost=localhost\nUdpOrdersFrom=server\n");
-        machine.close();
-        qputenv("XDG_CONFIG_DIRS", relay.dir.filePath(u"etc"_s).toUtf8());
+        // The machine's settings, and a log folder the service's account may write.
+        QVERIFY(relay.writeMachineFile("Host=localhost\nUdpOrdersFrom=server\n"));
         const QString logs = relay.dir.filePath(u"logs"_s);
         QDir().mkpath(logs);
         chmod(logs.toLocal8Bit().constData(), 0777);
@@ -195,18 +198,13 @@ private Q_SLOTS:
     void aRelayRunByHandTakesThePortOfTheMachinesFile()
     {
         RelayFolder relay;
-        QDir().mkpath(relay.dir.filePath(u"etc/Korvane"_s));
-        qputenv("XDG_CONFIG_DIRS", relay.dir.filePath(u"etc"_s).toUtf8());
         const int decoy = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un name{};
         name.sun_family = AF_UNIX;
         std::snprintf(name.sun_path, sizeof name.sun_path, "%s", qPrintable(relay.dir.filePath(u"decoy"_s)));
         QVERIFY(bind(decoy, reinterpret_cast<sockaddr *>(&name), sizeof name) == 0 && listen(decoy, 1) == 0);
         for (const auto &[setting, port] : {std::pair("65535", 65535), std::pair("0", 58502)}) {
-            QFile machine(relay.dir.filePath(u"etc/Korvane/KorvaneClient.ini"_s));
-            QVERIFY(machine.open(QIODevice::WriteOnly));
-            machine.write(QByteArray("[Options]\nClientPort=") + setting + '\n');
-            machine.close();
+            QVERIFY(relay.writeMachineFile(QByteArray("ClientPort=") + setting + '\n'));
             QProcess service;
             service.setChildProcessModifier([decoy] {
                 dup2(decoy, 3);
@@ -230,12 +228,7 @@ private Q_SLOTS:
         TempProfile profile;
         gProcess().AppDataPath = profile.dataHome();
         RelayFolder relay;
-        QDir().mkpath(relay.dir.filePath(u"etc/Korvane"_s));
-        QFile machine(relay.dir.filePath(u"etc/Korvane/KorvaneClient.ini"_s));
-        QVERIFY(machine.open(QIODevice::WriteOnly));
-        machine.write("[Options]\nClientPort=" + QByteArray::number(relay.port) + '\n');
-        machine.close();
-        qputenv("XDG_CONFIG_DIRS", relay.dir.filePath(u"etc"_s).toUtf8());
+        QVERIFY(relay.writeMachineFile("ClientPort=" + QByteArray::number(relay.port) + '\n'));
         Encryption codec;
         ConnectionManager client(codec);
         client.tmrUdpStarter_Timer();
