@@ -187,6 +187,15 @@ private Q_SLOTS:
         relay.send("127.0.0.1");
         QTRY_COMPARE(obeyed(), 3);
         QVERIFY(client.udpRelay().isFollowing());
+        // A place given up is free again for the same user.
+        second.disconnectFromServer();
+        QTest::qWait(300); // for the relay to see it go
+        QLocalSocket again;
+        again.connectToServer(QString::fromLocal8Bit(path));
+        QVERIFY(again.waitForConnected(5000));
+        relay.send("127.0.0.1");
+        QTRY_COMPARE(obeyed(), 4);
+        QTRY_VERIFY(again.bytesAvailable() > 0);
 
         service.kill();
         service.waitForFinished();
@@ -219,6 +228,15 @@ private Q_SLOTS:
             service.waitForFinished();
         }
         ::close(decoy);
+
+        // A socket that cannot be made ends the relay at once, for the service manager to see.
+        QFile blocker(relay.dir.filePath(u"file"_s));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        qputenv("KORVANE_RELAY_DIR", blocker.fileName().toUtf8() + "/run");
+        QProcess broken;
+        broken.start(program("../src/korvane-relayd"), {});
+        QVERIFY(broken.waitForFinished(10000));
+        QCOMPARE(broken.exitCode(), 1);
     }
 
     // A relay run by hand after a client took the port: the client gives it up at its next tick,
@@ -243,6 +261,16 @@ private Q_SLOTS:
             return file.open(QIODevice::ReadOnly) && file.readAll().contains(text);
         };
         QTRY_VERIFY(logged("tried again every second"));
+        // While the port stays taken the relay neither spins nor fills its log.
+        QTest::qWait(2500);
+        QFile stat(u"/proc/%1/stat"_s.arg(service.processId()));
+        QVERIFY(stat.open(QIODevice::ReadOnly));
+        const QList<QByteArray> fields = stat.readAll().split(' ');
+        QVERIFY2(fields.value(13).toLong() + fields.value(14).toLong() < sysconf(_SC_CLK_TCK) / 2,
+                 "the relay spent more than half a second of processor retrying the port");
+        QFile logFile(log);
+        QVERIFY(logFile.open(QIODevice::ReadOnly));
+        QCOMPARE(logFile.readAll().count("tried again every second"), 1);
         client.tmrUdpStarter_Timer();
         QVERIFY(client.udpRelay().isFollowing());
         QTRY_VERIFY_WITH_TIMEOUT(logged(" relayed\n"), 10000);
