@@ -298,10 +298,9 @@ void PropertyInspector::setRowToolTip(const QString &key, const QString &tip)
     row->item->setToolTip(1, tip);
     if (QWidget *widget = itemWidget(row->item, 1))
         widget->setToolTip(tip);
-    if (QWidget *field = editor(key)) {
-        field->setToolTip(tip);
+    // The field shows the tip of the row's widget around it; a screen reader reads its own.
+    if (QWidget *field = editor(key))
         field->setAccessibleDescription(tip);
-    }
     if (row->button)
         row->button->setToolTip(tip);
 }
