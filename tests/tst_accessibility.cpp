@@ -6,15 +6,11 @@
 #include "core/Frontend.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
-#include "core/UserInfos.h"
 #include "core/UserStore.h"
-#include "delivery/Receipts.h"
-#include "link/Policies.h"
 #include "store/DBFunctions.h"
-#include "store/LevelCollection.h"
 #include "store/MessageCodes.h"
-#include "support/RecordingFrontend.h"
-#include "support/StoreFixture.h"
+#include "support/AuthoringFixture.h"
+#include "support/Untranslated.h"
 #include "ui/InputBox.h"
 #include "ui/frmDialog.h"
 
@@ -54,8 +50,7 @@ bool operated(const QWidget *w)
             qobject_cast<const QPlainTextEdit *>(w) || qobject_cast<const QAbstractItemView *>(w));
 }
 
-// Tab from the focus until it comes back: every control shown and enabled is on the way, every
-// control shown has a name, every push button a letter, and no letter serves twice.
+// Tab comes back round every control shown and enabled; each has a name, each push button its own letter.
 void checkKeyboard(QWidget *window)
 {
     window->show();
@@ -99,34 +94,25 @@ class TestAccessibility : public QObject
 private Q_SLOTS:
     void cleanup() { gOptions().Language = 0; }
 
-    // The composer, the package composer, the reply and the policies (many check boxes, one
-    // alphabet), walked by Tab in English and in French; a label's letter takes the keyboard to its field.
+    // The authoring forms and the policies (many check boxes, one alphabet), in English and in French.
     void formsWalkedByKeyboard()
     {
-        StoreFixture f;
-        RecordingFrontend frontend;
-        UserInfos user(u"jdoe"_s);
-        const auto send = [](const QString &) { return true; };
-        Receipts senders(send);
-        const AuthoringContext context{f.clock,    ClientDB(), TempDB(), user,     gPolicies(), gLevels(),
-                                       gSession(), gProcess(), senders,  frontend, send};
-        frmMessage composer(context), package(context, true);
+        AuthoringFixture f;
+        frmMessage composer(f.context), package(f.context, true);
         composer.OpenNew(0, u"ID1"_s, QString());
         package.OpenNew(0, u"P1"_s, QString());
-        frmReply reply(context);
+        frmReply reply(f.context);
         reply.Open(DVMessage(), u"R1"_s, false);
         // The reply starts where the answer is written, though Tab reads from the original down.
         reply.show();
         QVERIFY(QTest::qWaitForWindowActive(&reply));
         QCOMPARE(QApplication::focusWidget(), reply.ui.txtText);
-        const auto sendPolicies = [](const QString &, const QString &) { return true; };
-        QPointer<frmPolicies> policies = new frmPolicies({sendPolicies});
+        QPointer<frmPolicies> policies =
+            new frmPolicies({[](const QString &, const QString &) { return true; }});
         policies->Initialise(QString(), u"SEND;LINK;"_s);
         for (QWidget *form : QList<QWidget *>{&composer, &package, &reply, policies}) {
             for (int language : {0, 1}) {
-                gOptions().Language = language;
-                QEvent change(QEvent::LanguageChange);
-                QCoreApplication::sendEvent(form, &change);
+                switchLanguage(form, language);
                 checkKeyboard(form);
             }
             form->hide();
@@ -168,49 +154,43 @@ private Q_SLOTS:
         });
         InputBox::InputText(u"Name of the R&D share"_s, u"Title"_s, IconQuestion, ButtonsOkCancel, u"x"_s);
         QVERIFY(StringTable::load(u":/resources/strings.tsv"_s));
-        QCOMPARE(field, u"Name of the R&D share"_s);
         // As drawn: "&&" is one '&', a lone one marks the letter.
+        QCOMPARE(field, u"Name of the R&D share"_s);
         QCOMPARE(button.replace(u"&&"_s, u"+"_s).remove(u'&'), u"Q+A"_s);
     }
 
-    // The console as a user opens it, without a mouse: no administration items, and the Outbox first,
-    // where a status no version knows and a splitter key of text open like any other. Delete tells the
-    // server of each row and of the list; the changed columns are kept in the person's file when the
-    // list goes. Then the side bar by arrows and Enter, the grid's menu by Shift+F10, and Tab out of
-    // the grid rather than from cell to cell.
+    // The console as a user opens it, without a mouse: no administration items, the Outbox first (an
+    // unknown status and a splitter key of text open like any other), Delete, the side bar, the grid's menu
+    // by Shift+F10, Tab out of the grid, and the header's menu by Ctrl+Shift+F10 at the focused column.
     void consoleByKeyboard()
     {
-        StoreFixture f;
-        RecordingFrontend frontend;
-        UserInfos user(u"jdoe"_s);
-        Policies policies;
-        Session session;
+        AuthoringFixture f;
         QStringList sent;
         for (const char *id : {"M1", "M2"}) {
             DVMessage m;
-            m.MsgID = QLatin1String(id);
-            m.Status = id == QByteArrayView("M1") ? StatusActive : 99;
-            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true));
-            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, true));
+            std::tie(m.MsgID, m.Status) =
+                std::tuple{QLatin1String(id), id == QByteArrayView("M1") ? StatusActive : 99};
+            QVERIFY(SaveMessage(ClientDB(), u"Outbox"_s, m, false, true) &&
+                    SaveMessage(ClientDB(), u"Inbox"_s, m, false, true));
         }
         const QString userStore = f.profile.path() + u"/Client.conf"_s;
         UserStore(userStore).write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"wide"_s);
         frmAdmin console(
-            {ClientDB(), TempDB(), f.clock, frontend, gProcess(), session, user, policies, gLevels(),
+            {ClientDB(), TempDB(), f.clock, f.frontend, f.process, f.session, f.user, f.policies, f.levels,
              [&sent](const QString &p) { return !(sent << p.section(QChar(1), 0, 0)).isEmpty(); }, nullptr,
              userStore, f.profile.path(), f.profile.dataHome()});
         const auto items = [&console](const QString &text) {
             return console.ui.dxSideBar1->findItems(text, Qt::MatchExactly | Qt::MatchRecursive).size();
         };
-        QCOMPARE(std::pair(items(u"Outbox"_s), items(u"All messages"_s)),
-                 std::pair(qsizetype(1), qsizetype(0)));
         frmList *outbox = console.currentList();
-        QCOMPARE(std::pair(outbox->list(), outbox->model().rowCount()), std::pair(2, 2));
+        QCOMPARE(std::tuple(items(u"Outbox"_s), items(u"All messages"_s), outbox->list(),
+                            outbox->model().rowCount()),
+                 std::tuple(qsizetype(1), qsizetype(0), 2, 2));
         console.show();
         QVERIFY(QTest::qWaitForWindowActive(&console));
         outbox->ui.grid->selectAll();
         outbox->ui.grid->horizontalHeader()->resizeSection(3, 333);
-        frontend.answerBox(ResultYes);
+        f.frontend.answerBox(ResultYes);
         QTest::keyClick(outbox->ui.grid, Qt::Key_Delete);
         QCOMPARE(std::pair(sent, outbox->model().rowCount()),
                  std::pair(QStringList{u"RRC"_s, u"MUP"_s, u"MUP"_s, u"MDE"_s}, 0));
@@ -219,23 +199,23 @@ private Q_SLOTS:
         for (Qt::Key key : {Qt::Key_Home, Qt::Key_Down, Qt::Key_Return})
             QTest::keyClick(console.ui.dxSideBar1, key);
         frmList *inbox = console.currentList();
+        QTableView *grid = inbox->ui.grid;
         QCOMPARE(inbox->list(), 1);
+        QCOMPARE(QApplication::focusWidget(), grid);
         QFile custom(f.profile.dataHome() + u"/OutboxCust.xgl"_s);
         QVERIFY(custom.open(QIODevice::ReadOnly) && custom.readAll().contains("column colSubject 333 1"));
-        QCOMPARE(QApplication::focusWidget(), inbox->ui.grid);
-        inbox->ui.grid->selectRow(0);
-        QTest::keyClick(inbox->ui.grid, Qt::Key_F10, Qt::ShiftModifier);
+        grid->selectRow(0);
+        QTest::keyClick(grid, Qt::Key_F10, Qt::ShiftModifier);
         QTRY_VERIFY(inbox->menu()->isVisible());
         inbox->menu()->hide();
-        QTest::keyClick(inbox->ui.grid, Qt::Key_Tab);
-        QVERIFY(QApplication::focusWidget() != inbox->ui.grid);
+        QTest::keyClick(grid, Qt::Key_Tab);
+        QVERIFY(QApplication::focusWidget() != grid);
 
-        // Ctrl+Shift+F10 opens the header's menu at the focused column: sorted, then grouped, by keys alone.
-        QHeaderView *columns = inbox->ui.grid->horizontalHeader();
+        QHeaderView *columns = grid->horizontalHeader();
         const int column = columns->logicalIndex(2);
-        inbox->ui.grid->setCurrentIndex(inbox->ui.grid->model()->index(0, column));
-        const QString name = inbox->ui.grid->model()->headerData(column, Qt::Horizontal).toString();
-        const auto choose = [](QWidget *grid, const QString &text) {
+        grid->setCurrentIndex(grid->model()->index(0, column));
+        const QString name = grid->model()->headerData(column, Qt::Horizontal).toString();
+        const auto choose = [grid](const QString &text) {
             // Shared, since the menu may never open and the timer then fires after this returns.
             const auto found = std::make_shared<bool>(false);
             QTimer::singleShot(0, qApp, [found, text] {
@@ -252,10 +232,10 @@ private Q_SLOTS:
             QTest::keyClick(grid, Qt::Key_F10, Qt::ControlModifier | Qt::ShiftModifier);
             return *found;
         };
-        QVERIFY(choose(inbox->ui.grid, u"Sort by %1, Descending"_s.arg(name)));
+        QVERIFY(choose(u"Sort by %1, Descending"_s.arg(name)));
         QCOMPARE(std::pair(columns->sortIndicatorSection(), columns->sortIndicatorOrder()),
                  std::pair(column, Qt::DescendingOrder));
-        QVERIFY(choose(inbox->ui.grid, u"Group by %1"_s.arg(name)));
+        QVERIFY(choose(u"Group by %1"_s.arg(name)));
         QTRY_VERIFY(inbox->ui.groupGrid->isVisible());
         checkKeyboard(&console);
     }

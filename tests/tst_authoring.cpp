@@ -1,4 +1,4 @@
-// The composer, the reply form and the group editor, driven without a screen, and the engine's answers.
+// The composer and the reply form driven without a screen, and what the engine's answers open.
 #include "authoring/MessageForm.h"
 #include "authoring/ReplyForm.h"
 #include "core/Failure.h"
@@ -28,19 +28,18 @@ struct Fixture : AuthoringFixture
     Fixture()
     {
         user.setMachineID(u"WS-7"_s);
-        user.UserName = u"Jane Doe"_s;
         user.Agent = u"agent-1"_s;
-        for (const auto &[name, authority] : {std::pair{u"Message"_s, 0}, {u"Alarm"_s, 3}}) {
-            level row;
-            row.LevelName = name;
-            row.Authority = qint16(authority);
-            levels.add(row);
-        }
+        level row;
+        row.LevelName = u"Message"_s;
+        levels.add(row);
+        std::tie(row.LevelName, row.Authority) = std::tuple{u"Alarm"_s, qint16(3)};
+        levels.add(row);
         form.Load();
     }
-    void compose(const QString &id, const QString &text, const QString &target = u"bob"_s)
+    void compose(const QString &id, const QString &text, const QString &target = u"bob"_s,
+                 int action = NewMessage)
     {
-        form.OpenNew(NewMessage, id, target);
+        form.OpenNew(action, id, target);
         form.Fields.txtText = text;
     }
     // Presses OK: the outcome, the captions of the boxes that press put up, and the frames sent so far.
@@ -52,7 +51,6 @@ struct Fixture : AuthoringFixture
         return u"%1 [%2] sent %3"_s.arg(closed ? u"Close"_s : u"StayOpen"_s, captions().mid(shown).join(u'|'))
             .arg(sent.size());
     }
-    // Whether the last frame sent opens with this code and ID.
     bool lastIs(const QString &head) const { return !sent.isEmpty() && sent.last().startsWith(head); }
     // The record of the last MSG, RPL, RPA or STP sent.
     DVMessage lastRecord() const
@@ -62,12 +60,8 @@ struct Fixture : AuthoringFixture
             msg.ToObject(sent.last().section(QChar(2), sent.last().startsWith(u"STP"_s) ? 1 : 2, 2));
         return msg;
     }
+    static bool inOutbox(const QString &id) { return MessageExist(ClientDB(), u"Outbox"_s, id); }
 };
-
-bool inOutbox(const QString &id)
-{
-    return MessageExist(ClientDB(), u"Outbox"_s, id);
-}
 
 } // namespace
 
@@ -82,9 +76,9 @@ private Q_SLOTS:
         f.compose(u"ID9"_s, u"Fire drill at noon: use the \"east\" stairs, not the lifts"_s,
                   u"bob,\"ops\""_s);
         // Quotes become apostrophes in the fields too, and an empty subject is the text's start.
-        QCOMPARE((std::tuple{f.form.Caption(), f.form.OKButton(), f.form.Fields.txtTarget, f.sent.size()}),
-                 (std::tuple{u"New message ID9"_s, Close, u"bob,'ops'"_s, qsizetype(1)}));
-        QVERIFY(f.lastIs(u"MSG\x01ID9\x02"_s));
+        QCOMPARE((std::tuple{f.form.Caption(), f.press(f.form), f.lastIs(u"MSG\x01ID9\x02"_s),
+                             f.form.Fields.txtTarget}),
+                 (std::tuple{u"New message ID9"_s, u"Close [] sent 1"_s, true, u"bob,'ops'"_s}));
         const DVMessage sent = f.lastRecord();
         QCOMPARE((QVariantList{sent.Subject, sent.Message, sent.Status, sent.InitID, sent.Agent,
                                sent.MachineID, sent.ExpirationDate.date(), sent.CreationDate}),
@@ -94,41 +88,36 @@ private Q_SLOTS:
                                f.clock.currentDateTime()}));
 
         // A level the user may not choose is kept as the record names it; nothing changed, nothing sent.
-        f.sent.clear();
         DVMessage stored = sent;
         std::tie(stored.InitID, stored.MsgLevel, stored.DeleteAtExpiration, stored.CreationDate) =
             std::tuple{u"M0"_s, u"Alarm"_s, true, FakeClock::at(2026, 11, 20)};
         f.form.EditMessage(stored, EditMessageAction);
-        QCOMPARE((std::tuple{f.form.Fields.cboLevel, f.form.OKButton(), f.sent, f.frontend.questions.size()}),
-                 (std::tuple{u"Alarm"_s, Close, QStringList(), qsizetype(0)}));
+        QCOMPARE((std::pair{f.form.Fields.cboLevel, f.press(f.form)}),
+                 (std::pair{u"Alarm"_s, u"Close [] sent 1"_s}));
 
         f.form.EditMessage(stored, EditMessageAction);
         f.form.Fields.txtText = u"New text"_s;
         f.frontend.answerBox(ResultYes);
         f.form.OKButton();
-        const DVMessage edited = f.lastRecord();
-        QCOMPARE((QVariantList{f.frontend.questions.last().text, edited.Status, edited.InitID,
-                               edited.CreationDate}),
+        QCOMPARE((QVariantList{f.frontend.questions.last().text, f.lastRecord().Status, f.lastRecord().InitID,
+                               f.lastRecord().CreationDate}),
                  (QVariantList{u"Do you wish to repost the mesage?"_s, StatusResubmitted, u"M0"_s,
                                stored.CreationDate}));
 
         // A shared template keeps every date it had: none is set on the way out.
         f.form.EditMessage(stored, EditSharedTemplate);
-        f.form.OKButton();
-        QVERIFY(f.lastIs(u"STP\x01ID9\x02"_s));
-        QCOMPARE((std::pair{f.lastRecord().CreationDate, f.lastRecord().StartDate}),
-                 (std::pair{DateText::ZeroDate(), stored.StartDate}));
+        QCOMPARE((std::tuple{f.press(f.form), f.lastIs(u"STP\x01ID9\x02"_s), f.lastRecord().CreationDate,
+                             f.lastRecord().StartDate}),
+                 (std::tuple{u"Close [] sent 3"_s, true, DateText::ZeroDate(), stored.StartDate}));
 
-        // A personal template is kept here, then changed in place.
         const auto mine = [] { return GetMessage(ClientDB(), u"MyTemplates"_s, u"T1"_s); };
-        f.form.OpenNew(NewPersonalTemplate, u"T1"_s, QString());
-        f.form.Fields.txtText = u"Template"_s;
-        f.form.OKButton();
-        QCOMPARE(mine().Message, u"Template"_s);
+        f.compose(u"T1"_s, u"Template"_s, QString(), NewPersonalTemplate);
+        QCOMPARE((std::pair{f.press(f.form), mine().Message}),
+                 (std::pair{u"Close [] sent 3"_s, u"Template"_s}));
         f.form.EditMessage(mine(), EditPersonalTemplate);
         f.form.Fields.txtText = u"Changed"_s;
-        f.form.OKButton();
-        QCOMPARE((std::pair{mine().Message, f.sent.size()}), (std::pair{u"Changed"_s, qsizetype(2)}));
+        QCOMPARE((std::pair{f.press(f.form), mine().Message}),
+                 (std::pair{u"Close [] sent 3"_s, u"Changed"_s}));
 
         // A duplicate starts afresh as this user's: the copy's text under the new ID, the form's dates.
         DVMessage old;
@@ -153,12 +142,6 @@ private Q_SLOTS:
     void controlsAndTheirEnabling()
     {
         Fixture f;
-        // Next logon shows the Logon step; Certified clears the repeat.
-        f.form.Fields.numRepeat = 4;
-        f.form.cboDelivery_Click(1);
-        QCOMPARE(f.form.Fields.cboRepeat, int(RepeatLogon));
-        f.form.cboDelivery_Click(2);
-        QCOMPARE(f.form.Fields.numRepeat, 0);
         // Enabling ignores the receipt; the receipt's own click does not.
         f.form.EnableFields();
         QVERIFY(f.form.Enabling().chkNotify);
@@ -173,7 +156,7 @@ private Q_SLOTS:
         f.form.cmdVariable_Click();
         QCOMPARE(f.caption(), u"Variable selection"_s);
 
-        // numRepeat, cboRepeat, next run and expiration enabled, as 1 or 0.
+        // Whether numRepeat, cboRepeat, the next run and the expiration are enabled, as 1 or 0.
         for (const auto &[row, action, delivery, repeat, step, rptg, enabled] : {
                  std::tuple{"immediate once", 0, 0, 0, 2, true, "1000"},
                  {"immediate repeating", 0, 0, 3, 2, true, "1111"},
@@ -192,10 +175,9 @@ private Q_SLOTS:
                 std::tuple{delivery, repeat, step};
             f.form.EnableFields();
             const MessageEnabling &e = f.form.Enabling();
-            QString on = QLatin1String(row) + u' ';
-            for (bool control : {e.numRepeat, e.cboRepeat, e.nextRun, e.expiration})
-                on += control ? u'1' : u'0';
-            QCOMPARE(on, QLatin1String(row) + u' ' + QLatin1String(enabled));
+            const QString on =
+                u"%1%2%3%4"_s.arg(e.numRepeat).arg(e.cboRepeat).arg(e.nextRun).arg(e.expiration);
+            QVERIFY2(on == QLatin1String(enabled), qPrintable(QLatin1String(row) + u' ' + on));
         }
     }
 
@@ -248,10 +230,8 @@ private Q_SLOTS:
         QCOMPARE(f.press(f.form), u"StayOpen [Invalid characters] sent 0"_s);
         QCOMPARE((QStringList{f.form.Fields.txtSubject, f.form.Fields.txtText, f.form.Fields.txtTarget}),
                  (QStringList{u"Drill"_s, u"Drillat noon"_s, u"bobTGTeveryone"_s}));
-        // What is left goes as shown: one target field.
         QCOMPARE(f.press(f.form), u"Close [] sent 1"_s);
-        QCOMPARE((std::pair{f.sent[0].count(u"\x04TGT\x03"_s), f.lastRecord().Target}),
-                 (std::pair{qsizetype(1), u"bobTGTeveryone"_s}));
+        QCOMPARE(f.sent[0].count(u"\x04TGT\x03"_s), 1);
 
         // Characters the code page lacks are named before anything goes; No keeps the form.
         f.sent.clear();
@@ -262,8 +242,7 @@ private Q_SLOTS:
         f.frontend.answerBox(ResultYes);
         QCOMPARE(f.press(f.form), u"Close [Characters not supported] sent 1"_s);
 
-        // A subject a character too long for a frame: told, kept, not sent; so with the link down.
-        // Exactly one frame goes, with Chr(0) and "jdoe" behind the payload.
+        // A subject one character too long for a frame (Chr(0) and "jdoe" go behind it) is told and kept.
         f.sent.clear();
         const auto sendSubject = [&f](const QString &subject) {
             f.compose(u"ID3"_s, u"Text"_s);
@@ -287,16 +266,13 @@ private Q_SLOTS:
         QCOMPARE((std::pair{f.press(f.form), f.frontend.events.filter(u"ID4"_s)}),
                  (std::pair{u"Close [] sent 1"_s, QStringList{u"add 2 ID4"_s}}));
 
-        // The package composer and a shared template say the same of a link that is down.
         MessageForm package(f.context, true);
-        package.Load();
         package.OpenNew(NewMessage, u"P1"_s, u"bob"_s);
         package.Fields.txtText = u"Install"_s;
         package.Fields.txtLink = u"//files/share/setup.msi"_s;
         f.linkUp = false;
         QCOMPARE(f.press(package), u"StayOpen [Not sent] sent 1"_s);
-        f.form.OpenNew(NewSharedTemplate, u"T1"_s, QString());
-        f.form.Fields.txtText = u"Template"_s;
+        f.compose(u"T1"_s, u"Template"_s, QString(), NewSharedTemplate);
         gProcess().CurrentList = 5; // the shared templates on show take only what left
         QCOMPARE((std::pair{f.press(f.form), f.frontend.events.filter(u"T1"_s)}),
                  (std::pair{u"StayOpen [Not sent] sent 1"_s, QStringList()}));
@@ -348,31 +324,26 @@ private Q_SLOTS:
         DVMessage msg;
         std::tie(msg.MsgID, msg.InitID, msg.UserID, msg.Message, msg.StartDate) =
             std::tuple{u"R1"_s, u"M0"_s, u"alice"_s, u"Noon?"_s, FakeClock::at(2026, 11, 23, 9, 0)};
-        QStringList readers;
-        for (int i = 0; i < 2000; ++i)
-            readers << u"reader%1"_s.arg(i, 5, 10, QChar(u'0'));
         f.sent.clear();
         reply.Load();
         reply.Original(msg, u"R8"_s);
-        reply.ReplyToAll(readers.join(u','));
+        reply.ReplyToAll(QStringList(2000, u"reader00000"_s).join(u','));
         reply.Fields.txtText = u"Yes\x02"_s;
         QCOMPARE((std::pair{f.press(reply), reply.Fields.txtText}),
                  (std::pair{u"StayOpen [Invalid characters] sent 0"_s, u"Yes"_s}));
-        QCOMPARE((std::pair{f.press(reply), inOutbox(u"R8"_s)}),
+        QCOMPARE((std::pair{f.press(reply), Fixture::inOutbox(u"R8"_s)}),
                  (std::pair{u"StayOpen [Too long to send] sent 0"_s, false}));
         reply.Original(msg, u"R9"_s);
-        reply.Fields.txtText = u"Yes"_s;
         f.linkUp = false;
-        QCOMPARE((std::pair{f.press(reply), inOutbox(u"R9"_s)}),
+        QCOMPARE((std::pair{f.press(reply), Fixture::inOutbox(u"R9"_s)}),
                  (std::pair{u"StayOpen [Not sent] sent 0"_s, false}));
         f.linkUp = true;
-        QCOMPARE((std::pair{f.press(reply), inOutbox(u"R9"_s)}), (std::pair{u"Close [] sent 1"_s, true}));
+        QCOMPARE((std::pair{f.press(reply), Fixture::inOutbox(u"R9"_s)}),
+                 (std::pair{u"Close [] sent 1"_s, true}));
 
-        // A reply: widened to all as told, five fields from the person, the rest from what it answers.
         msg.Subject = u"Lunch"_s;
         msg.Target = u"bob,alice"_s;
         reply.Original(msg, u"R2"_s);
-        QCOMPARE(reply.Caption(), u"Reply to alice"_s);
         const auto toAll = [&reply](const QString &readers) {
             reply.ReplyToAll(readers);
             return reply.Reply().Target;
@@ -384,20 +355,18 @@ private Q_SLOTS:
         QCOMPARE((QStringList{toAll(QString()), toAll(msg.Target)}),
                  (QStringList{u"carol"_s, u"carol,bob,alice"_s}));
 
-        // Five fields come from the person; the edited subject and start do not.
+        // Five fields come from the person, not the edited subject and start; a reply is never answered.
         std::tie(reply.Fields.txtText, reply.Fields.txtSubject, reply.Fields.cboDelivery,
                  reply.Fields.dateNextRun, reply.Fields.chkReceipt) =
             std::tuple{u"Yes, \"at noon\""_s, u"Edited"_s, 3, QDate(2027, 1, 1), true};
         reply.OKButton();
-        QVERIFY(f.lastIs(u"RPA\x01R2\x02"_s));
         const DVMessage sent = f.lastRecord();
-        // A reply is never itself answered.
         QCOMPARE(
-            (QVariantList{sent.Message, sent.Subject, sent.StartDate, sent.MsgDelivery, sent.MsgLevel,
-                          sent.RefID, sent.InitID, sent.ModificationDate, sent.ExpirationDate,
-                          sent.AllowReply, inOutbox(u"R2"_s)}),
-            (QVariantList{u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s, u"R1"_s,
-                          u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate, false, true}));
+            (QVariantList{f.lastIs(u"RPA\x01R2\x02"_s), sent.Message, sent.Subject, sent.StartDate,
+                          sent.MsgDelivery, sent.MsgLevel, sent.RefID, sent.InitID, sent.ModificationDate,
+                          sent.ExpirationDate, sent.AllowReply, Fixture::inOutbox(u"R2"_s)}),
+            (QVariantList{true, u"Yes, 'at noon'"_s, u"Lunch"_s, msg.StartDate, qint16(3), u"sysKVReply"_s,
+                          u"R1"_s, u"M0"_s, f.clock.currentDateTime(), msg.ExpirationDate, false, true}));
 
         // A reply to that reply keeps the history and names the reply answered.
         reply.Original(sent, u"R3"_s);
@@ -444,34 +413,30 @@ private Q_SLOTS:
     {
         Fixture f;
         MessageForm package(f.context, true);
-        package.Load();
         package.OpenNew(0, u"P1"_s, QString());
         QCOMPARE((std::pair{package.Caption(), package.Levels().isEmpty()}),
                  (std::pair{u"New packageP1"_s, true}));
         // Text without a link keeps OK off; the target may stay empty whatever SEND says.
-        f.policies.CanSendToAll = false;
         package.Fields.txtText = u"Install the new VPN client"_s;
         package.TextChanged();
         QVERIFY(!package.Enabling().OKButton);
         package.Fields.txtLink = u"//srv/docs/vpn.exe"_s;
         package.TextChanged();
         QVERIFY(package.Enabling().OKButton);
-        // The record: the reserved level, no reply, Mandatory in ExactTime; sent as PKG.
         package.Fields.chkReply = package.Fields.chkExactTime = true;
-        QCOMPARE((std::pair{package.OKButton(), f.lastIs(u"PKG\u0001"_s)}), (std::pair{Close, true}));
-        const DVMessage sent = f.lastRecord();
-        QCOMPARE((QVariantList{sent.MsgLevel, sent.AllowReply, sent.ExactTime, sent.InitID}),
-                 (QVariantList{u"sysKVPackage"_s, false, true, u"P1"_s}));
+        QCOMPARE((QVariantList{f.press(package), f.lastIs(u"PKG\u0001"_s), f.lastRecord().MsgLevel,
+                               f.lastRecord().AllowReply, f.lastRecord().ExactTime, f.lastRecord().InitID}),
+                 (QVariantList{u"Close [] sent 1"_s, true, u"sysKVPackage"_s, false, true, u"P1"_s}));
         // An edit that changed nothing sends nothing; a real one clears InitID and keeps the status.
-        DVMessage stored = sent;
+        DVMessage stored = f.lastRecord();
         stored.Status = StatusCancelled;
         package.EditMessage(stored, 1);
         QCOMPARE(f.press(package), u"Close [] sent 1"_s);
         package.Fields.txtText = u"Install it today"_s;
-        package.OKButton();
-        QCOMPARE((QVariantList{f.lastRecord().Message, f.lastRecord().InitID, f.lastRecord().Status}),
-                 (QVariantList{u"Install it today"_s, QString(), int(StatusCancelled)}));
-        // Its directory requests carry P; its trace lines are signed with its own form.
+        QCOMPARE((QVariantList{f.press(package), f.lastRecord().Message, f.lastRecord().InitID,
+                               f.lastRecord().Status}),
+                 (QVariantList{u"Close [Message edited] sent 2"_s, u"Install it today"_s, QString(),
+                               int(StatusCancelled)}));
         package.RecipientsButton(SelectUsers);
         QCOMPARE(f.sent.last(), u"RUS\u0001P"_s);
         gOptions().Trace = true;

@@ -4,7 +4,6 @@
 #include "support/ClientProcess.h"
 #include "support/TempProfile.h"
 
-#include <QFile>
 #include <QTcpServer>
 #include <QTest>
 
@@ -27,7 +26,7 @@ private:
     }
 
 private Q_SLOTS:
-    void newcomerStartTriesTheServerAndEndsOnSignals()
+    void startsOnceEndsOnSignalsAndSurvivesBadFiles()
     {
         TempProfile profile;
         QTcpServer server;
@@ -38,8 +37,8 @@ private Q_SLOTS:
         QVERIFY(server.waitForNewConnection(10000));
         QTRY_VERIFY_WITH_TIMEOUT(client.log().contains(u" -- Ready!"_s), 10000);
         QVERIFY(client.log().contains(u" -- Started Korvane Client on "_s));
-        QVERIFY(client.log().contains(u" -- Connecting to server 127.0.0.1 on port "_s +
-                                      QString::number(server.serverPort()) + u"..."_s));
+        QVERIFY(client.log().contains(
+            u" -- Connecting to server 127.0.0.1 on port %1..."_s.arg(server.serverPort())));
 
         // A second start for the same user ends at once and silently.
         QProcess second;
@@ -51,8 +50,7 @@ private Q_SLOTS:
         QCOMPARE(client.log().count(u"Started Korvane Client on "_s), 1);
         stop(client, SIGTERM, u"Windows session is ending."_s);
 
-        // The next run begins an empty log; without a stored name it takes and
-        // keeps the directory's.
+        // The next run begins an empty log; without a stored name it takes and keeps the directory's.
         const QString fullName = GetUserFullName(UserInfos::LoginName());
         if (!fullName.isEmpty())
             profile.writeFile(u"config/Korvane/Client.conf"_s, "[Options]\n");
@@ -64,35 +62,31 @@ private Q_SLOTS:
             QVERIFY(QString::fromUtf8(profile.readFile(u"config/Korvane/Client.conf"_s))
                         .contains(u"UserName="_s + fullName));
         stop(again, SIGINT, u"User has pressed the CLOSE command from the form."_s);
-    }
 
-    // Bad settings, a file where the data folder should be and a damaged
-    // database in the folder used instead: each is logged, none stops the start.
-    void badSettingsDataFolderAndDatabaseNeverStopTheStart()
-    {
-        TempProfile profile;
-        profile.writeFile(
+        // Bad settings, a file for the data folder, a damaged database: each logged, none stops the start.
+        TempProfile damagedProfile;
+        damagedProfile.writeFile(
             u"config/Korvane/KorvaneClient.ini"_s,
             QByteArray("\xff\xfe\x00\n[Options]\nHost=\x01\x02\nClientPort=abc\nSpeed=\n[", 43));
-        profile.writeFile(u"config/Korvane/Client.conf"_s,
-                          "[Options]\nUserName=Jane Doe\n\x00\x00garbage=\n");
-        profile.writeFile(u"data/Korvane"_s, "a file where the data folder should be");
+        damagedProfile.writeFile(u"config/Korvane/Client.conf"_s,
+                                 "[Options]\nUserName=Jane Doe\n\x00\x00garbage=\n");
+        damagedProfile.writeFile(u"data/Korvane"_s, "a file where the data folder should be");
         const QByteArray damaged = QByteArray("SQLite format 3\0", 16) + QByteArray(8000, '\x5a');
-        profile.writeFile(u"runtime/Korvane/Client.db"_s, damaged);
-
-        ClientProcess client;
-        client.start(profile, QStringLiteral(KORVANE_CLIENT_BINARY));
-        const auto log = [&profile] {
-            return QString::fromUtf8(profile.readFile(u"runtime/Korvane/client.log"_s));
+        damagedProfile.writeFile(u"runtime/Korvane/Client.db"_s, damaged);
+        ClientProcess survivor;
+        survivor.start(damagedProfile, QStringLiteral(KORVANE_CLIENT_BINARY));
+        const auto log = [&damagedProfile] {
+            return QString::fromUtf8(damagedProfile.readFile(u"runtime/Korvane/client.log"_s));
         };
         QTRY_VERIFY_WITH_TIMEOUT(log().contains(u" -- Ready!"_s), 10000);
-        QVERIFY(log().contains(u" cannot be written; this run keeps its files in "_s));
-        QVERIFY(log().contains(u"\"ClientPort\" is not a number; 0 is used"_s));
-        QVERIFY(log().contains(u"frmKorvanClient:ReconnectToServer - Overflow"_s));
-        QVERIFY(log().contains(u"DBFunctions:InitializeDB - "_s));
-        client.signal(SIGTERM);
-        QCOMPARE(client.process.exitCode(), 0);
-        QCOMPARE(profile.readFile(u"runtime/Korvane/Client.db"_s), damaged);
+        for (const QString &line :
+             {u" cannot be written; this run keeps its files in "_s,
+              u"\"ClientPort\" is not a number; 0 is used"_s,
+              u"frmKorvanClient:ReconnectToServer - Overflow"_s, u"DBFunctions:InitializeDB - "_s})
+            QVERIFY2(log().contains(line), qPrintable(line));
+        survivor.signal(SIGTERM);
+        QCOMPARE(survivor.process.exitCode(), 0);
+        QCOMPARE(damagedProfile.readFile(u"runtime/Korvane/Client.db"_s), damaged);
     }
 };
 

@@ -1,5 +1,4 @@
-// The composer as a person meets it: its widgets offscreen, the answers that
-// open it through the desktop's frontend, and what reaches the link.
+// The composer as a person meets it offscreen, the answers that open it, and what reaches the link.
 #include "authoring/LevelDelegate.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
@@ -18,6 +17,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <list>
 #include <tuple>
 
 using namespace Qt::StringLiterals;
@@ -29,19 +29,25 @@ struct Fixture : AuthoringFixture
 {
     Fixture()
     {
-        for (const auto &[name, back, authority] : {std::tuple{u"Message"_s, 0x00FF00u, 0},
-                                                    {u"Alert"_s, 0x0000FFu, 0},
-                                                    {u"Alarm"_s, 0xFF0000u, 3}}) {
+        for (const auto &[name, back, authority] :
+             {std::tuple{u"Message"_s, 0x00FF00, 0}, {u"Alert"_s, 0x0000FF, 0}, {u"Alarm"_s, 0xFF0000, 3}}) {
             level row;
-            row.LevelName = name;
-            row.BackColor = back;
-            row.ForeColor = 0xFFFFFF;
-            row.Authority = qint16(authority);
+            std::tie(row.LevelName, row.BackColor, row.ForeColor, row.Authority) =
+                std::tuple{name, back, 0xFFFFFF, qint16(authority)};
             levels.add(row);
         }
         user.Agent = u"agent-1"_s;
     }
     ~Fixture() { gOptions().Language = 0; }
+    // A composer on show, opened for a new message.
+    frmMessage &open(const QString &id, bool package = false, const QString &target = {})
+    {
+        frmMessage &form = forms.emplace_back(context, package);
+        form.OpenNew(NewMessage, id, target);
+        form.show();
+        return form;
+    }
+    std::list<frmMessage> forms;
 };
 
 // Chooses an item of a combo by the keyboard, as a person would.
@@ -70,99 +76,87 @@ class TestComposerForms : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Each control of the composer does what a person expects of it, and the
-    // record that leaves holds what the controls showed.
+    // Each control does what a person expects of it, and the record that leaves holds what they showed.
     void composerControlsReachTheRecord()
     {
         Fixture f;
         std::tie(f.policies.UseDomainGroups, f.policies.UseKorvanGroups, f.policies.CanLinkDocument,
                  f.session.UsersLoaded) = std::tuple{true, false, false, true};
-        frmMessage form(f.context);
-        form.OpenNew(NewMessage, u"ID1"_s, QString());
-        form.show();
+        frmMessage &form = f.open(u"ID1"_s);
+        Ui::frmMessage &ui = form.ui;
         // The lists as a person reads them, and the levels above the user left out.
-        QCOMPARE(
-            (QList<int>{form.ui.cboDelivery->count(), form.ui.cboRepeat->count(), form.ui.cboLevel->count()}),
-            (QList<int>{4, 7, 2}));
-        QCOMPARE((QStringList{form.ui.cboRepeat->currentText(), form.ui.cboDelivery->itemText(3)}),
-                 (QStringList{u"Days"_s, u"Scheduled"_s}));
+        QCOMPARE((QVariantList{ui.cboDelivery->count(), ui.cboRepeat->count(), ui.cboLevel->count(),
+                               ui.cboRepeat->currentText(), ui.cboDelivery->itemText(3)}),
+                 (QVariantList{4, 7, 2, u"Days"_s, u"Scheduled"_s}));
         // No link without the right; the domain groups' button where the shared ones' would be.
-        QCOMPARE((QList<bool>{form.ui.txtLink->isVisibleTo(&form), form.ui.cmdKorvan->isVisibleTo(&form),
-                              form.ui.cmdDomain->isVisibleTo(&form),
-                              form.ui.layoutRecipients->indexOf(form.ui.cmdDomain) <
-                                  form.ui.layoutRecipients->indexOf(form.ui.cmdKorvan),
-                              form.ui.chkBroadcast->isVisibleTo(&form), form.ui.OKButton->isEnabled()}),
+        QCOMPARE((QList<bool>{ui.txtLink->isVisibleTo(&form), ui.cmdKorvan->isVisibleTo(&form),
+                              ui.cmdDomain->isVisibleTo(&form),
+                              ui.layoutRecipients->indexOf(ui.cmdDomain) <
+                                  ui.layoutRecipients->indexOf(ui.cmdKorvan),
+                              ui.chkBroadcast->isVisibleTo(&form), ui.OKButton->isEnabled()}),
                  (QList<bool>{false, false, true, true, true, false}));
 
         // A green level shows in the sample; the red one chosen turns it red.
-        const auto samplePixel = [&form] { return form.ui.lblSample->pixmap().toImage().pixelColor(2, 2); };
+        const auto samplePixel = [&ui] { return ui.lblSample->pixmap().toImage().pixelColor(2, 2); };
         QCOMPARE(samplePixel(), QColor(0, 255, 0));
-        choose(form.ui.cboLevel, 1);
+        choose(ui.cboLevel, 1);
         QCOMPARE(samplePixel(), QColor(255, 0, 0));
 
-        QTest::keyClicks(form.ui.txtText, u"Drill"_s);
-        QVERIFY(form.ui.OKButton->isEnabled() == f.policies.CanSendToAll);
-        QTest::keyClicks(form.ui.txtTarget, u"ann"_s);
-        QVERIFY(form.ui.OKButton->isEnabled());
+        QTest::keyClicks(ui.txtText, u"Drill"_s);
+        QVERIFY(ui.OKButton->isEnabled() == f.policies.CanSendToAll);
+        QTest::keyClicks(ui.txtTarget, u"ann"_s);
+        QVERIFY(ui.OKButton->isEnabled());
         f.frontend.answerText(u"%USERID%"_s);
-        QTest::mouseClick(form.ui.cmdVariable, Qt::LeftButton);
-        QCOMPARE(form.ui.txtText->toPlainText(), u"Drill%USERID%"_s);
+        QTest::mouseClick(ui.cmdVariable, Qt::LeftButton);
+        QCOMPARE(ui.txtText->toPlainText(), u"Drill%USERID%"_s);
 
         // Scheduled opens the start; a repeat opens its unit; the receipt opens the notice.
-        QVERIFY(!form.ui.dateNextRun->isEnabled() && !form.ui.chkExactTime->isEnabled());
-        choose(form.ui.cboDelivery, DeliveryScheduled);
-        QVERIFY(form.ui.dateNextRun->isEnabled() && form.ui.timeNextRun->isEnabled() &&
-                form.ui.chkExactTime->isEnabled() && form.ui.dateExpiration->isEnabled());
-        QVERIFY(!form.ui.cboRepeat->isEnabled());
-        form.ui.numRepeat->setFocus();
-        QTest::keyClick(form.ui.numRepeat, Qt::Key_Up);
-        QTest::keyClick(form.ui.numRepeat, Qt::Key_Up);
-        QVERIFY(form.ui.cboRepeat->isEnabled());
-        choose(form.ui.cboRepeat, RepeatWeeks);
-        f.policies.CanRequestNotification = true;
+        QVERIFY(!ui.dateNextRun->isEnabled() && !ui.chkExactTime->isEnabled());
+        choose(ui.cboDelivery, DeliveryScheduled);
+        QVERIFY(ui.dateNextRun->isEnabled() && ui.timeNextRun->isEnabled() && ui.chkExactTime->isEnabled() &&
+                ui.dateExpiration->isEnabled());
+        QVERIFY(!ui.cboRepeat->isEnabled());
+        ui.numRepeat->setFocus();
+        QTest::keyClick(ui.numRepeat, Qt::Key_Up);
+        QTest::keyClick(ui.numRepeat, Qt::Key_Up);
+        choose(ui.cboRepeat, RepeatWeeks);
         const auto tick = [](QWidget *box) {
             QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(4, box->height() / 2));
         };
-        tick(form.ui.chkReceipt);
-        QVERIFY(form.ui.chkNotify->isEnabled());
-        tick(form.ui.chkNotify);
-        form.ui.dateNextRun->setDate(QDate(2026, 12, 1));
-        form.ui.timeNextRun->setTime(QTime(9, 30));
-        form.ui.dateExpiration->setDate(QDate(2026, 12, 31));
-        form.ui.timeExpiration->setTime(QTime(18, 0));
-        tick(form.ui.chkBroadcast);
-        QTest::keyClicks(form.ui.txtSubject, u"Subject"_s);
+        tick(ui.chkReceipt);
+        tick(ui.chkNotify);
+        ui.dateNextRun->setDate(QDate(2026, 12, 1));
+        ui.timeNextRun->setTime(QTime(9, 30));
+        ui.dateExpiration->setDate(QDate(2026, 12, 31));
+        ui.timeExpiration->setTime(QTime(18, 0));
+        tick(ui.chkBroadcast);
+        QTest::keyClicks(ui.txtSubject, u"Subject"_s);
 
         // A directory here opens the selection at once; one not here is asked of the server.
         form.logic().getSelection = [](int kind, const QString &target) -> QString {
             return target + u",kind"_s + QString::number(kind);
         };
-        for (QWidget *button : {form.ui.cmdUsers, form.ui.cmdMyGroups, form.ui.cmdDomain})
+        for (QWidget *button : {ui.cmdUsers, ui.cmdMyGroups, ui.cmdDomain, ui.cmdMachines})
             QTest::mouseClick(button, Qt::LeftButton);
-        QCOMPARE(form.ui.txtTarget->text(), u"ann,kind3,kind0,kind1"_s);
-        QTest::mouseClick(form.ui.cmdMachines, Qt::LeftButton);
         QCOMPARE(f.sent, QStringList{u"RMA\x01M"_s});
         form.DisplayList(SelectMachines);
-        QCOMPARE(form.ui.txtTarget->text(), u"ann,kind3,kind0,kind1,kind4"_s);
 
         f.sent.clear();
-        QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
-        QCOMPARE(f.sent.size(), 1);
+        QTest::mouseClick(ui.OKButton, Qt::LeftButton);
         DVMessage sent;
-        sent.ToObject(f.sent[0].section(QChar(2), 2, 2));
-        QCOMPARE((QVariantList{sent.Subject, sent.Message, sent.Target, sent.MsgLevel, sent.MsgDelivery,
-                               sent.RepeatValue, sent.RepeatStep, sent.ReceiptRequired, sent.Notify,
-                               sent.Agent, sent.StartDate, sent.ExpirationDate}),
-                 (QVariantList{u"Subject"_s, u"Drill%USERID%"_s, u"ann,kind3,kind0,kind1,kind4"_s, u"Alert"_s,
-                               qint16(DeliveryScheduled), qint16(2), qint16(RepeatWeeks), true, true,
-                               QString(), QDateTime(QDate(2026, 12, 1), QTime(9, 30), Qt::UTC),
+        sent.ToObject(f.sent.value(0).section(QChar(2), 2, 2));
+        QCOMPARE((QVariantList{f.sent.size(), form.isVisible(), sent.Subject, sent.Message, sent.Target,
+                               sent.MsgLevel, sent.MsgDelivery, sent.RepeatValue, sent.RepeatStep,
+                               sent.ReceiptRequired, sent.Notify, sent.Agent, sent.StartDate,
+                               sent.ExpirationDate}),
+                 (QVariantList{qsizetype(1), false, u"Subject"_s, u"Drill%USERID%"_s,
+                               u"ann,kind3,kind0,kind1,kind4"_s, u"Alert"_s, qint16(DeliveryScheduled),
+                               qint16(2), qint16(RepeatWeeks), true, true, QString(),
+                               QDateTime(QDate(2026, 12, 1), QTime(9, 30), Qt::UTC),
                                QDateTime(QDate(2026, 12, 31), QTime(18, 0), Qt::UTC)}));
-        QVERIFY(!form.isVisible());
 
         // The document is browsed for; a dialog cancelled leaves the path as it was.
-        frmMessage package(f.context, true);
-        package.OpenNew(NewMessage, u"P1"_s, QString());
-        package.show();
+        frmMessage &package = f.open(u"P1"_s, true);
         QTemporaryDir folder;
         const QString document = folder.filePath(u"setup.msi"_s);
         QVERIFY(QFile(document).open(QIODevice::WriteOnly));
@@ -178,9 +172,7 @@ private Q_SLOTS:
         }
 
         // Certified takes the repeat away; Next logon repeats at each logon.
-        frmMessage other(f.context);
-        other.OpenNew(NewMessage, u"ID2"_s, QString());
-        other.show();
+        frmMessage &other = f.open(u"ID2"_s);
         other.ui.numRepeat->setValue(3);
         choose(other.ui.cboDelivery, DeliveryCertified);
         QCOMPARE(other.ui.numRepeat->value(), 0);
@@ -196,37 +188,27 @@ private Q_SLOTS:
 
         // A list of thousands of characters, and a long text, reach the wire whole, typed in or chosen.
         f.sent.clear();
-        QStringList names;
-        for (int i = 0; i < 400; ++i)
-            names << u"user%1"_s.arg(i, 4, 10, QChar(u'0'));
-        const QString whole = names.join(u',');
-        frmMessage longer(f.context);
-        longer.OpenNew(NewMessage, u"ID1"_s, whole);
-        longer.show();
-        QCOMPARE(longer.ui.txtTarget->text(), whole);
+        const QString whole = QStringList(400, u"user0000"_s).join(u',');
+        frmMessage &longer = f.open(u"ID1"_s, false, whole);
         longer.logic().getSelection = [](int, const QString &target) -> QString {
             return target + u",zed"_s;
         };
         longer.DisplayList(SelectUsers);
-        QCOMPARE(longer.ui.txtTarget->text(), whole + u",zed"_s);
         longer.ui.txtTarget->end(false);
         QTest::keyClicks(longer.ui.txtTarget, u",amy"_s);
         longer.ui.txtText->setPlainText(QString(5000, u'a') + u'b');
         QTest::mouseClick(longer.ui.OKButton, Qt::LeftButton);
         QCOMPARE(f.sent.size(), 1);
-        QVERIFY(f.sent[0].contains(u"\x04TGT\x03"_s + whole + u",zed,amy\x04"_s));
-        QVERIFY(f.sent[0].contains(QString(5000, u'a') + u'b'));
+        QVERIFY(f.sent[0].contains(u"\x04TGT\x03"_s + whole + u",zed,amy\x04"_s) &&
+                f.sent[0].contains(QString(5000, u'a') + u'b'));
     }
 
-    // The hint pane follows the focus and the pointer, every word and choice follows a language switch,
-    // and the sample follows its width; only a reply on show with words written is being written, and one
-    // without the right to link hides the link's label; a second answer keeps what is being written.
+    // The hint pane follows the focus and the pointer, every word and choice a language switch, the sample
+    // its width; only a reply on show with words written is being written; a second answer keeps those.
     void hintsLanguageAndDetails()
     {
         Fixture f;
-        frmMessage form(f.context);
-        form.OpenNew(NewMessage, u"ID1"_s, QString());
-        form.show();
+        frmMessage &form = f.open(u"ID1"_s);
         const int width = form.ui.lblSample->width();
         form.ui.lblSample->resize(width + 40, form.ui.lblSample->height());
         QCOMPARE(form.ui.lblSample->pixmap().deviceIndependentSize().width(), qreal(width + 40));
@@ -257,26 +239,23 @@ private Q_SLOTS:
                  (std::tuple{u"Immédiate"_s, u"Nouveau message ID1"_s, u"Objet"_s, int(RepeatMinutes)}));
         switchLanguage(&form, 0);
 
-        frmMessage package(f.context, true);
-        package.OpenNew(NewMessage, u"P1"_s, QString());
-        package.show();
+        frmMessage &package = f.open(u"P1"_s, true);
         QCoreApplication::sendEvent(package.ui.chkExactTime, &enter);
         QVERIFY(package.ui.lblHint->toPlainText().startsWith(u"Mandatory\nWhen this option is checked"_s));
 
         f.policies.CanLinkDocument = false;
         DVMessage msg;
-        std::tie(msg.MsgID, msg.InitID, msg.UserID, msg.Subject, msg.Message) =
-            std::tuple{u"M1"_s, u"M1"_s, u"alice"_s, u"Lunch"_s, u"Noon?"_s};
+        std::tie(msg.UserID, msg.Subject, msg.Message) = std::tuple{u"alice"_s, u"Lunch"_s, u"Noon?"_s};
         frmReply reply(f.context);
         reply.Open(msg, u"R1"_s, false);
-        // The reply shows what it answers.
         QCOMPARE((QStringList{reply.ui.txtSubject->text(), reply.ui.txtOriginal->toPlainText()}),
                  (QStringList{u"Lunch"_s, u"Noon?"_s}));
         QTest::keyClicks(reply.ui.txtText, u"Yes"_s);
         QVERIFY(!reply.BeingWritten());
         reply.show();
-        QVERIFY(reply.BeingWritten());
-        QVERIFY(!reply.ui.lblLink->isVisibleTo(&reply) && !reply.ui.txtLink->isVisibleTo(&reply));
+        // Without the right to link, the link's label goes with it.
+        QVERIFY(reply.BeingWritten() && !reply.ui.lblLink->isVisibleTo(&reply) &&
+                !reply.ui.txtLink->isVisibleTo(&reply));
         switchLanguage(&reply, 1);
         QCOMPARE((QStringList{reply.ui.lblText->text().remove(u'&'), reply.windowTitle()}),
                  (QStringList{u"Texte :"_s, u"Réponse à alice"_s}));
@@ -287,8 +266,7 @@ private Q_SLOTS:
         QTest::mouseClick(reply.ui.CancelButton, Qt::LeftButton);
         QVERIFY(!reply.isVisible() && f.sent.isEmpty());
 
-        // A new ID for a composer being written asks first: No keeps every word, Yes opens the new one.
-        // An untouched composer is reused.
+        // An untouched composer is reused; one being written asks first: No keeps every word.
         DesktopFrontend desktop;
         desktop.setAuthoring(f.context);
         desktop.OpenMessageForm(NewMessage, u"ID1"_s, u"bob"_s);
@@ -310,8 +288,7 @@ private Q_SLOTS:
         desktop.setAuthoring(std::nullopt);
     }
 
-    // A level's row paints its name in its colours, framed when chosen; its
-    // description and a row without colours are drawn plainly.
+    // A level's name paints in its colours, framed when chosen; its description, or no colours: plainly.
     void levelRowsPaintTheirLook()
     {
         QStandardItemModel model(0, 2);

@@ -1,6 +1,5 @@
-// The console's directory lists on screen: headers in the person's language, the header's menu of
-// layouts, sorts and shown columns, a layout kept across a reopening or given up when damaged, and an
-// export of what the grid shows.
+// The console's directory lists: headers in the person's language, the header's menu of layouts, sorts and
+// shown columns, a layout kept across a reopening or given up when damaged, and an export of what is shown.
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "core/UserStore.h"
@@ -113,8 +112,7 @@ class TestDirectoryLayouts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Under the layouts the program ships, every list shows each column of its table, titled in the
-    // person's language; the titles and the export item follow a switch of language while it is open.
+    // Under the shipped layouts every list shows each column of its table, following a switch of language.
     void shippedLayoutsInEitherLanguage()
     {
         Fixture f;
@@ -135,21 +133,19 @@ private Q_SLOTS:
               {15, u"User ID|Role"_s, u"Identifiant|Rôle"_s}}) {
             frmDirectory directory(list, f.console);
             for (const auto &[language, columns, item] :
-                 {std::tuple{0, english, u"Export to CSV..."_s}, {1, french, u"Exporter en CSV..."_s}}) {
+                 {std::tuple{1, french, u"Exporter en CSV..."_s}, {0, english, u"Export to CSV..."_s}}) {
                 switchLanguage(&directory, language);
                 QCOMPARE(std::pair(shown(&directory), directory.menu()->actions().last()->text()),
                          std::pair(columns, item));
             }
-            switchLanguage(&directory, 0);
         }
         QVERIFY2(!logText().contains(u"LoadLayout"_s), qPrintable(logText()));
     }
 
-    // Columns arranged from the header's menu and with the mouse, in the person's own layout, come back
-    // when the list is opened again, and only in that list; the full layout gives back the shipped ones.
-    // A damaged own file gives way to the shipped one, a missing shipped one to the table's columns, and
-    // each is traced.
-    void layoutKeptOrGivenUp()
+    // Columns arranged from the menu and with the mouse come back in that list alone; a damaged own file
+    // gives way to the shipped one, a missing shipped one to the table's columns, each traced. An export
+    // writes the columns shown, of the selected rows or else of all the rows the quick filter leaves.
+    void layoutKeptOrGivenUpAndExported()
     {
         Fixture f;
         const auto damage = [&f](const QString &list) {
@@ -189,11 +185,10 @@ private Q_SLOTS:
         const QString byLogon = keys(users);
         QVERIFY2(byLogon == u"bob ann cyd"_s || byLogon == u"cyd ann bob"_s, qPrintable(byLogon));
 
-        // Another list keeps its own layout: here its table's columns as they come.
+        // Another list keeps its own layout, here its table's columns as they come, whatever was dragged.
         const QString machineColumns = u"Machine|IP Address|Last Logon|Version|User ID|Connected|Agent"_s;
         QWidget *machines = open(14);
         QCOMPARE(shown(machines), machineColumns);
-        // A layout that names no column gives back the table's order, whatever was dragged before.
         header(machines)->moveSection(header(machines)->count() - 1, 0);
         pick(machines, 0, {u"Full Layout"_s});
         QCOMPARE(shown(machines), machineColumns);
@@ -216,39 +211,30 @@ private Q_SLOTS:
         header(users)->moveSection(header(users)->visualIndex(userID), 0);
         open(14);
         QCOMPARE(shown(users = open(13)), u"User ID|Last Logon|Name"_s);
-
         pick(users, userID, {u"Full Layout"_s});
         QCOMPARE(std::pair(shown(users), keys(users)), std::pair(u"Name|User ID"_s, u"bob cyd ann"_s));
         // The console closing keeps the choice too.
         console.reset();
         QCOMPARE(UserStore(f.userStore).read(u"Setup"_s, u"UsersLayout"_s, QString()), u"0"_s);
+
         damage(u"Users"_s);
-        QCOMPARE(shown(std::make_unique<frmDirectory>(13, f.console).get()), u"Name|User ID"_s);
+        frmDirectory list(13, f.console);
+        QCOMPARE(shown(&list), u"Name|User ID"_s);
         for (const QString &file :
              {u"data/UsersCust.xgl"_s, u"data/MachinesCust.xgl"_s, u"Layouts/Machines.xgl"_s})
             QVERIFY2(logText().contains(f.profile.path() + u'/' + file + u": "_s), qPrintable(file));
-    }
-
-    // An export writes the columns shown, in their order, of the selected rows or else of all the rows
-    // the quick filter leaves, in the grid's order.
-    void exportWritesWhatIsShown()
-    {
-        Fixture f;
-        frmDirectory users(13, f.console);
-        users.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&users));
-        pick(&users, 0, {u"Sort by User ID, Descending"_s});
+        pick(&list, userID, {u"Sort by User ID, Descending"_s});
         const QString folder = f.profile.path() + u'/';
-        QCOMPARE(exported(users, folder + u"all.csv"_s),
+        QCOMPARE(exported(list, folder + u"all.csv"_s),
                  "\xEF\xBB\xBFName,User ID\r\nCyd Park,cyd\r\nBob Ray,bob\r\nAnn Lee,ann\r\n");
-        users.ui.grid->selectRow(2);
-        users.ui.grid->selectionModel()->select(users.ui.grid->model()->index(0, 0),
-                                                QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        QCOMPARE(exported(users, folder + u"chosen.csv"_s),
+        list.ui.grid->selectRow(2);
+        list.ui.grid->selectionModel()->select(list.ui.grid->model()->index(0, 0),
+                                               QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        QCOMPARE(exported(list, folder + u"chosen.csv"_s),
                  "\xEF\xBB\xBFName,User ID\r\nCyd Park,cyd\r\nAnn Lee,ann\r\n");
-        users.ui.grid->clearSelection();
-        users.ui.txtFilter->setText(u"RAY"_s);
-        QCOMPARE(exported(users, folder + u"filtered.csv"_s), "\xEF\xBB\xBFName,User ID\r\nBob Ray,bob\r\n");
+        list.ui.grid->clearSelection();
+        list.ui.txtFilter->setText(u"RAY"_s);
+        QCOMPARE(exported(list, folder + u"filtered.csv"_s), "\xEF\xBB\xBFName,User ID\r\nBob Ray,bob\r\n");
     }
 };
 

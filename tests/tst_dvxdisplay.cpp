@@ -23,70 +23,40 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr quint32 White = 0x00FFFFFF;
-constexpr quint32 Red = 0x000000FF; // blue-green-red numbers
-constexpr quint32 Blue = 0x00FF0000;
-
-// Without antialiasing every pixel is exactly one of the colours drawn.
-QFont sharpFont(int pointSize = 14)
-{
-    QFont font(u"DejaVu Sans"_s, pointSize);
-    font.setStyleStrategy(QFont::NoAntialias);
-    return font;
-}
-
-QImage rgb(const QPixmap &pixmap)
-{
-    return pixmap.toImage().convertToFormat(QImage::Format_RGB32);
-}
-
-QRgb rgbOf(quint32 color)
-{
-    return ResolveColor(color).rgb();
-}
-
-// Pixels of the shadowed render that break "text wins, else the shadow one pixel right and below, else
-// background", read against the plain render.
-int shadowMismatches(const QImage &plain, const QImage &shadowed, QRgb fore, QRgb shadow, QRgb back)
-{
-    int mismatches = 0;
-    for (int y = 0; y < plain.height(); ++y)
-        for (int x = 0; x < plain.width(); ++x) {
-            const bool underShadow = x > 0 && y > 0 && plain.pixel(x - 1, y - 1) == fore;
-            mismatches += shadowed.pixel(x, y) != (plain.pixel(x, y) == fore ? fore
-                                                   : underShadow             ? shadow
-                                                                             : back);
-        }
-    return mismatches;
-}
-
-QRect boundsOf(const QImage &image, QRgb color)
-{
-    QRect bounds;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (image.pixel(x, y) == color)
-                bounds |= QRect(x, y, 1, 1);
-    return bounds;
-}
-
-} // namespace
+constexpr quint32 White = 0x00FFFFFF, Red = 0x000000FF, Blue = 0x00FF0000; // blue-green-red numbers
 
 class TestDvxDisplay : public QObject
 {
     Q_OBJECT
 
 private:
-    // The block of the picture that the strip shows at the present ScrollX, in device pixels.
-    static QImage blockOf(const dvxDisplay &display, qreal ratio, const QSize &size)
+    static QImage rgb(const QPixmap &p) { return p.toImage().convertToFormat(QImage::Format_RGB32); }
+    static QRgb rgbOf(quint32 color) { return ResolveColor(color).rgb(); }
+
+    // Without antialiasing every pixel is exactly one of the colours drawn.
+    static QFont sharpFont(int pointSize = 14)
     {
-        const QPoint at(qRound(display.Scroll().ScrollX * ratio), 0);
-        return rgb(display.Picture2()).copy(QRect(at, size));
+        QFont font(u"DejaVu Sans"_s, pointSize);
+        font.setStyleStrategy(QFont::NoAntialias);
+        return font;
     }
 
-    // Set up as the banner does, with the timer held so that only driven ticks move the text.
+    static QRect boundsOf(const QImage &image, QRgb color)
+    {
+        QRect bounds;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixel(x, y) == color)
+                    bounds |= QRect(x, y, 1, 1);
+        return bounds;
+    }
+
+    static QImage blockOf(const dvxDisplay &display, qreal ratio, const QSize &size)
+    {
+        return rgb(display.Picture2()).copy(QRect(QPoint(qRound(display.Scroll().ScrollX * ratio), 0), size));
+    }
+
+    // Set up as the banner does, the timer held so that only driven ticks move the text.
     static void writeStill(dvxDisplay &display, const QString &text, bool shadow = true)
     {
         display.resize(300, 10);
@@ -100,57 +70,39 @@ private:
         display.Timer1->stop();
     }
 
-    // A banner as the client makes it on the fixture's store, its first message of the run on show.
     static std::unique_ptr<frmBanner> firstBanner(int horizontal, int vertical, int pointSize)
     {
         ClientDB().exec(u"INSERT INTO Levels (LevelName, SoundType) VALUES ('Urgent', 0)"_s);
-        gOptions().HorizontalPosition = horizontal;
-        gOptions().VerticalPosition = vertical;
-        gOptions().Font.Size = pointSize;
+        std::tie(gOptions().HorizontalPosition, gOptions().VerticalPosition, gOptions().Font.Size) =
+            std::tuple{horizontal, vertical, pointSize};
         auto banner = std::make_unique<frmBanner>(DisplayQueue::Hooks{});
         DVMessage message;
-        message.MsgID = u"A"_s;
-        message.MsgLevel = u"Urgent"_s;
-        message.Message = u"Fire drill at noon in the east wing"_s;
+        std::tie(message.MsgID, message.MsgLevel, message.Message) =
+            std::tuple{u"A"_s, u"Urgent"_s, u"Fire drill at noon in the east wing"_s};
         banner->queue().AddMessageToDisplay(message);
         return banner;
     }
 
 private Q_SLOTS:
-    void firstBannerIsWhollyOnScreen_data()
-    {
-        QTest::addColumn<int>("horizontal");
-        QTest::addColumn<int>("vertical");
-        QTest::addColumn<int>("pointSize");
-        for (int horizontal : {0, 1, 2})
-            for (int vertical : {0, 1})
-                for (int pointSize : {8, 28})
-                    QTest::addRow("h%d v%d %d pt", horizontal, vertical, pointSize)
-                        << horizontal << vertical << pointSize;
-    }
-
     void firstBannerIsWhollyOnScreen()
     {
-        QFETCH(int, horizontal);
-        QFETCH(int, vertical);
-        QFETCH(int, pointSize);
-        StoreFixture store;
-        auto banner = firstBanner(horizontal, vertical, pointSize);
-        QVERIFY(QTest::qWaitForWindowExposed(banner.get()));
-        const QRect screen = banner->screen()->geometry();
-        const QRect shown = banner->frameGeometry();
-        QVERIFY(screen.contains(shown));
-        QCOMPARE(shown.size(), banner->display()->size() + QSize(banner->acknowledgeButton()->width(), 0));
-        if (horizontal == 2)
-            QCOMPARE(shown.right(), screen.right());
-        if (vertical == 1)
-            QCOMPARE(shown.bottom(), screen.bottom());
-        // The button waits for the text to pass; the menu acknowledges at once.
-        QVERIFY(!banner->acknowledgeButton()->isEnabled() && banner->acknowledgeAction()->isEnabled());
-        // Its mark is drawn at the density of whichever screen the banner comes to stand on.
-        const QToolButton *ok = banner->acknowledgeButton();
-        for (qreal ratio : {1.0, 2.0})
-            QCOMPARE(ok->icon().pixmap(ok->iconSize(), ratio).size(), ok->iconSize() * ratio);
+        for (int horizontal : {0, 1, 2})
+            for (int vertical : {0, 1})
+                for (int pointSize : {8, 28}) {
+                    StoreFixture store;
+                    auto banner = firstBanner(horizontal, vertical, pointSize);
+                    QVERIFY(QTest::qWaitForWindowExposed(banner.get()));
+                    const QRect screen = banner->screen()->geometry(), shown = banner->frameGeometry();
+                    const QToolButton *ok = banner->acknowledgeButton();
+                    QVERIFY(screen.contains(shown));
+                    QCOMPARE(shown.size(), banner->display()->size() + QSize(ok->width(), 0));
+                    QVERIFY(horizontal != 2 || shown.right() == screen.right());
+                    QVERIFY(vertical != 1 || shown.bottom() == screen.bottom());
+                    // The button waits for the text to pass; the menu acknowledges at once.
+                    QVERIFY(!ok->isEnabled() && banner->acknowledgeAction()->isEnabled());
+                    for (qreal ratio : {1.0, 2.0})
+                        QCOMPARE(ok->icon().pixmap(ok->iconSize(), ratio).size(), ok->iconSize() * ratio);
+                }
     }
 
     // Tips show on the inactive banner, and screen readers hear the strip as an alert with its text.
@@ -170,26 +122,32 @@ private Q_SLOTS:
         QTRY_COMPARE(QToolTip::text(), u"Fire drill at noon in the east wing"_s);
         QTest::mouseMove(display->cmdDetails, QPoint(3, 3));
         QTRY_COMPARE(QToolTip::text(), display->cmdDetails->toolTip());
-
-        QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(banner->display());
-        QVERIFY(strip);
-        QCOMPARE(strip->role(), QAccessible::AlertMessage);
-        QCOMPARE(strip->text(QAccessible::Name), u"Fire drill at noon in the east wing"_s);
-        QVERIFY(!strip->text(QAccessible::Description).isEmpty());
+        QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(display);
+        QVERIFY(strip && !strip->text(QAccessible::Description).isEmpty());
+        QCOMPARE(std::pair(strip->role(), strip->text(QAccessible::Name)),
+                 std::pair(QAccessible::AlertMessage, u"Fire drill at noon in the east wing"_s));
     }
 
+    // Text wins, else the shadow one pixel right and below; an ampersand is measured, drawn as an underline.
     void writeTextDrawsTextAndShadowOnce()
     {
         dvxDisplay display;
         writeStill(display, u"AB"_s, false);
         const QImage plain = rgb(display.Picture2());
+        QImage expected = plain;
+        const QRgb red = rgbOf(Red);
+        for (int y = 0; y < plain.height(); ++y)
+            for (int x = 0; x < plain.width(); ++x)
+                expected.setPixel(x, y,
+                                  plain.pixel(x, y) == red                     ? red
+                                  : x && y && plain.pixel(x - 1, y - 1) == red ? rgbOf(Blue)
+                                                                               : rgbOf(White));
         writeStill(display, u"AB"_s, true);
-        QCOMPARE(shadowMismatches(plain, rgb(display.Picture2()), rgbOf(Red), rgbOf(Blue), rgbOf(White)), 0);
-        // The text starts one control width in, so that it enters from the right edge.
+        QCOMPARE(rgb(display.Picture2()), expected);
+        // One control width in, so that it enters from the right edge.
         const QRect letters = boundsOf(plain, rgbOf(Red));
         QVERIFY(letters.left() >= 300 && letters.left() <= 302);
 
-        // An ampersand is measured but drawn as an underline below the same letters.
         writeStill(display, u"A&B"_s, false);
         const QImage mnemonic = rgb(display.Picture2());
         QCOMPARE(display.Scroll().TextWidthPx, QFontMetrics(sharpFont()).horizontalAdvance(u"A&B"_s));
@@ -205,15 +163,11 @@ private Q_SLOTS:
         writeStill(display, u"Hello world"_s);
         const QRect strip = display.Picture1->geometry();
         const qreal ratio = display.devicePixelRatioF();
-        // The picture is drawn at the device's pixels, not drawn small and enlarged.
         QCOMPARE(display.Picture2().devicePixelRatio(), ratio);
-
-        // The strip is cleared until the first tick.
+        // Cleared until the first tick.
         QImage shown = rgb(display.grab(strip));
         QCOMPARE(boundsOf(shown, rgbOf(White)), QRect(QPoint(0, 0), shown.size()));
-
-        // Then a tick shows the block at ScrollX as it is in the picture: every glyph edge as hard
-        // as drawn, where an enlarged or smoothed copy would differ.
+        // Then the block at ScrollX as it is in the picture, not an enlarged or smoothed copy.
         for (int i = 0; i < 100; ++i)
             display.Timer1_Timer();
         shown = rgb(display.grab(strip));
@@ -233,9 +187,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&display));
         const qreal ratio = display.devicePixelRatioF();
         const QRect strip(QPoint(0, 0), display.Picture1->size() * ratio);
-        const auto onScreen = [&display, &strip] {
-            return rgb(display.screen()->grabWindow(display.winId())).copy(strip);
-        };
+        const auto onScreen = [&] { return rgb(display.screen()->grabWindow(display.winId())).copy(strip); };
         for (int i = 0; i < 100; ++i)
             display.Timer1_Timer();
         const QImage expected = blockOf(display, ratio, strip.size());
@@ -268,32 +220,26 @@ private Q_SLOTS:
         QSignalSpy click(&display, &dvxDisplay::Click);
         DesktopSession::clickAt(display.Picture1->mapToGlobal(QPoint(20, 5)) * ratio);
         QTRY_COMPARE(click.size(), 1);
-
-        // A border is drawn across the strip, which the widget then paints itself.
         display.SetBorderStyle(1);
         QTRY_COMPARE(onScreen().pixel(0, 0), display.palette().color(QPalette::Shadow).rgb());
     }
 
+    // Displayed then Looped, the banner answering Looped with the next text from inside the tick.
     void ticksRaiseDisplayedThenLooped()
     {
         dvxDisplay display;
         writeStill(display, u"Hello"_s);
-        QSignalSpy looped(&display, &dvxDisplay::Looped);
-        QSignalSpy changed(&display, &dvxDisplay::Change);
+        QSignalSpy looped(&display, &dvxDisplay::Looped), changed(&display, &dvxDisplay::Change);
         QStringList order;
         connect(&display, &dvxDisplay::Displayed, &display, [&] { order << u"Displayed"_s; });
-        // The banner answers Looped with the next text, from inside the tick.
         connect(&display, &dvxDisplay::Looped, &display, [&] {
             order << u"Looped"_s;
             display.SetText(u"Next"_s);
             display.WriteText(true);
         });
-
         for (int ticks = 0; looped.isEmpty() && ticks < 10000; ++ticks)
             display.Timer1_Timer();
-        const auto running = [&display] {
-            return std::pair(display.Timer1->isActive(), display.Scroll().ScrollX);
-        };
+        const auto running = [&] { return std::pair(display.Timer1->isActive(), display.Scroll().ScrollX); };
         QCOMPARE(std::tuple(order, changed.size(), running()),
                  std::tuple(QStringList{u"Displayed"_s, u"Looped"_s}, qsizetype(1), std::pair(true, 0)));
 
@@ -306,9 +252,8 @@ private Q_SLOTS:
         display.Cls();
         QVERIFY(!display.Timer1->isActive());
 
-        // A step past the whole text raises both in one tick, Displayed first: the next button must not wake.
+        // Loaded past the writers' checks, a step past the whole text raises both in one tick.
         order.clear();
-        // Loading skips the writers' range checks.
         display.ReadProperties({{u"PixelsPerSpeed"_s, 30000}, {u"Speed"_s, 500}});
         QCOMPARE(display.Timer1->interval(), 2);
         display.WriteText(true);
@@ -326,7 +271,8 @@ private Q_SLOTS:
         display.Timer1->stop();
         QSignalSpy details(&display, &dvxDisplay::Details), reply(&display, &dvxDisplay::Reply),
             down(&display, &dvxDisplay::MouseDown), up(&display, &dvxDisplay::MouseUp),
-            click(&display, &dvxDisplay::Click), dblClick(&display, &dvxDisplay::DblClick);
+            click(&display, &dvxDisplay::Click), dblClick(&display, &dvxDisplay::DblClick),
+            keyDown(&display, &dvxDisplay::KeyDown);
         display.cmdDetails->click();
         display.cmdReply->click();
         // The link button has no event of its own, and none when it is off.
@@ -345,18 +291,16 @@ private Q_SLOTS:
                                     4 * display.Scroll().TwipsPerPixelY};
         QCOMPARE(std::tuple(down.last(), up.last(), click.size()),
                  std::tuple(expected, expected, qsizetype(1)));
-        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital, with the shift
-        // state.
-        QSignalSpy keyDown(&display, &dvxDisplay::KeyDown);
+        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital.
         QTest::keyClick(display.Picture1, Qt::Key_F1, Qt::ControlModifier);
         QTest::keyClick(display.Picture1, Qt::Key_Q, Qt::ShiftModifier);
         QCOMPARE(QList<QVariantList>(keyDown.begin(), keyDown.end()),
                  (QList<QVariantList>{{17, 2}, {112, 2}, {16, 1}, {81, 1}}));
     }
 
+    // The owner's height does not hold: the font sets it, a border adds to it, the caption sits below.
     void heightFollowsTheFont()
     {
-        // The owner's height does not hold: the font sets it, a border adds to it, the caption sits below.
         const auto heightWith = [](int pointSize, int borderStyle) {
             dvxDisplay display;
             QSignalSpy resized(&display, &dvxDisplay::Resize);
@@ -364,11 +308,10 @@ private Q_SLOTS:
             display.SetBorderStyle(borderStyle);
             display.resize(400, 500);
             display.WriteText(true);
-            if (resized.isEmpty() || display.width() != 400 ||
-                display.lblFrom->y() != display.Picture1->height() ||
-                display.Picture1->height() < QFontMetrics(sharpFont(pointSize)).height())
-                return -1;
-            return display.height();
+            const bool laidOut = !resized.isEmpty() && display.width() == 400 &&
+                                 display.lblFrom->y() == display.Picture1->height() &&
+                                 display.Picture1->height() >= QFontMetrics(sharpFont(pointSize)).height();
+            return laidOut ? display.height() : -1;
         };
         const int small = heightWith(8, 0), large = heightWith(24, 0);
         QVERIFY(small > 0 && large > small && heightWith(24, 1) > large);
@@ -393,8 +336,8 @@ private Q_SLOTS:
         };
         const QRect small = glyphIn(QRect(10, 10, 100, 40), false);
         QVERIFY(boundsOf(image, rgbOf(Blue)).isEmpty());
-        QCOMPARE(image.pixel(10, 10), rgbOf(0x80000005));
-        QCOMPARE(image.pixel(9, 9), qRgb(0, 0, 0));
+        QCOMPARE(std::pair(image.pixel(10, 10), image.pixel(9, 9)),
+                 std::pair(rgbOf(0x80000005), qRgb(0, 0, 0)));
         // The ampersand drawn as it stands: wider than the two letters alone.
         QVERIFY(small.width() > QFontMetrics(sharpFont()).boundingRect(u"AB"_s).width());
         // Twenty pixels more each way move the centred text by ten, the shadow drawn under it.

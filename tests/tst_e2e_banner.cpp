@@ -1,14 +1,9 @@
-// End to end on a real X server with two monitors: a message from a server on
-// loopback scrolls on the banner of the primary monitor in its level's colours,
-// and its sound plays on the sound server round after round; when that monitor
-// goes, the banner takes the same corner of the one that remains; the
-// acknowledge button sends the receipt. (The receipt's way to its author is
-// tst_e2e_users'.)
+// End to end on a real X server with two monitors: the banner's place, colours, looping sound
+// and receipt. (The receipt's way to its author is tst_e2e_users'.)
 #include "e2e/DesktopSession.h"
 #include "store/DVMessage.h"
 #include "support/ClientProcess.h"
 #include "support/FakeServer.h"
-#include "support/TempProfile.h"
 
 #include <QFileInfo>
 #include <QProcess>
@@ -19,14 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-using DesktopSession::run;
-
-// Red background (blue-green-red 255), white text, black shadow, a built-in
-// sound played over and over.
-const QString AlertLevel = QStringList{u"Alert"_s, u"Alarm"_s, u"255"_s,  u"16777215"_s, u"0"_s,
-                                       u"True"_s,  u"4"_s,     QString(), u"True"_s,     u"0"_s}
-                               .join(QChar(3));
 
 // The longest run of stretches, each one round of the level's buzzer long (the file less its
 // header), that hold a loud sample.
@@ -47,12 +34,11 @@ int roundsHeard(const QByteArray &sound)
 int xrandr(const QStringList &arguments)
 {
     int exitCode = -1;
-    run(u"xrandr"_s, arguments, &exitCode);
+    DesktopSession::run(u"xrandr"_s, arguments, &exitCode);
     return exitCode;
 }
 
-// Where the banner stands, the width of its strip (the button is as wide as the banner is high)
-// and the strip's colour.
+// Where the banner stands, its strip's width (the button is as wide as it is high) and colour.
 QString bannerSeen(const QString &artifact)
 {
     const QRect banner = DesktopSession::geometryOf(DesktopSession::bannerWindow());
@@ -98,7 +84,9 @@ private Q_SLOTS:
         message.ToObject(FakeServer::record(u"E2E00000000001"_s, u"Drill"_s, u"Fire drill at noon"_s));
         message.MsgLevel = u"Alert"_s;
         server.send(FakeServer::command(u"CON"_s, u"agent-1"_s));
-        server.send(FakeServer::command(u"LVL"_s, AlertLevel));
+        // Red background (blue-green-red 255), white text, black shadow, a built-in sound looping.
+        server.send(FakeServer::command(
+            u"LVL"_s, u"Alert|Alarm|255|16777215|0|True|4||True|0"_s.replace(u'|', QChar(3))));
         server.send(FakeServer::command(u"MSG"_s, message.ToString()));
         QTRY_COMPARE_WITH_TIMEOUT(bannerSeen(u"screens-primary.png"_s),
                                   u"right 1279 top 0 strip 240 #ff0000"_s, 20000);
@@ -109,18 +97,16 @@ private Q_SLOTS:
         recorder.kill();
         recorder.waitForFinished();
 
-        // The primary monitor goes while the message scrolls: the banner takes the same corner of
-        // the one that remains, at once and without a new message.
+        // The primary monitor goes: the banner takes the same corner of the other, with no new message.
         QCOMPARE(xrandr({u"--delmonitor"_s, u"RIGHT"_s}), 0);
         QTRY_COMPARE_WITH_TIMEOUT(bannerSeen(u"screens-remaining.png"_s),
                                   u"right 799 top 0 strip 400 #ff0000"_s, 10000);
 
         // The acknowledge button stands right of the strip and wakes once the text has passed; the
         // receipt names the message, and the banner goes.
-        const QString receipt = u"RCP"_s + QChar(1) + message.MsgID + QChar(2);
         QTRY_VERIFY_WITH_TIMEOUT(
             (DesktopSession::clickAcknowledge(DesktopSession::geometryOf(DesktopSession::bannerWindow())),
-             !server.received.filter(receipt).isEmpty()),
+             !server.received.filter(u"RCP\u0001"_s + message.MsgID + QChar(2)).isEmpty()),
             20000);
         QTRY_VERIFY_WITH_TIMEOUT(DesktopSession::bannerWindow().isEmpty(), 10000);
     }

@@ -1,8 +1,6 @@
 // The engine's start, menu and closing, with a recording frontend.
 #include "core/Globals.h"
-#include "core/Log.h"
 #include "core/Options.h"
-#include "core/Ticker.h"
 #include "delivery/Scheduler.h"
 #include "engine/KorvanClient.h"
 #include "link/ConnectionManager.h"
@@ -13,7 +11,6 @@
 
 #include <QSignalSpy>
 #include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -28,13 +25,19 @@ private Q_SLOTS:
     void loadTriesTheServerAndClosesQuietly()
     {
         TempProfile profile;
-        RecordingFrontend frontend;
         gProcess().AppDataPath = profile.dataHome();
+        {
+            KorvanClient neverLoaded;
+            neverLoaded.QueryUnload(5);
+            neverLoaded.QueryUnload(-1);
+        }
+        QCOMPARE(logText().count(u" -- Ending application: Unknown reason.\n"_s), 2);
+
+        RecordingFrontend frontend;
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
         gOptions().Server = u"127.0.0.1"_s;
         gOptions().ClientPort = server.serverPort();
-
         KorvanClient engine;
         QVERIFY(engine.Load());
         QVERIFY(logText().contains(u" -- Ready!\n"_s));
@@ -52,16 +55,6 @@ private Q_SLOTS:
         QCOMPARE(frontend.events.last(), u"tray removed"_s);
     }
 
-    void unknownCloseReasonOnAnEngineNeverLoaded()
-    {
-        TempProfile profile;
-        gProcess().AppDataPath = profile.dataHome();
-        KorvanClient engine;
-        engine.QueryUnload(5);
-        engine.QueryUnload(-1);
-        QCOMPARE(logText().count(u" -- Ending application: Unknown reason.\n"_s), 2);
-    }
-
     void menuAndExit()
     {
         TempProfile profile;
@@ -69,20 +62,20 @@ private Q_SLOTS:
         gProcess().AppDataPath = profile.dataHome();
         KorvanClient engine;
         QVERIFY(engine.Load());
-        const ClientMenu &menu = frontend.lastMenu;
-        QVERIFY(menu.entry(ClientMenu::mnuExit).enabled);
-        QVERIFY(!menu.entry(ClientMenu::mnuSend).enabled);
-        QVERIFY(!menu.entry(ClientMenu::mnuConfiguration).visible);
+        const auto entry = [&frontend](ClientMenu::Item item) { return frontend.lastMenu.entry(item); };
+        QVERIFY(entry(ClientMenu::mnuExit).enabled);
+        QVERIFY(!entry(ClientMenu::mnuSend).enabled);
+        QVERIFY(!entry(ClientMenu::mnuConfiguration).visible);
         engine.MenuItemClicked(ClientMenu::mnuStatus);
         QCOMPARE(frontend.questions.last().text, u"Connection status: Closed"_s);
-        engine.MenuItemClicked(ClientMenu::mnuLog);
-        QCOMPARE(frontend.events.last(), u"log "_s + LogFile::path());
-        engine.MenuItemClicked(ClientMenu::mnuAbout);
-        // The version the project declares, and the link as it stands.
-        QCOMPARE(frontend.events.last(), u"about " KORVANE_VERSION " Connection status: Closed"_s);
-        engine.MenuItemClicked(ClientMenu::mnuOptions);
-        engine.MenuItemClicked(ClientMenu::mnuLevel);
-        QCOMPARE(frontend.events.mid(frontend.events.size() - 2), QStringList({u"options"_s, u"levels"_s}));
+        // The log, the version the project declares with the link as it stands, options and levels.
+        for (const auto item :
+             {ClientMenu::mnuLog, ClientMenu::mnuAbout, ClientMenu::mnuOptions, ClientMenu::mnuLevel})
+            engine.MenuItemClicked(item);
+        QCOMPARE(frontend.events.mid(frontend.events.size() - 4),
+                 (QStringList{u"log "_s + profile.dataHome() + u"/client.log"_s,
+                              u"about " KORVANE_VERSION " Connection status: Closed"_s, u"options"_s,
+                              u"levels"_s}));
         // Policies that keep the reader from the display options give no dialog.
         gPolicies().CanModifyDisplayOptions = false;
         engine.SetMenu();
@@ -92,17 +85,17 @@ private Q_SLOTS:
 
         engine.connection()->ConnectedToServer = true;
         engine.SetMenu();
-        QVERIFY(frontend.lastMenu.entry(ClientMenu::mnuSend).enabled);
-        QVERIFY(frontend.lastMenu.entry(ClientMenu::mnuConfiguration).visible);
-        QVERIFY(!frontend.lastMenu.entry(ClientMenu::mnuConfiguration).enabled);
+        QVERIFY(entry(ClientMenu::mnuSend).enabled);
+        QVERIFY(entry(ClientMenu::mnuConfiguration).visible);
+        QVERIFY(!entry(ClientMenu::mnuConfiguration).enabled);
         engine.MenuItemClicked(ClientMenu::mnuDisplayReplies);
-        QVERIFY(frontend.lastMenu.entry(ClientMenu::mnuDisplayReplies).checked);
+        QVERIFY(entry(ClientMenu::mnuDisplayReplies).checked);
 
+        // Items without a resource keep their English caption.
         gOptions().Language = 1;
         engine.OptionsChanged();
-        QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuExit).caption, u"Quitter"_s);
-        // Items without a resource keep their English caption.
-        QCOMPARE(frontend.lastMenu.entry(ClientMenu::mnuLog).caption, u"Log"_s);
+        QCOMPARE(entry(ClientMenu::mnuExit).caption, u"Quitter"_s);
+        QCOMPARE(entry(ClientMenu::mnuLog).caption, u"Log"_s);
 
         // Exit is asked first.
         gOptions().Language = 0;

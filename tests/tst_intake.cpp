@@ -59,7 +59,6 @@ QString stored(const QString &table = u"Inbox"_s)
     return StoreFixture::column(ClientDB(), u"SELECT MsgID FROM "_s + table + u" ORDER BY 1"_s).join(u',');
 }
 
-// Every table of both stores with its row count.
 QStringList rowCounts()
 {
     QStringList counts;
@@ -122,8 +121,7 @@ private Q_SLOTS:
              {QString(), u"alice,JDoe"_s, u"WS-7"_s, u"10.0.5.7"_s, u"10.0.0.1-10.0.9.254"_s,
               u"10.0.5.7-10.0.5.9"_s, u"10.0.5.1-10.0.5.7"_s})
             QVERIFY2(Targeting::MemberOfTarget(target, MyAddress), qPrintable(target));
-        // A blank after the comma; a range ending just before, or missing by position; a bound of
-        // three numbers; three pieces; strangers.
+        // A blank after the comma, a range that ends before or misses by position, a bad bound, strangers.
         for (const QString &target : {u"alice, jdoe"_s, u"10.0.5.1-10.0.5.6"_s, u"10.0.4.1-10.0.6.6"_s,
                                       u"10.0.5-10.0.6.9"_s, u"10.0.5.1-10.0.5.8-x"_s, u"alice,bob"_s})
             QVERIFY2(!Targeting::MemberOfTarget(target, MyAddress), qPrintable(target));
@@ -131,8 +129,7 @@ private Q_SLOTS:
         QVERIFY(!Targeting::MemberOfTarget(u"10.0.5.1-10.0.6.9"_s, u"10.0.5.200"_s));
     }
 
-    // A batch the store cannot take, a row refused or the file full, is neither kept nor confirmed:
-    // the server sends it again.
+    // A batch the store cannot take (a row refused, the file full) is neither kept nor confirmed.
     void failedStoreConfirmsNothing()
     {
         for (QString obstacle : {u"CREATE TRIGGER refuse BEFORE INSERT ON Inbox WHEN NEW.MsgID = 'B' "
@@ -147,8 +144,7 @@ private Q_SLOTS:
         }
     }
 
-    // An empty list, or one of a lone separator, holds no record: nothing is stored, shown, sent or
-    // logged, whichever command brings it.
+    // An empty list, or a lone separator, holds no record: nothing is stored, shown, sent or logged.
     void emptyListsHoldNothing()
     {
         Fixture f;
@@ -163,23 +159,23 @@ private Q_SLOTS:
         Replication &r = f.replication;
         const QString none, lone(QChar(2));
         for (const QString &list : {none, lone}) {
-            f.intake.MessageReceived(list, false);
-            f.intake.MessageReceived(list, true);
+            for (bool logon : {false, true}) {
+                f.intake.MessageReceived(list, logon);
+                f.intake.PackageReceived(list, logon);
+            }
+            f.intake.AllMessageReceived(list);
             r.UserGroupsReceived(list);
         }
-        f.intake.PackageReceived(none, false);
-        f.intake.PackageReceived(none, true);
-        f.intake.AllMessageReceived(none);
         for (auto handler :
              {&Replication::UsersReceived, &Replication::MachinesReceived, &Replication::GroupsReceived,
               &Replication::UsersGroupReceived, &Replication::StoreLevels, &Replication::TemplateReceived,
               &Replication::TemplatesReceived, &Replication::PackagesDeleted})
             (r.*handler)(none);
-        r.StoreAdministrator(lone + u"3"_s, failure); // no user
-        for (const QString &ids : {none, u","_s})
-            r.MessagesDeleted(ids);
+        r.StoreAdministrator(lone + u"3"_s, failure);   // no user
         r.MessageStatusChanged(u"3"_s + lone, failure); // no ID
         r.PackageStatusChanged(u"3"_s + lone, failure);
+        for (const QString &ids : {none, u","_s})
+            r.MessagesDeleted(ids);
         for (const QString &receipts : {none, QString(QChar(3))})
             f.receipts.GetReceipt(receipts);
         f.receipts.GetAdminReceipt(none);
@@ -270,8 +266,7 @@ private Q_SLOTS:
                                                  level(u"Local"_s, u"/home/me/beep.wav"_s),
                                                  level(u"Escape"_s, u"\\\\srv\\media\\.."_s)}
                                          .join(QChar(2)));
-        // Already in the data folder: kept, not fetched again; a local path is no use to other machines,
-        // and a name that would leave the data folder gives no file: silent both.
+        // Already in the data folder: kept; a local path and a name that leaves the folder: silent.
         QCOMPARE(std::tuple(gLevels().count(), gLevels().find(u"Chime"_s)->SoundType,
                             gLevels().find(u"Local"_s)->SoundType, gLevels().find(u"Escape"_s)->SoundType),
                  std::tuple(3, qint16(2), qint16(0), qint16(0)));

@@ -1,5 +1,4 @@
-// The engine against a scripted server on loopback: the connect exchange and
-// what each of the link's own commands does.
+// The engine against a scripted server on loopback: the connect exchange and the link's own commands.
 #include "core/UserInfos.h"
 #include "link/LinkCommands.h"
 #include "link/Policies.h"
@@ -7,12 +6,9 @@
 #include "support/FakeServer.h"
 #include "support/LogText.h"
 
-#include <QEventLoop>
 #include <QHostInfo>
-#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -23,7 +19,7 @@ class TestLink : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void connectExchangeAndRole()
+    void connectExchangeRolesAndWhatGoesBack()
     {
         EngineOnFakeServer f;
         QTRY_VERIFY(f.server.hasClient() && f.connected());
@@ -33,59 +29,84 @@ private Q_SLOTS:
         QTRY_VERIFY(logText().contains(u"DataArrival Code: XYZ"_s));
         QCOMPARE(f.server.received, QStringList());
 
+        // The first notice's box pumps events as a modal box would, until the CON sent meanwhile is answered.
+        QStringList answeredInBox;
+        f.frontend.whileBoxStands = [&f, &answeredInBox] {
+            f.server.send(cmd(u"CON"_s, u"agent-7"_s));
+            (void)QTest::qWaitFor([&f] { return f.server.received.size() == 2; }, 5000);
+            answeredInBox = f.server.receivedCodes();
+        };
         // A name the code page lacks goes out with "?", one for the emoji too.
         UserInfos &user = gUserInfos();
         user.UserName = u"\u0141ukasz \U0001F600"_s;
-        const auto nameBack = qScopeGuard([&user] { user.UserName.clear(); });
-        f.server.send(cmd(u"CON"_s, u"agent-7"_s));
+        f.server.sendJoined({cmd(u"IUS"_s, u"one"_s), cmd(u"IUS"_s, u"two"_s)});
+        QTRY_COMPARE(f.frontend.questions.size(), 2);
+        QCOMPARE(f.frontend.questions[1].text, u"two"_s);
+        QCOMPARE(answeredInBox, (QStringList{u"USR"_s, u"ALL"_s}));
         const QString tail = QChar(0) + user.UserID();
-        QTRY_COMPARE(f.server.received, (QStringList{u"USR"_s + QChar(1) + u"UID="_s + user.UserID() +
-                                                         u"|MID="_s + QHostInfo::localHostName().toLower() +
-                                                         u"|USN=?ukasz ?|MIP=127.0.0.1|AGN=agent-7|LNG=0"_s +
-                                                         QChar(2) + LinkCommands::Version() + tail,
-                                                     u"ALL"_s + tail}));
-        QVERIFY(f.engine.ConnectedToServer());
+        QCOMPARE(f.server.received, (QStringList{u"USR"_s + QChar(1) + u"UID="_s + user.UserID() +
+                                                     u"|MID="_s + QHostInfo::localHostName().toLower() +
+                                                     u"|USN=?ukasz ?|MIP=127.0.0.1|AGN=agent-7|LNG=0"_s +
+                                                     QChar(2) + LinkCommands::Version() + tail,
+                                                 u"ALL"_s + tail}));
+        QVERIFY(f.engine.ConnectedToServer() && f.frontend.lastMenu.entry(ClientMenu::mnuSend).enabled);
         QCOMPARE(f.frontend.trayImage, 1);
-        QVERIFY(f.frontend.lastMenu.entry(ClientMenu::mnuSend).enabled);
 
-        // A second CON on the same link: USR again, ALL not.
         f.server.send(cmd(u"CON"_s, u"agent-7"_s));
         QTRY_COMPARE(f.server.receivedCodes(), (QStringList{u"USR"_s, u"ALL"_s, u"USR"_s}));
 
-        // DEC greys the icon while the socket stays open; CON brings it back.
         f.server.send(u"DEC"_s);
         QTRY_COMPARE(f.frontend.trayImage, 0);
-        QVERIFY(!f.engine.ConnectedToServer());
-        QVERIFY(f.connected());
+        QVERIFY(!f.engine.ConnectedToServer() && f.connected());
         f.server.send(cmd(u"CON"_s, u"agent-7"_s));
         QTRY_COMPARE(f.frontend.trayImage, 1);
 
-        // A user takes the policies; RCON reaches the reconnection delay.
         f.server.sendJoined({cmd(u"AUT"_s, u"0"_s), cmd(u"POL"_s, u"EXIT;RCON=-1;"_s)});
         QTRY_COMPARE(gPolicies().Reconnect, qint16(-1));
         QCOMPARE(gOptions().ReconnectDelay, -1);
-        QVERIFY(!f.frontend.lastMenu.entry(ClientMenu::mnuExit).enabled);
-        QVERIFY(!f.link().tmrAdminWatchdog.isEnabled());
+        QVERIFY(!f.frontend.lastMenu.entry(ClientMenu::mnuExit).enabled &&
+                !f.link().tmrAdminWatchdog.isEnabled());
 
-        // An administrator has full rights, ignores POL, and gets the watchdog at once.
         f.server.sendJoined({cmd(u"AUT"_s, u"3"_s), cmd(u"POL"_s, u"MSGS;EXIT;"_s)});
         QTRY_VERIFY(f.link().tmrAdminWatchdog.isEnabled());
-        QVERIFY(gPolicies().CanExitClient && gPolicies().CanSendToAll);
-        QVERIFY(f.frontend.lastMenu.entry(ClientMenu::mnuConfiguration).enabled);
+        QVERIFY(gPolicies().CanExitClient && gPolicies().CanSendToAll &&
+                f.frontend.lastMenu.entry(ClientMenu::mnuConfiguration).enabled);
+
+        f.engine.NewPoliciesToSend(QString(), u"SEND;"_s);
+        f.engine.NewPoliciesToSend(u"jdoe"_s, u"LINK;"_s);
+        ServerConfig config;
+        config.Trace = true;
+        f.engine.UpdateServerConfiguration(config);
+        QTRY_COMPARE(f.server.received.mid(4),
+                     (QStringList{cmd(u"GPU"_s, u"SEND;"_s) + tail,
+                                  cmd(u"UPU"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s) + tail,
+                                  cmd(u"SCU"_s, u"PORT=58502;UDPP=58502;TRCE;"_s) + tail}));
+
+        // A port change closes both sockets; a close by this side raises no close event.
+        f.link().tmrUdpStarter_Timer();
+        QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
+        f.server.send(cmd(u"PCL"_s, QString::number(f.server.port())));
+        f.server.send(cmd(u"PCL"_s, u"41234"_s));
+        QVERIFY(gone.wait(5000));
+        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::UnconnectedState);
+        QVERIFY(!f.link().tmrReconnect.isEnabled());
+        QCOMPARE(logText().count(u"Client port changed to \t41234"_s), 1);
+        Options reread;
+        reread.setIniPath(gOptions().iniPath());
+        reread.ReadOptions();
+        QCOMPARE(reread.ClientPort, 41234);
     }
 
     void badFramesLoseOnlyThemselvesThenNoticesAndEndMarkers()
     {
         EngineOnFakeServer f;
         QTRY_VERIFY(f.server.hasClient());
-        // CON without its data, then a good one: the first is logged and lost.
         f.server.sendJoined({u"CON"_s, cmd(u"CON"_s, u"a"_s)});
         QTRY_COMPARE(f.server.receivedCodes(), (QStringList{u"USR"_s, u"ALL"_s}));
         QVERIFY(logText().contains(u"frmKorvanClient:DataArrival - Subscript out of range ** Error "
                                    "number 9 = Subscript out of range"_s));
 
-        // A zero length and a high-bit length inside the loop are logged; the
-        // frames behind them still run.
+        // A zero length and a high-bit length inside the loop are logged; the frames behind them still run.
         f.server.sendBytes(FakeServer::frame(cmd(u"IUS"_s, u"one"_s)) +
                            QByteArray("kVn\x00\x00kVn\x80\x01", 10) +
                            FakeServer::frame(cmd(u"IUS"_s, u"two"_s)));
@@ -93,8 +114,7 @@ private Q_SLOTS:
         QCOMPARE(f.frontend.questions[1].text, u"two"_s);
         QVERIFY(logText().contains(u"frmKorvanClient:DataArrival - Overflow"_s));
 
-        // Garbage drops whatever the read held; a frame split over reads after
-        // that starts clean.
+        // Garbage drops whatever the read held; a frame split over reads after that starts clean.
         const int reads = logText().count(u"frmKorvanClient:DataArrival\n"_s);
         f.server.sendBytes(QByteArray("garbage!!") + FakeServer::frame(cmd(u"IUS"_s, u"lost"_s)));
         QTRY_VERIFY(logText().count(u"frmKorvanClient:DataArrival\n"_s) > reads);
@@ -102,7 +122,6 @@ private Q_SLOTS:
         QTRY_COMPARE(f.frontend.questions.size(), 3);
         QCOMPARE(f.frontend.questions[2].text, u"three"_s);
 
-        // An AUT that is no number fails alone.
         f.server.sendJoined({cmd(u"AUT"_s, u"admin"_s), cmd(u"IUS"_s, u"four"_s)});
         QTRY_COMPARE(f.frontend.questions.size(), 4);
         QCOMPARE(gUserInfos().MyAuthority(), qint16(0));
@@ -117,7 +136,6 @@ private Q_SLOTS:
         f.server.sendBytes(con.mid(7));
         QTRY_COMPARE(f.server.receivedCodes().count(u"USR"_s), 2);
 
-        // Notices, answers and end markers on the new link.
         f.server.sendJoined({cmd(u"IAD"_s, u"for admins"_s), cmd(u"IPO"_s, u"for postmasters"_s),
                              cmd(u"IUS"_s, u"for everyone"_s), cmd(u"GPL"_s, u"SEND;"_s),
                              cmd(u"UPR"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s),
@@ -128,66 +146,11 @@ private Q_SLOTS:
         // Only the notice for every user reaches a plain user.
         QCOMPARE(f.frontend.questions.size(), 5);
         QCOMPARE(f.frontend.questions[4].text, u"for everyone"_s);
-        QCOMPARE(f.frontend.events.filter(u"policies"_s),
-                 (QStringList{u"policies  SEND;"_s, u"policies jdoe LINK;"_s}));
-        QCOMPARE(f.frontend.events.filter(u"server config"_s),
-                 QStringList{u"server config PORT=1;UDPP=2;TRCE;"_s});
         // The letter routes the display; machines know no "L".
-        QCOMPARE(f.frontend.events.filter(u"display"_s), (QStringList{u"display 0 G"_s, u"display 0 L"_s}));
+        QCOMPARE(f.frontend.events.filter(QRegularExpression(u"policies|server config|display"_s)),
+                 (QStringList{u"policies  SEND;"_s, u"policies jdoe LINK;"_s,
+                              u"server config PORT=1;UDPP=2;TRCE;"_s, u"display 0 G"_s, u"display 0 L"_s}));
         QVERIFY(gSession().UsersLoaded && gSession().MachinesLoaded);
-    }
-
-    void framesFlowWhileABoxStandsConfigurationGoesBackPortChangeClosesBoth()
-    {
-        EngineOnFakeServer f;
-        QTRY_VERIFY(f.server.hasClient());
-        // The first notice's box pumps events as a modal box does, until the CON
-        // sent meanwhile has been answered.
-        QStringList answeredInBox;
-        f.frontend.whileBoxStands = [&f, &answeredInBox] {
-            f.server.send(cmd(u"CON"_s, u"a"_s));
-            QEventLoop pump;
-            connect(&f.server, &FakeServer::payloadReceived, &pump, [&f, &pump] {
-                if (f.server.received.size() == 2)
-                    pump.quit();
-            });
-            QTimer::singleShot(5000, &pump, &QEventLoop::quit);
-            pump.exec();
-            answeredInBox = f.server.receivedCodes();
-        };
-        f.server.sendJoined({cmd(u"IUS"_s, u"one"_s), cmd(u"IUS"_s, u"two"_s)});
-        QTRY_COMPARE(f.frontend.questions.size(), 2);
-        QCOMPARE(answeredInBox, (QStringList{u"USR"_s, u"ALL"_s}));
-        // Each frame ran once: the pass inside the box took them off the queue.
-        QCOMPARE(f.frontend.questions[1].text, u"two"_s);
-        QCOMPARE(f.server.receivedCodes(), answeredInBox);
-
-        // Policies and server configuration go back to the server.
-        f.engine.NewPoliciesToSend(QString(), u"SEND;"_s);
-        f.engine.NewPoliciesToSend(u"jdoe"_s, u"LINK;"_s);
-        ServerConfig config;
-        config.Trace = true;
-        f.engine.UpdateServerConfiguration(config);
-        const QString tail = QChar(0) + gUserInfos().UserID();
-        QTRY_COMPARE(f.server.received.mid(2),
-                     (QStringList{cmd(u"GPU"_s, u"SEND;"_s) + tail,
-                                  cmd(u"UPU"_s, u"jdoe"_s + QChar(2) + u"LINK;"_s) + tail,
-                                  cmd(u"SCU"_s, u"PORT=58502;UDPP=58502;TRCE;"_s) + tail}));
-
-        // A port change closes both sockets.
-        f.link().tmrUdpStarter_Timer();
-        QSignalSpy gone(f.server.client(), &QTcpSocket::disconnected);
-        f.server.send(cmd(u"PCL"_s, QString::number(f.server.port())));
-        f.server.send(cmd(u"PCL"_s, u"41234"_s));
-        QVERIFY(gone.wait(5000));
-        QCOMPARE(f.link().wsUDP.state(), QAbstractSocket::UnconnectedState);
-        // A local close: no close event, so no reconnection timer.
-        QVERIFY(!f.link().tmrReconnect.isEnabled());
-        QCOMPARE(logText().count(u"Client port changed to \t41234"_s), 1);
-        Options reread;
-        reread.setIniPath(gOptions().iniPath());
-        reread.ReadOptions();
-        QCOMPARE(reread.ClientPort, 41234);
     }
 };
 

@@ -1,5 +1,4 @@
-// The name service as the directory. Run as root, the test makes its own
-// accounts and groups and removes them at the end; otherwise it is skipped.
+// The name service as the directory, on accounts and groups of its own: run as root, or skipped.
 #include "core/UserInfos.h"
 #include "delivery/Targeting.h"
 #include "netsvc/NetApi.h"
@@ -15,17 +14,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString Ops = u"kvnt-ops"_s;
-const QString Other = u"kvnt-other"_s;
-// Ops is his primary group, so /etc/group does not list him in it.
-const QString Primary = u"kvnt-primary"_s;
-const QString Member = u"kvnt-member"_s;
-const QString NoLogin = u"kvnt-nologin"_s;
-
-bool run(const QString &program, const QStringList &arguments)
-{
-    return QProcess::execute(program, arguments) == 0;
-}
+// Ops is Primary's primary group, so /etc/group does not list him in it.
+const QString Ops = u"kvnt-ops"_s, Other = u"kvnt-other"_s, Primary = u"kvnt-primary"_s;
+const QString Member = u"kvnt-member"_s, NoLogin = u"kvnt-nologin"_s;
 
 bool listed(const QList<DirectoryEntry> &entries, const QString &name)
 {
@@ -45,13 +36,13 @@ private Q_SLOTS:
         if (geteuid() != 0)
             QSKIP("making accounts and groups needs root");
         cleanupTestCase();
-        QVERIFY(run(u"groupadd"_s, {Ops}));
-        QVERIFY(run(u"groupadd"_s, {Other}));
-        const QStringList account = {u"-M"_s, u"-N"_s, u"-s"_s};
-        QVERIFY(
-            run(u"useradd"_s, account + QStringList{u"/bin/sh"_s, u"-g"_s, Ops, u"-G"_s, Other, Primary}));
-        QVERIFY(run(u"useradd"_s, account + QStringList{u"/bin/sh"_s, u"-G"_s, Ops, Member}));
-        QVERIFY(run(u"useradd"_s, account + QStringList{u"/usr/sbin/nologin"_s, NoLogin}));
+        for (const QString &command : {u"groupadd %1"_s.arg(Ops), u"groupadd %1"_s.arg(Other),
+                                       u"useradd -M -N -s /bin/sh -g %1 -G %2 %3"_s.arg(Ops, Other, Primary),
+                                       u"useradd -M -N -s /bin/sh -G %1 %2"_s.arg(Ops, Member),
+                                       u"useradd -M -N -s /usr/sbin/nologin %1"_s.arg(NoLogin)}) {
+            const QStringList words = command.split(u' ');
+            QVERIFY2(QProcess::execute(words[0], words.mid(1)) == 0, qPrintable(command));
+        }
     }
 
     void cleanupTestCase()

@@ -15,30 +15,26 @@ class TestNetworkPaths : public QObject
 {
     Q_OBJECT
 
-private:
-    static QList<Mount> mounts()
-    {
-        return {{u"/"_s, u"ext4"_s, u"/dev/sda1"_s},
-                {u"/mnt/media"_s, u"cifs"_s, u"//SRV/Media"_s},
-                {u"/mnt/deep"_s, u"cifs"_s, u"//srv/docs/sub"_s},
-                {u"/home/shared"_s, u"nfs4"_s, u"nas:/export/home"_s},
-                // A file system of this machine whose source only reads like an export.
-                {u"/mnt/archive"_s, u"fuse.archivemount"_s, u"backup:/archive"_s}};
-    }
-
 private Q_SLOTS:
     void readsMountInfo()
     {
+        // Garbage is passed over line by line; what makes sense around it still counts.
+        static const char binary[] = "- - - - - - - - -\n\0\xff\xfe 1 2\n";
         QTemporaryFile file;
-        QVERIFY(file.open());
-        file.write("22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
-                   "40 22 0:50 / /mnt/my\\040share rw,relatime shared:9 - cifs //srv/My\\040Share rw,vers=3\n"
-                   "garbage line\n");
-        file.close();
-        const QList<Mount> read = NetworkPaths::ReadMounts(file.fileName());
-        QCOMPARE(read.size(), 2);
-        QCOMPARE(QStringList({read[1].mountPoint, read[1].fsType, read[1].source}),
-                 (QStringList{u"/mnt/my share"_s, u"cifs"_s, u"//srv/My Share"_s}));
+        QVERIFY(file.open() &&
+                file.write(
+                    "22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+                    "40 22 0:50 / /mnt/my\\040share rw,relatime shared:9 - cifs //srv/My\\040Share rw\n"
+                    "garbage line\n" +
+                    QByteArray(binary, sizeof binary - 1) +
+                    "1 2 3 / relative rw - nfs a:/b rw\n3 4 5 / /cut rw - nfs\n" + QByteArray(100000, 'x') +
+                    "\n9 8 0:7 / /srv/nas\\ rw,relatime - nfs4 nas:/export\\01 rw") > 0 &&
+                file.flush());
+        QStringList read;
+        for (const Mount &m : NetworkPaths::ReadMounts(file.fileName()))
+            read << m.mountPoint + u'|' + m.fsType + u'|' + m.source;
+        QCOMPARE(read, (QStringList{u"/|ext4|/dev/sda1"_s, u"/mnt/my share|cifs|//srv/My Share"_s,
+                                    u"/srv/nas\\|nfs4|nas:/export\\01"_s}));
         QVERIFY(NetworkPaths::ReadMounts(u"/does/not/exist"_s).isEmpty());
 
         // The kernel's own table says it is empty; it is read to its end all the same.
@@ -46,70 +42,49 @@ private Q_SLOTS:
         const QList<Mount> system = NetworkPaths::ReadMounts();
         QVERIFY(std::any_of(system.cbegin(), system.cend(),
                             [](const Mount &m) { return m.mountPoint == u"/"_s; }));
-
-        // Garbage is passed over line by line; what makes sense around it still counts.
-        static const char binary[] = "- - - - - - - - -\n\0\xff\xfe 1 2\n";
-        const QList<Mount> mixed = NetworkPaths::ParseMounts(
-            QByteArray(binary, sizeof binary - 1) +
-            "1 2 3 / relative rw - nfs a:/b rw\n3 4 5 / /cut rw - nfs\n" + QByteArray(100000, 'x') + "\n" +
-            "9 8 0:7 / /srv/nas\\ rw,relatime - nfs4 nas:/export\\01 rw");
-        QCOMPARE(mixed.size(), 1);
-        QCOMPARE(QStringList({mixed[0].mountPoint, mixed[0].fsType, mixed[0].source}),
-                 (QStringList{u"/srv/nas\\"_s, u"nfs4"_s, u"nas:/export\\01"_s}));
     }
 
     // A share's path opens through its mount; a path on a network mount becomes what other machines open.
-    void networkPaths_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("network");
-        QTest::addColumn<QString>("local");
-        QTest::addColumn<QString>("unc"); // empty: left as it is
-        QTest::newRow("unc backslashes")
-            << u"\\\\srv\\media\\chime.wav"_s << true << u"/mnt/media/chime.wav"_s << QString();
-        QTest::newRow("unc slashes") << u"//srv/media/a/b.wav"_s << true << u"/mnt/media/a/b.wav"_s
-                                     << QString();
-        QTest::newRow("smb url") << u"smb://srv/media/x%20y.wav"_s << true << u"/mnt/media/x y.wav"_s
-                                 << QString();
-        QTest::newRow("mount of a subfolder")
-            << u"\\\\srv\\docs\\sub\\f.pdf"_s << true << u"/mnt/deep/f.pdf"_s << QString();
-        QTest::newRow("outside the mounted subfolder")
-            << u"\\\\srv\\docs\\other\\f.pdf"_s << true << QString() << QString();
-        QTest::newRow("climbing out of the share")
-            << u"\\\\srv\\media\\..\\..\\etc\\passwd"_s << true << QString() << QString();
-        QTest::newRow("share not mounted") << u"\\\\other\\share\\f"_s << true << QString() << QString();
-        QTest::newRow("local") << u"/home/me/doc.pdf"_s << false << QString() << QString();
-        QTest::newRow("local, source like an export")
-            << u"/mnt/archive/doc.pdf"_s << false << QString() << QString();
-        QTest::newRow("relative") << u"doc.pdf"_s << false << QString() << QString();
-        QTest::newRow("server without share") << u"\\\\srv"_s << false << QString() << QString();
-        QTest::newRow("on an nfs mount") << u"/home/shared/a/doc.pdf"_s << true << u"/home/shared/a/doc.pdf"_s
-                                         << u"nas:/export/home/a/doc.pdf"_s;
-        QTest::newRow("on a subfolder's mount")
-            << u"/mnt/deep/f.pdf"_s << true << u"/mnt/deep/f.pdf"_s << u"//srv/docs/sub/f.pdf"_s;
-        QTest::newRow("the mount point") << u"/mnt/media"_s << true << u"/mnt/media"_s << u"//SRV/Media"_s;
-        QTest::newRow("export form") << u"nas:/export/home/a/doc.pdf"_s << true << u"/home/shared/a/doc.pdf"_s
-                                     << QString();
-        QTest::newRow("export form with a user")
-            << u"ann@NAS:/export/home/./b.wav"_s << true << u"/home/shared/b.wav"_s << QString();
-        QTest::newRow("export not mounted") << u"nas:/export/other/c.pdf"_s << true << QString() << QString();
-        QTest::newRow("climbing out of the export")
-            << u"nas:/export/home/../../etc/passwd"_s << true << QString() << QString();
-        QTest::newRow("drive letter") << u"C:/docs/a.pdf"_s << false << QString() << QString();
-        QTest::newRow("web address") << u"http://srv/a.pdf"_s << false << QString() << QString();
-        QTest::newRow("file address") << u"file:/home/me/a.pdf"_s << false << QString() << QString();
-    }
-
     void networkPaths()
     {
-        QFETCH(QString, path);
-        QFETCH(bool, network);
-        QFETCH(QString, unc);
-        QCOMPARE(NetworkPaths::IsNetworkPath(path, mounts()), network);
-        QTEST(NetworkPaths::LocalPathOf(path, mounts()), "local");
-        QString rewritten = path;
-        QCOMPARE(NetworkPaths::PathToUNC(rewritten, mounts()), network);
-        QCOMPARE(rewritten, unc.isEmpty() ? path : unc);
+        const QList<Mount> mounts{{u"/"_s, u"ext4"_s, u"/dev/sda1"_s},
+                                  {u"/mnt/media"_s, u"cifs"_s, u"//SRV/Media"_s},
+                                  {u"/mnt/deep"_s, u"cifs"_s, u"//srv/docs/sub"_s},
+                                  {u"/home/shared"_s, u"nfs4"_s, u"nas:/export/home"_s},
+                                  // A file system of this machine whose source only reads like an export.
+                                  {u"/mnt/archive"_s, u"fuse.archivemount"_s, u"backup:/archive"_s}};
+        // The path, whether it is a network path, where it is read here, what other machines open
+        // (empty: the path as it is).
+        for (const auto &[path, network, local, unc] :
+             std::initializer_list<std::tuple<QString, bool, QString, QString>>{
+                 {u"\\\\srv\\media\\chime.wav"_s, true, u"/mnt/media/chime.wav"_s, {}},
+                 {u"//srv/media/a/b.wav"_s, true, u"/mnt/media/a/b.wav"_s, {}},
+                 {u"smb://srv/media/x%20y.wav"_s, true, u"/mnt/media/x y.wav"_s, {}},
+                 {u"\\\\srv\\docs\\sub\\f.pdf"_s, true, u"/mnt/deep/f.pdf"_s, {}}, // mount of a subfolder
+                 {u"\\\\srv\\docs\\other\\f.pdf"_s, true, {}, {}},                 // outside it
+                 {u"\\\\srv\\media\\..\\..\\etc\\passwd"_s, true, {}, {}},         // climbing out
+                 {u"\\\\other\\share\\f"_s, true, {}, {}},                         // share not mounted
+                 {u"/home/me/doc.pdf"_s, false, {}, {}},
+                 {u"/mnt/archive/doc.pdf"_s, false, {}, {}}, // local, source like an export
+                 {u"doc.pdf"_s, false, {}, {}},
+                 {u"\\\\srv"_s, false, {}, {}}, // server without share
+                 {u"/home/shared/a/doc.pdf"_s, true, u"/home/shared/a/doc.pdf"_s,
+                  u"nas:/export/home/a/doc.pdf"_s},
+                 {u"/mnt/deep/f.pdf"_s, true, u"/mnt/deep/f.pdf"_s, u"//srv/docs/sub/f.pdf"_s},
+                 {u"/mnt/media"_s, true, u"/mnt/media"_s, u"//SRV/Media"_s},
+                 {u"nas:/export/home/a/doc.pdf"_s, true, u"/home/shared/a/doc.pdf"_s, {}},
+                 {u"ann@NAS:/export/home/./b.wav"_s, true, u"/home/shared/b.wav"_s, {}},
+                 {u"nas:/export/other/c.pdf"_s, true, {}, {}},           // export not mounted
+                 {u"nas:/export/home/../../etc/passwd"_s, true, {}, {}}, // climbing out
+                 {u"C:/docs/a.pdf"_s, false, {}, {}},
+                 {u"http://srv/a.pdf"_s, false, {}, {}},
+                 {u"file:/home/me/a.pdf"_s, false, {}, {}}}) {
+            QVERIFY2(NetworkPaths::IsNetworkPath(path, mounts) == network, qPrintable(path));
+            QCOMPARE(NetworkPaths::LocalPathOf(path, mounts), local);
+            QString rewritten = path;
+            QCOMPARE(NetworkPaths::PathToUNC(rewritten, mounts), network);
+            QCOMPARE(rewritten, unc.isEmpty() ? path : unc);
+        }
     }
 
     // The desktop mounts each share in a folder named after it, all under one mount.
@@ -120,18 +95,17 @@ private Q_SLOTS:
         QVERIFY(QDir(gvfs.path()).mkpath(u"sftp:host=filer/home"_s));
         const QList<Mount> mounts{{u"/"_s, u"ext4"_s, u"/dev/sda1"_s},
                                   {gvfs.path(), u"fuse.gvfsd-fuse"_s, u"gvfsd-fuse"_s}};
-        const QString share = gvfs.path() + u"/smb-share:server=filer,share=my%20docs,user=ann"_s;
-        QString path = share + u"/q4/a.pdf"_s;
+        const QString doc = gvfs.path() + u"/smb-share:server=filer,share=my%20docs,user=ann/q4/a.pdf"_s;
+        QString path = doc;
         QVERIFY(NetworkPaths::IsNetworkPath(path, mounts));
         QVERIFY(NetworkPaths::PathToUNC(path, mounts));
         QCOMPARE(path, u"//filer/my docs/q4/a.pdf"_s);
-        QCOMPARE(NetworkPaths::LocalPathOf(u"\\\\FILER\\My Docs\\q4\\a.pdf"_s, mounts),
-                 share + u"/q4/a.pdf"_s);
+        QCOMPARE(NetworkPaths::LocalPathOf(u"\\\\FILER\\My Docs\\q4\\a.pdf"_s, mounts), doc);
         QCOMPARE(NetworkPaths::LocalPathOf(u"//filer/other/a.pdf"_s, mounts), QString());
-        // Other kinds of desktop mount are no share.
-        QVERIFY(!NetworkPaths::IsNetworkPath(gvfs.path() + u"/sftp:host=filer/home/a.pdf"_s, mounts));
-        // Nor is a folder that names a server without a share, or a share without a server.
-        for (const QString &folder : {u"smb-share:server=filer,user=ann"_s, u"smb-share:share=docs"_s}) {
+        // Other kinds of desktop mount are no share, nor is a folder that names a server without a
+        // share, or a share without a server.
+        for (const QString &folder :
+             {u"sftp:host=filer/home"_s, u"smb-share:server=filer,user=ann"_s, u"smb-share:share=docs"_s}) {
             QVERIFY(QDir(gvfs.path()).mkpath(folder + u"/q4"_s));
             QVERIFY2(!NetworkPaths::IsNetworkPath(gvfs.path() + u'/' + folder + u"/q4"_s, mounts),
                      qPrintable(folder));

@@ -38,8 +38,7 @@ class TestNotifier : public QObject
     }
 
 private Q_SLOTS:
-    // A service that does not answer leaves the event loop running; a second text
-    // waits for the first popup's id and then replaces it in place.
+    // A silent service leaves the event loop running; a second text waits for the first's id to replace it.
     void silentServiceBlocksNothing()
     {
         if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))

@@ -24,8 +24,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The process's settings on a file of a fresh profile, read as the client reads them, and a
-// server whose configuration commands are kept while the link is up.
+// The settings on a file of a fresh profile, read as the client reads them, and a server whose
+// configuration commands are kept while the link is up.
 struct Fixture
 {
     TempProfile profile;
@@ -54,7 +54,6 @@ struct Fixture
                                  o.Font.Bold, o.Font.Italic, o.HorizontalPosition, o.VerticalPosition,
                                  o.RefreshRate, o.RefreshSteps, o.Language, o.Trace);
     }
-    // A server configuration form on screen, as the console opens it.
     QPointer<frmConfigServer> server(const QString &config)
     {
         auto *form = new frmConfigServer({frontend, [this](const ServerConfig &c) {
@@ -95,8 +94,7 @@ class TestOptionForms : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Cancel, or Escape from inside a row, stores nothing and gives the language back; OK stores
-    // every row, also after a language switch.
+    // Cancel or Escape stores nothing and gives the language back; OK stores every row, after a switch too.
     void clientOptions()
     {
         Fixture f;
@@ -116,8 +114,7 @@ private Q_SLOTS:
         QCOMPARE(std::tuple(f.options.RefreshRate, f.told, QFile::exists(f.options.iniPath())),
                  std::tuple(100, 0, false));
 
-        f.options.HorizontalPosition = 2;
-        f.options.VerticalPosition = 1;
+        std::tie(f.options.HorizontalPosition, f.options.VerticalPosition) = std::tuple{2, 1};
         frmClientConfig form(f.client);
         PropertyInspector &rows = *form.ui.propConfig;
         // The last place in each list shows as chosen; the first one chosen is taken.
@@ -144,8 +141,7 @@ private Q_SLOTS:
                  std::tuple(1, qint16(1), u"Courier 20 0 1 0 0 50 5 1 1"_s));
     }
 
-    // Rows whose settings the machine's file locks are greyed with a tip in the present language;
-    // neither the rows, the font dialog, OK nor Default change them, and the user's file never holds them.
+    // Rows the machine's file locks are greyed with a tip; nothing changes them or writes them to the user.
     void lockedRowsAreGreyed()
     {
         Fixture f;
@@ -192,16 +188,15 @@ private Q_SLOTS:
         f.read(f.options);
         frmClientConfig locked(f.client);
         QCOMPARE(greyed(*locked.ui.propConfig).size(), 11);
-        const QList<QToolButton *> buttons = locked.ui.propConfig->findChildren<QToolButton *>();
-        QVERIFY(!buttons.isEmpty());
-        for (const QToolButton *button : buttons)
-            QCOMPARE(button->toolTip(), u"Set by your administrator"_s);
+        QSet<QString> tips;
+        for (const QToolButton *button : locked.ui.propConfig->findChildren<QToolButton *>())
+            tips << button->toolTip();
+        QCOMPARE(tips, QSet{tip});
         QTest::mouseClick(locked.ui.OKButton, Qt::LeftButton);
         QCOMPARE(f.profile.readFile(u"KorvaneClient.ini"_s), QByteArray("[Options]\n"));
     }
 
-    // Each kind of row through the inspector's own interface and the keyboard; Tab goes
-    // through the rows before it reaches the buttons.
+    // Each kind of row through the inspector's interface and the keyboard; Tab goes through the rows first.
     void inspectorRows()
     {
         QWidget window;
@@ -252,17 +247,14 @@ private Q_SLOTS:
         QCOMPARE(QApplication::focusWidget(), button);
     }
 
-    // Values beyond a row's editor that the person left alone go back exactly as they came; the
-    // font summary follows the rows; Default saves the defaults but leaves the banner's place alone.
+    // Values beyond a row's editor that the person left alone go back as they came; Default keeps the place.
     void untouchedRowsGoBackAsTheyCame()
     {
         Fixture f;
         // A name this machine lacks is shown as it is stored.
         f.options.Font = {u"No Such Family"_s, false, false, 96};
-        f.options.RefreshRate = 150;
-        f.options.RefreshSteps = 0;
-        f.options.HorizontalPosition = 2;
-        f.options.Trace = true;
+        std::tie(f.options.RefreshRate, f.options.RefreshSteps, f.options.HorizontalPosition,
+                 f.options.Trace) = std::tuple{150, 0, 2, true};
         f.options.SaveOptions();
         frmClientConfig form(f.client);
         PropertyInspector &rows = *form.ui.propConfig;
@@ -292,10 +284,8 @@ private Q_SLOTS:
                  std::tuple(int(QDialog::Accepted), 3, u"Arial 12 0 0 2 0 100 1 0 0"_s));
     }
 
-    // Escape or an unchanged configuration closes the form sending nothing; a new client port is asked
-    // about first, No puts the old one back; a pasted separator never reaches the wire, a configuration
-    // that does not leave keeps the form open, one beyond a frame is refused; OK by its letter takes
-    // the digits typed in a row.
+    // Escape or no change sends nothing; a new client port is asked about first; a pasted separator never
+    // reaches the wire; a configuration that does not leave, or is beyond a frame, keeps the form open.
     void serverConfiguration()
     {
         Fixture f;

@@ -52,11 +52,10 @@ class TestPolicies : public QObject
 private Q_SLOTS:
     void init() { gOptions().Language = 0; }
 
-    // OK waits for a change. Unchecking "May send messages" greys every authoring row, the
-    // extensions with them; without documents the extensions alone. Greyed values still travel
-    // with the record, and what a person types in the extensions cannot break its text. Default
-    // refills without sending; Cancel sends nothing.
-    void enablingAndWhatTravels()
+    // OK waits for a change. Unchecking "May send messages" greys every authoring row and the
+    // extensions, no documents the extensions alone; greyed values still travel, typed extensions
+    // cannot break the text. Default refills without sending; Cancel sends nothing.
+    void enablingWhatTravelsAndTheWindow()
     {
         QStringList sent;
         PoliciesForm form(recordTo(sent));
@@ -81,24 +80,22 @@ private Q_SLOTS:
         QCOMPARE(greyed(form), Extensions);
         QVERIFY(form.OKButton());
         QCOMPARE(sent, (QStringList{u"jdoe MSGS;RPTG;LFTM=30;SEND;"_s, u"jdoe DEXT=exe,compif;LINK;"_s}));
-    }
+        sent.clear();
 
-    // Every field goes through the window and back. Values the editors cannot show, or could
-    // show only as another, go back as they came when the person changed something else; a
-    // value set is taken.
-    void everyFieldThroughTheWindow()
-    {
+        // Every field goes through the window and back, values the editors cannot show as they came.
+        // A pasted separator never reaches the wire; policies that do not leave keep the window open;
+        // too long ones are refused; the window's words and hints follow the language.
         TempProfile profile;
         LogFile::renew();
-        QStringList sent;
-        frmPolicies window(recordTo(sent));
+        bool linkUp = true;
+        frmPolicies window(recordTo(sent, &linkUp));
         window.setAttribute(Qt::WA_DeleteOnClose, false);
         window.Initialise(
             QString(), u"MSGS;RPTG;NOTE;NTDG;KVGG;EXIT;DSPO;ADMN;LFTM=-3;DEXT=a;LINK;SEND;BRDC;RCON=-7;"_s);
         QCOMPARE(window.windowTitle(), u"Universal Policies"_s);
         QCOMPARE(window.logic().Icon(), PoliciesForm::WindowIcon::Universal);
-        QCOMPARE(window.ui.numLifetime->value(), 0);
-        QCOMPARE(window.ui.numReconnect->value(), -1);
+        QCOMPARE(std::pair(window.ui.numLifetime->value(), window.ui.numReconnect->value()),
+                 std::pair(0, -1));
         QVERIFY(logText().contains(u"frmPolicies:AssignValues - Lifetime out of range: -3"_s));
         QVERIFY(!window.ui.numLifetime->isEnabled() && !window.ui.OKButton->isEnabled());
         // Each box turned back to its default leaves only the numbers and the extensions.
@@ -120,19 +117,10 @@ private Q_SLOTS:
         QTest::keyClick(window.ui.numLifetime, Qt::Key_Escape);
         QVERIFY(!window.isVisible());
         QCOMPARE(sent.size(), 2);
-    }
 
-    // A pasted separator in the refused extensions never reaches the wire; policies that do
-    // not leave keep the window open; too long ones are refused; the window's words and hints
-    // follow the language.
-    void refusedBeforeTheWire()
-    {
-        TempProfile profile;
+        sent.clear();
+        linkUp = false;
         RecordingFrontend frontend;
-        QStringList sent;
-        bool linkUp = false;
-        frmPolicies window(recordTo(sent, &linkUp));
-        window.setAttribute(Qt::WA_DeleteOnClose, false);
         // Policies handed over whole show as they are.
         Policies handed;
         handed.CanSendMessages = false;

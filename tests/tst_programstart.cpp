@@ -1,5 +1,4 @@
 #include "core/AppPaths.h"
-#include "core/Globals.h"
 #include "core/Options.h"
 #include "core/UserInfos.h"
 #include "core/UserStore.h"
@@ -23,51 +22,45 @@ class TestProgramStart : public QObject
     Q_OBJECT
 
 private:
-    static void presetUser(const TempProfile &profile, const QByteArray &name = "Jane Doe")
+    // A stored name, so that none is asked, and settings pointing at nothing.
+    static void prepare(const TempProfile &profile, const QByteArray &options = {})
     {
-        profile.writeFile(u"config/Korvane/Client.conf"_s, "[Options]\nUserName=" + name + "\n");
+        profile.writeFile(u"config/Korvane/Client.conf"_s, "[Options]\nUserName=Jane Doe\n");
+        profile.writeFile(u"config/Korvane/KorvaneClient.ini"_s,
+                          "[Options]\n" + options + "Host=127.0.0.1\nClientPort=9\n");
     }
 
 private Q_SLOTS:
-    void newcomerStartsWithoutAQuestion()
+    // A newcomer with a stored name starts without a question, unless the settings trace: then
+    // whether to go on tracing is asked, and kept, before the last run's log is renewed.
+    void newcomerIsAskedOnlyAboutTracing()
     {
-        TempProfile profile;
-        RecordingFrontend frontend;
-        presetUser(profile);
-        profile.writeFile(u"config/Korvane/KorvaneClient.ini"_s, "[Options]\nHost=127.0.0.1\nClientPort=9\n");
-        auto engine = ProgramStart::Run();
-        QVERIFY(engine);
-        QCOMPARE(frontend.questions.size(), 0);
-        QCOMPARE(gProcess().AppDataPath, profile.dataHome() + u"/Korvane"_s);
-        QCOMPARE(gUserInfos().UserName, u"Jane Doe"_s);
-        const QString log = logText();
-        QVERIFY(log.indexOf(u"Getting the user's infos"_s) <
-                log.indexOf(u"Loading Korvan Client module..."_s));
-
-        // The login's own groups, its primary one included, count for targeting.
-        const group *primary = getgrgid(getpwuid(geteuid())->pw_gid);
-        QVERIFY(primary);
-        QCOMPARE(
-            StoreFixture::column(TempDB(), u"SELECT GroupType FROM GroupsIBelongTo WHERE GroupName = '"_s +
-                                               QString::fromLocal8Bit(primary->gr_name) + u"'"_s),
-            QStringList{u"D"_s});
-    }
-
-    void traceQuestionComesBeforeTheLogIsRenewed()
-    {
-        for (int answer : {int(ResultYes), int(ResultNo)}) {
+        for (int answer : {0, int(ResultYes), int(ResultNo)}) { // 0: the settings do not trace
             TempProfile profile;
             RecordingFrontend frontend;
-            presetUser(profile);
-            profile.writeFile(u"config/Korvane/KorvaneClient.ini"_s,
-                              "[Options]\nTrace=1\nHost=127.0.0.1\nClientPort=9\n");
+            prepare(profile, answer ? "Trace=1\n" : "");
             profile.writeFile(u"data/Korvane/client.log"_s, "last run\n");
             frontend.answerBox(answer);
             auto engine = ProgramStart::Run();
-            QCOMPARE(frontend.questions.size(), 1);
+            QVERIFY(engine);
+            QCOMPARE(gProcess().AppDataPath, profile.dataHome() + u"/Korvane"_s);
+            QCOMPARE(gUserInfos().UserName, u"Jane Doe"_s);
+            const QString log = logText();
+            QVERIFY(!log.contains(u"last run"_s));
+            QVERIFY(log.indexOf(u"Getting the user's infos"_s) <
+                    log.indexOf(u"Loading Korvan Client module..."_s));
+            // The login's own groups, its primary one included, count for targeting.
+            const group *primary = getgrgid(getpwuid(geteuid())->pw_gid);
+            QVERIFY(primary);
+            QCOMPARE(StoreFixture::column(TempDB(),
+                                          u"SELECT GroupType FROM GroupsIBelongTo WHERE GroupName = '"_s +
+                                              QString::fromLocal8Bit(primary->gr_name) + u"'"_s),
+                     QStringList{u"D"_s});
+            QCOMPARE(frontend.questions.size(), answer ? 1 : 0);
+            if (!answer)
+                continue;
             QCOMPARE(frontend.questions[0].caption, u"Korvane Client - Debug mode"_s);
             QCOMPARE(gOptions().Trace, answer == ResultNo);
-            QVERIFY(!logText().contains(u"last run"_s));
             Options reread;
             reread.setIniPath(AppPaths::iniFile());
             reread.ReadOptions();
@@ -80,29 +73,26 @@ private Q_SLOTS:
         TempProfile profile;
         RecordingFrontend frontend;
         gProcess().DomainAvailable = false;
-        frontend.answerText(QString());
-        frontend.answerText(u"   "_s);
-        frontend.answerText(u"Zoë O'Brien"_s);
-        ProgramStart::FindUserName();
-        QCOMPARE(frontend.questions.size(), 3);
-        QCOMPARE(gUserInfos().UserName, u"Zoë O'Brien"_s);
-
-        ResetProcessGlobals();
-        ProgramStart::FindUserName();
-        QCOMPARE(frontend.questions.size(), 3);
-        QCOMPARE(gUserInfos().UserName, u"Zoë O'Brien"_s);
+        for (const QString &answer : {QString(), u"   "_s, u"Zoë O'Brien"_s})
+            frontend.answerText(answer);
+        // Asked until given; the next start keeps it without asking.
+        for (int start = 0; start < 2; ++start) {
+            ResetProcessGlobals();
+            ProgramStart::FindUserName();
+            QCOMPARE(frontend.questions.size(), 3);
+            QCOMPARE(gUserInfos().UserName, u"Zoë O'Brien"_s);
+        }
 
         // The language comes from the user store, else from the settings.
         gOptions().Language = 1;
         ProgramStart::SetLanguage();
         QCOMPARE(gUserInfos().Language, qint16(1));
         const UserStore store(AppPaths::userStoreFile());
-        QVERIFY(store.write(u"Options"_s, u"Language"_s, u"0"_s));
-        ProgramStart::SetLanguage();
-        QCOMPARE(gUserInfos().Language, qint16(0));
-        QVERIFY(store.write(u"Options"_s, u"Language"_s, u"fr"_s));
-        ProgramStart::SetLanguage();
-        QCOMPARE(gUserInfos().Language, qint16(0));
+        for (const QString &stored : {u"0"_s, u"fr"_s}) {
+            QVERIFY(store.write(u"Options"_s, u"Language"_s, stored));
+            ProgramStart::SetLanguage();
+            QCOMPARE(gUserInfos().Language, qint16(0));
+        }
     }
 };
 

@@ -1,6 +1,5 @@
-// The kernel's route events in a network namespace of the test's own: a default
-// route added to the main table is the network coming back, nothing else is.
-// Needs root to make the namespace (exit 77, skipped, otherwise).
+// The kernel's route events in a network namespace of the test's own: a default route added to the
+// main table is the network coming back, nothing else is. Needs root (exit 77, skipped, otherwise).
 #include "link/RouteWatch.h"
 
 #include <QProcess>
@@ -20,9 +19,7 @@ namespace {
 
 bool ip(const QString &arguments)
 {
-    QProcess process;
-    process.start(u"ip"_s, arguments.split(u' '));
-    return process.waitForFinished(10000) && process.exitCode() == 0;
+    return QProcess::execute(u"ip"_s, arguments.split(u' ')) == 0;
 }
 
 // One netlink message: a header and a route of that destination length, table and type.
@@ -66,8 +63,7 @@ private Q_SLOTS:
         QTRY_COMPARE(returned.count(), 1);
     }
 
-    // Messages as they might come, cut or garbled: only a whole new default unicast route of the
-    // main table counts, wherever it stands among others.
+    // Only a whole new default unicast route of the main table counts, wherever it stands among others.
     void messagesReadSafely()
     {
         const QByteArray add = route(RTM_NEWROUTE, 0);

@@ -1,5 +1,4 @@
-// When stored messages are due: the minute tick, the scans over a real store,
-// the judgement on arrival and the calendar of repetitions.
+// When stored messages are due: the minute tick, the scans, the judgement on arrival, the calendar.
 #include "core/Options.h"
 #include "delivery/Scheduler.h"
 #include "store/MessageCodes.h"
@@ -24,14 +23,14 @@ QDateTime at(int hour, int minute, int second = 0)
 }
 
 DVMessage message(const QString &id, qint16 delivery, const QDateTime &nextRun,
-                  const QDateTime &expiration = Later)
+                  const QDateTime &expiration = Later, qint32 status = StatusActive)
 {
     DVMessage m;
     m.MsgID = id;
     m.MsgLevel = u"Warning"_s;
     m.MsgDelivery = delivery;
     m.ExpirationDate = expiration;
-    m.Status = StatusActive;
+    m.Status = status;
     m.NextRunDate = nextRun;
     return m;
 }
@@ -50,12 +49,12 @@ struct Fixture : StoreFixture
     Scheduler scheduler;
 
     Fixture() { gOptions().setIniPath(profile.configHome() + u"/KorvaneClient.ini"_s); }
-    void store(const QString &table, const DVMessage &m)
+    void store(const QString &table, std::initializer_list<DVMessage> messages)
     {
-        QVERIFY(SaveMessage(ClientDB(), table, m, true, true));
+        for (const DVMessage &m : messages)
+            QVERIFY(SaveMessage(ClientDB(), table, m, true, true));
     }
     DVMessage row(const QString &table, const QString &id) { return GetMessage(ClientDB(), table, id); }
-    // The ids a table holds, with their status.
     QStringList statuses(const QString &table)
     {
         return column(ClientDB(), u"SELECT MsgID || '=' || Status FROM "_s + table + u" ORDER BY MsgID"_s);
@@ -99,10 +98,8 @@ private Q_SLOTS:
         const auto m = [](qint16 delivery, const QDateTime &nextRun, const QDateTime &expiration = Later) {
             return message(u"M1"_s, delivery, nextRun, expiration);
         };
-        DVMessage finished = m(DeliveryImmediate, at(9, 0));
-        finished.Status = StatusFinished;
         const std::tuple<const char *, DVMessage, bool, bool, int, QDateTime> arrivals[] = {
-            {"not active", finished, false, false, 4, at(9, 0)},
+            {"not active", message(u"M1"_s, 0, at(9, 0), Later, StatusFinished), false, false, 4, at(9, 0)},
             {"logon in MSG", m(1, at(9, 0)), false, false, 1, at(9, 0)},
             {"logon in MSL", m(1, at(9, 0)), true, true, 1, at(9, 0)},
             {"immediate", m(0, at(23, 0)), false, true, 1, at(23, 0)},
@@ -129,9 +126,9 @@ private Q_SLOTS:
     void minuteTick()
     {
         Fixture f;
-        f.store(Inbox, message(u"logon"_s, DeliveryLogon, at(23, 0)));
-        f.store(Inbox, message(u"due"_s, DeliveryScheduled, at(10, 0)));
-        f.store(Inbox, message(u"at1140"_s, DeliveryScheduled, at(11, 40)));
+        f.store(Inbox, {message(u"logon"_s, DeliveryLogon, at(23, 0)),
+                        message(u"due"_s, DeliveryScheduled, at(10, 0)),
+                        message(u"at1140"_s, DeliveryScheduled, at(11, 40))});
         const auto step = [&f](const QDateTime &now) {
             f.clock.set(now);
             f.frontend.displayed.clear();
@@ -140,8 +137,7 @@ private Q_SLOTS:
         };
         QCOMPARE(step(at(10, 30, 45)), (QStringList{u"logon"_s, u"due"_s}));
         QCOMPARE(f.scheduler.LastScanMinute, qint16(30));
-        // The recorder leaves MsgAction at 0, so each scan shows "due" again; back in time: a scan,
-        // no logon scan, and the 11:40 message waits for 11:40.
+        // MsgAction stays 0, so each scan shows "due" again; back in time: a scan but no logon scan.
         const QStringList due{u"due"_s};
         QCOMPARE((QList<QStringList>{step(at(10, 30, 59)), step(at(10, 31, 0)), step(at(11, 31, 20)),
                                      step(at(11, 32, 1)), step(at(11, 20, 0)), step(at(11, 40, 0))}),
@@ -152,15 +148,15 @@ private Q_SLOTS:
     {
         Fixture f;
         f.clock.set(at(10, 30, 59));
-        f.store(Inbox, message(u"in-now"_s, DeliveryImmediate, at(23, 0), at(10, 30)));
-        f.store(Inbox, message(u"in-later"_s, DeliveryImmediate, at(23, 0), at(10, 31)));
-        f.store(InPkg, message(u"pkg-now"_s, DeliveryImmediate, at(23, 0), at(10, 30)));
-        f.store(InPkg, message(u"pkg-due"_s, DeliveryImmediate, at(10, 0)));
+        f.store(Inbox, {message(u"in-now"_s, DeliveryImmediate, at(23, 0), at(10, 30)),
+                        message(u"in-later"_s, DeliveryImmediate, at(23, 0), at(10, 31))});
+        f.store(InPkg, {message(u"pkg-now"_s, DeliveryImmediate, at(23, 0), at(10, 30)),
+                        message(u"pkg-due"_s, DeliveryImmediate, at(10, 0))});
         const QDateTime weekAgo = FakeClock::at(2026, 11, 16, 10, 30);
-        f.store(Outbox, message(u"out-week"_s, DeliveryImmediate, at(9, 0), weekAgo));
-        f.store(Outbox, message(u"out-recent"_s, DeliveryImmediate, at(9, 0), weekAgo.addSecs(60)));
-        f.store(Outbox, message(u"out-now"_s, DeliveryImmediate, at(9, 0), at(10, 30)));
-        f.store(Outbox, message(u"out-live"_s, DeliveryImmediate, at(9, 0)));
+        f.store(Outbox, {message(u"out-week"_s, DeliveryImmediate, at(9, 0), weekAgo),
+                         message(u"out-recent"_s, DeliveryImmediate, at(9, 0), weekAgo.addSecs(60)),
+                         message(u"out-now"_s, DeliveryImmediate, at(9, 0), at(10, 30)),
+                         message(u"out-live"_s, DeliveryImmediate, at(9, 0))});
         f.scheduler.ScanMessages();
         QCOMPARE(f.statuses(Inbox), QStringList{u"in-later=1"_s});
         QCOMPARE(f.statuses(InPkg), QStringList{u"pkg-due=1"_s});
@@ -177,10 +173,10 @@ private Q_SLOTS:
             DVMessage m = repeating(message(ids[n], DeliveryScheduled, at(10, 30).addSecs(minutes[n] * 60)),
                                     RepeatDays, 0, n < 3);
             m.MsgAction = ids[n] == u"queued"_s ? ActionQueued : ActionWaiting;
-            f.store(Inbox, m);
+            f.store(Inbox, {m});
         }
-        f.store(Inbox, message(u"logon"_s, DeliveryLogon, at(10, 0)));
-        f.store(Inbox, repeating(message(u"at-logon"_s, DeliveryScheduled, at(10, 0)), RepeatLogon, 1));
+        f.store(Inbox, {message(u"logon"_s, DeliveryLogon, at(10, 0)),
+                        repeating(message(u"at-logon"_s, DeliveryScheduled, at(10, 0)), RepeatLogon, 1)});
         f.scheduler.ScanTable(ClientDB(), Inbox, at(10, 30));
         QCOMPARE(f.frontend.displayed, (QStringList{u"exact-now"_s, u"past"_s, u"now"_s}));
     }
@@ -188,14 +184,11 @@ private Q_SLOTS:
     void scanAtLogonAndFailures()
     {
         Fixture f;
-        const DVMessage atLogon = repeating(message(u"repeat"_s, DeliveryImmediate, at(23, 0)), 6, 1);
-        DVMessage acknowledged = message(u"acked"_s, DeliveryLogon, at(9, 0));
-        acknowledged.Status = StatusFinished;
-        f.store(Inbox, message(u"future"_s, DeliveryLogon, FakeClock::at(2027, 1, 1)));
-        f.store(Inbox, atLogon);
-        f.store(Inbox, repeating(message(u"once"_s, DeliveryImmediate, at(23, 0)), 6, 0));
-        f.store(Inbox, acknowledged);
-        f.store(InPkg, message(u"pkg"_s, DeliveryLogon, at(9, 0)));
+        DVMessage acknowledged = message(u"acked"_s, DeliveryLogon, at(9, 0), Later, StatusFinished);
+        f.store(Inbox, {message(u"future"_s, DeliveryLogon, FakeClock::at(2027, 1, 1)),
+                        repeating(message(u"repeat"_s, DeliveryImmediate, at(23, 0)), 6, 1),
+                        repeating(message(u"once"_s, DeliveryImmediate, at(23, 0)), 6, 0), acknowledged});
+        f.store(InPkg, {message(u"pkg"_s, DeliveryLogon, at(9, 0))});
         f.scheduler.ScanMessagesAtLogon();
         QCOMPARE(f.frontend.displayed, (QStringList{u"future"_s, u"repeat"_s, u"pkg"_s}));
 
@@ -233,7 +226,7 @@ private Q_SLOTS:
             Fixture f;
             f.clock.set(FakeClock::at(2026, 4, 1, 10, 0, 30));
             const QString table = msg.MsgLevel == QLatin1String("sysKVPackage") ? InPkg : Inbox;
-            f.store(table, msg);
+            f.store(table, {msg});
             f.scheduler.ComputeNextRunDate(msg);
             const DVMessage stored = f.row(table, msg.MsgID);
             QCOMPARE((QVariantList{QLatin1String(name), stored.Status, stored.MsgAction, stored.NextRunDate}),
@@ -248,9 +241,7 @@ private Q_SLOTS:
             return repeating(message(QLatin1String(id), DeliveryScheduled, at(8, 0), expiration), RepeatHours,
                              value, true);
         };
-        f.store(Inbox, exact("hourly", 1));
-        f.store(Inbox, exact("ending", 1, at(10, 45)));
-        f.store(Inbox, exact("once", 0));
+        f.store(Inbox, {exact("hourly", 1), exact("ending", 1, at(10, 45)), exact("once", 0)});
         f.scheduler.ComputePassedExactTime();
         QCOMPARE(f.statuses(Inbox), (QStringList{u"ending=4"_s, u"hourly=1"_s, u"once=1"_s}));
         QCOMPARE((QVariantList{f.row(Inbox, u"ending"_s).MsgAction, f.row(Inbox, u"hourly"_s).NextRunDate,
@@ -262,11 +253,9 @@ private Q_SLOTS:
         gOptions().Server = u"old"_s;
         f.scheduler.ProcessGATMessage(u"10.0.0.1:10.0.0.9:none:2;x"_s, local);
         QCOMPARE(gOptions().Server, u"old"_s);
-        f.scheduler.ProcessGATMessage(
-            QStringLiteral(
-                "10.0.1.1:10.0.2.9:bad;10.0.1.1:10.0.1.199:below:4000;10.0.1.1:10.0.2.9:first:4100;"
-                "10.0.0.0:10.0.9.9:second:4200"),
-            local);
+        f.scheduler.ProcessGATMessage(u"10.0.1.1:10.0.2.9:bad;10.0.1.1:10.0.1.199:below:4000;"
+                                      "10.0.1.1:10.0.2.9:first:4100;10.0.0.0:10.0.9.9:second:4200"_s,
+                                      local);
         Options reread;
         reread.setIniPath(gOptions().iniPath());
         reread.ReadOptions();

@@ -1,6 +1,5 @@
-// Every window on a small screen of 1024 by 600: its frame inside the part of the screen that windows may
-// use, and its closing buttons there too, where a click reaches them. Offscreen, CTest describes such a
-// screen; under a real X server the test takes the screen it is given (see screenfit.cmake).
+// Every window on a screen of 1024 by 600: its frame and its closing buttons inside the part of the screen
+// that windows may use, where a click reaches them (the screen is set up in screenfit.cmake).
 #include "authoring/Selection.h"
 #include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
@@ -38,7 +37,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Words and geometry, as QDebug prints them.
 QString said(const auto &...parts)
 {
     QString text;
@@ -59,7 +57,6 @@ QString misfit(QWidget *window, const QList<QWidget *> &buttons)
             const QRect onScreen(button->mapToGlobal(QPoint(0, 0)), button->size());
             if (!button->isVisible() || !area.contains(onScreen))
                 return said(button, button->isVisible() ? "at" : "hidden at", onScreen, "outside", area);
-            // Not under another part of the window: a click there lands on the button (or the pane).
             QWidget *hit = QApplication::widgetAt(onScreen.center());
             if (hit != button && !button->isAncestorOf(hit))
                 return said(button, "cannot be clicked at", onScreen, "under", hit);
@@ -103,9 +100,8 @@ Form *shown()
     return nullptr;
 }
 
-// Checks the window of the kind Form that open() shows (and, modal, waits on), then closes it. In
-// French no English word is left: a form opens in English and follows the switch while open; a modal
-// one, which nothing can switch under it, opens in French.
+// Checks the window of the kind Form that open() shows (and, modal, waits on), then closes it. In French no
+// English word is left: a form opens in English and follows the switch; a modal one opens in French.
 template <typename Form>
 void fits(const std::function<void()> &open)
 {
@@ -137,8 +133,7 @@ void fits(const std::function<void()> &open)
     QVERIFY2(problem.isEmpty(), qPrintable(problem));
 }
 
-// The forms of authoring and the console, as the desktop opens them, with what they work with;
-// the desktop and its forms go before what they work with.
+// The forms of authoring and the console as the desktop opens them; the desktop goes before what they use.
 struct Desk : AuthoringFixture
 {
     DesktopFrontend desktop;
@@ -170,9 +165,7 @@ private Q_SLOTS:
         QTest::newRow("French") << 1;
     }
 
-    // Every form, box and console, in either language: the composer (the tallest form), the
-    // console at the size it opens with and at the size a larger screen saved, and the long boxes.
-    // In French, every caption, item, tip and name read out follows a switch made while the form is open.
+    // Every form, box and console, in either language; the console also at the size a larger screen saved.
     void everyWindow()
     {
         QFETCH(int, language);
@@ -206,8 +199,7 @@ private Q_SLOTS:
             [&] { desk.desktop.InputText(tall, u"Caption"_s, IconQuestion, ButtonsOkCancel, u"typed"_s); });
 
         fits<frmAdmin>([&] { desk.desktop.ShowConsole(); });
-        // 1500 by 1000 pixels from (300, 150), in twips, with a directory; the editors its
-        // directories open go over it.
+        // 1500 by 1000 pixels from (300, 150), in twips, with a directory, and the editors it opens over it.
         const UserStore store(desk.profile.path() + u"/Client.conf"_s);
         for (const auto &[name, value] : {std::pair{"AdminLeft", 4500}, std::pair{"AdminTop", 2250},
                                           std::pair{"AdminWidth", 22500}, std::pair{"AdminHeight", 15000}})

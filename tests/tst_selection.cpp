@@ -1,5 +1,4 @@
-// The selection dialog on screen: the rows of each directory, what it ticks of a
-// target, what it hands back, its popup menu and the column layout of each kind.
+// The selection dialog: each directory's rows, what it ticks and hands back, its menu and column layouts.
 #include "authoring/MessageForm.h"
 #include "authoring/Selection.h"
 #include "authoring/frmSelection.h"
@@ -25,13 +24,13 @@ struct Fixture : StoreFixture
 {
     Fixture()
     {
-        QVERIFY(TempDB().exec(u"INSERT INTO Users (UserID, UserName) VALUES ('alice', 'Alice A'), "
-                              "('bob', 'Bob B'), ('carol', 'Carol C')"_s));
-        QVERIFY(TempDB().exec(u"INSERT INTO Machines (MachineID, MachineIP) VALUES ('PC7', '10.0.0.7')"_s));
-        QVERIFY(TempDB().exec(
-            u"INSERT INTO KorvaneGroups (GroupName, Description) VALUES ('ops', 'Ops desk')"_s));
-        QVERIFY(
-            ClientDB().exec(u"INSERT INTO MyGroups (GroupName, Description) VALUES ('team', 'The team')"_s));
+        for (const auto &[store, rows] :
+             {std::pair{&TempDB(), u"Users (UserID, UserName) VALUES ('alice', 'Alice A'), ('bob', 'Bob B'), "
+                                   "('carol', 'Carol C')"_s},
+              {&TempDB(), u"Machines (MachineID, MachineIP) VALUES ('PC7', '10.0.0.7')"_s},
+              {&TempDB(), u"KorvaneGroups (GroupName, Description) VALUES ('ops', 'Ops desk')"_s},
+              {&ClientDB(), u"MyGroups (GroupName, Description) VALUES ('team', 'The team')"_s}})
+            QVERIFY(store->exec(u"INSERT INTO "_s + rows));
         for (const auto &[file, columns] :
              {std::pair{u"Groups"_s, "column colName 111 1\ncolumn colDescription 90 1\n"_ba},
               {u"Users"_s, "column colName 222 1\ncolumn colDescription 90 1\n"_ba},
@@ -39,10 +38,7 @@ struct Fixture : StoreFixture
             profile.writeFile(u"Layouts/"_s + file + u"Selection.xgl"_s, "korvane-grid 1\n" + columns);
         Selection::SetLayoutsBase(profile.path());
     }
-    static QList<SelectionList::Row> rows(int kind)
-    {
-        return SelectionList::LoadRows(kind, ClientDB(), TempDB());
-    }
+    static auto rows(int kind) { return SelectionList::LoadRows(kind, ClientDB(), TempDB()); }
 };
 
 QStringList shown(const QTreeWidget *grid, bool selectedOnly)
@@ -108,21 +104,20 @@ private Q_SLOTS:
                     list << QString::number(kind) + u':' + row.Name + u'=' + row.Description;
             return list;
         };
-        QCOMPARE(rowsOf({SelectPersonalGroups, SelectKorvanGroups, SelectUsers, SelectMachines, 7}),
-                 (QStringList{u"0:team=The team"_s, u"2:ops=Ops desk"_s, u"3:alice=Alice A"_s,
-                              u"3:bob=Bob B"_s, u"3:carol=Carol C"_s, u"4:PC7=10.0.0.7"_s}));
         QStringList domain;
         for (const DirectoryEntry &group : EnumGroups())
             domain << u"1:"_s + group.Name + u'=' + group.Description;
-        QCOMPARE(rowsOf({SelectDomainGroups}), domain);
+        QCOMPARE((rowsOf({SelectPersonalGroups, SelectDomainGroups, SelectKorvanGroups, SelectUsers,
+                          SelectMachines, 7})),
+                 (QStringList{u"0:team=The team"_s} + domain +
+                  QStringList{u"2:ops=Ops desk"_s, u"3:alice=Alice A"_s, u"3:bob=Bob B"_s,
+                              u"3:carol=Carol C"_s, u"4:PC7=10.0.0.7"_s}));
 
         // The selection keeps the names it does not know, after the ones it shows, top to bottom.
         SelectionList list;
         const auto state = [&list] { return std::pair(list.CanUnselectAll(), list.SaveSelection()); };
         const QList<SelectionList::Row> rows = Fixture::rows(SelectUsers);
         list.Initialize(rows, u"bob,PC7"_s);
-        QCOMPARE(std::tuple(list.isSelected(0), list.isSelected(1), list.Unknown()),
-                 std::tuple(false, true, QStringList{u"PC7"_s}));
         list.setSelected(0, true);
         QCOMPARE(state(), std::pair(true, u"alice,bob,PC7"_s));
         // Rows that are not there tick nothing.
@@ -130,7 +125,6 @@ private Q_SLOTS:
         list.setSelected(int(rows.size()), true);
         QCOMPARE(state(), std::pair(true, u"alice,bob,PC7"_s));
         list.UnselectAll();
-        list.setSelected(int(rows.size()), true);
         QCOMPARE(state(), std::pair(false, u"PC7"_s));
         // An exact match is needed: Bob does not tick bob.
         list.Initialize(rows, u"Bob"_s);
@@ -143,7 +137,6 @@ private Q_SLOTS:
         list.Initialize(rows, QString());
         QCOMPARE(state(), std::pair(false, QString()));
 
-        // The dialog over the same rows.
         frmSelection dialog;
         QTreeWidget *grid = dialog.ui.grdSelection;
         // What a button leaves: the dialog's result, whether it still shows, and the target handed back.
@@ -151,7 +144,7 @@ private Q_SLOTS:
             QTest::mouseClick(button, Qt::LeftButton);
             return std::tuple(dialog.result(), dialog.isVisible(), dialog.Result());
         };
-        dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"bob,PC7"_s);
+        dialog.Initialize(SelectUsers, rows, u"bob,PC7"_s);
         // However large it was left, it shows whole on its screen.
         dialog.resize(5000, 5000);
         dialog.show();
@@ -161,14 +154,12 @@ private Q_SLOTS:
             std::tuple(QStringList{u"alice"_s, u"bob"_s, u"carol"_s}, u"Bob B"_s, QStringList{u"bob"_s}));
         // Carol ticked, then alice, bob unticked: the list's order, and the machine behind them.
         click(grid, {2, 0, 1});
-        QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"carol"_s}));
         QCOMPARE(press(dialog.ui.OKButton), std::tuple(int(QDialog::Accepted), false, u"alice,carol,PC7"_s));
 
         // Unticked and ticked by hand, then Cancel: the target as it was given.
-        dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"alice,bob,PC7"_s);
+        dialog.Initialize(SelectUsers, rows, u"alice,bob,PC7"_s);
         dialog.show();
         click(grid, {0, 2});
-        QCOMPARE(shown(grid, true), (QStringList{u"bob"_s, u"carol"_s}));
         QCOMPARE(press(dialog.ui.CancelButton),
                  std::tuple(int(QDialog::Rejected), false, u"alice,bob,PC7"_s));
 
@@ -179,19 +170,17 @@ private Q_SLOTS:
         QCOMPARE(press(dialog.ui.OKButton), std::tuple(int(QDialog::Accepted), false, u"PC7,alice"_s));
 
         // The popup menu: with nothing ticked only Select all can be chosen.
-        dialog.Initialize(SelectUsers, Fixture::rows(SelectUsers), u"PC7"_s);
+        dialog.Initialize(SelectUsers, rows, u"PC7"_s);
         dialog.show();
         QVERIFY(!choose(dialog, u"Unselect all"_s) && choose(dialog, u"Select all"_s));
         QCOMPARE(shown(grid, true), (QStringList{u"alice"_s, u"bob"_s, u"carol"_s}));
         QVERIFY(choose(dialog, u"Unselect all"_s) && shown(grid, true).isEmpty());
-        QVERIFY(!choose(dialog, u"Unselect all"_s));
         click(grid, {1});
         QVERIFY(choose(dialog, u"Unselect all"_s));
         click(grid, {2});
         QCOMPARE(press(dialog.ui.OKButton), std::tuple(int(QDialog::Accepted), false, u"carol,PC7"_s));
 
-        // Shown modally: the machines' dialog over a target of users, PC7 ticked by hand comes first;
-        // Escape leaves the target as it was, whatever was ticked.
+        // Modally: PC7 ticked by hand comes before the users; Escape leaves the target whatever was ticked.
         whenShown(0, true);
         QCOMPARE(Selection::GetSelection(SelectMachines, u"bob"_s), u"PC7,bob"_s);
         whenShown(2, false);

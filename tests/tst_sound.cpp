@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMediaDevices>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -27,7 +28,6 @@ private:
 
     static QString mediaDir() { return QStringLiteral(KORVANE_MEDIA_DIR); }
     static QString programDir() { return QFileInfo(mediaDir()).absolutePath(); }
-    static QString canonical(const QString &path) { return QFileInfo(path).canonicalFilePath(); }
 
 private Q_SLOTS:
     void init()
@@ -39,7 +39,7 @@ private Q_SLOTS:
 
     void cleanup() { m_profile.reset(); }
 
-    void builtInFilesAndLooping()
+    void builtInFilesLoopingAndLostFiles()
     {
         SoundPlayer player;
         player.setProgramDirectory(programDir());
@@ -50,9 +50,8 @@ private Q_SLOTS:
         QCOMPARE(player.ResolveFile(2, own), own);
         QCOMPARE(player.ResolveFile(SoundCodes::LastBuiltIn + 1, own), own);
 
-        // Looping runs until stopped.
+        // Looping runs until stopped; stopping with nothing open does no harm.
         QSignalSpy done(&player, &SoundPlayer::SoundDone);
-        // Nothing open and nothing playing: stopping does no harm.
         player.Stop();
         QVERIFY(player.Open(mediaDir() + u"/Buzzer.wav"_s));
         player.PlayLooping();
@@ -75,73 +74,61 @@ private Q_SLOTS:
         player.PlayOnce();
         QVERIFY(!player.isPlaying());
         QCOMPARE(player.loadedFile(), QString());
-    }
 
-    // A lost file of one's own, a folder, and a built-in missing beside the program: logged, and silent.
-    void missingFileIsLoggedAndSilent()
-    {
+        // A lost file of one's own, a folder, and a built-in missing beside the program: logged, and silent.
         const QString dir = m_profile->path();
         for (const auto &[code, file, logged] :
              {std::tuple{qint16(2), u"/nonexistent/Lost.wav"_s, u"/nonexistent/Lost.wav"_s},
               std::tuple{qint16(2), dir, dir},
               std::tuple{qint16(5), QString(), QString(dir + u"/Media/Choir.wav"_s)}}) {
-            SoundPlayer player;
-            player.setProgramDirectory(dir);
-            QSignalSpy done(&player, &SoundPlayer::SoundDone);
-            player.PlayFile(code, file, true);
+            SoundPlayer lost;
+            lost.setProgramDirectory(dir);
+            QSignalSpy silent(&lost, &SoundPlayer::SoundDone);
+            lost.PlayFile(code, file, true);
             QCoreApplication::processEvents();
             QVERIFY2(
                 logText().contains(u"frmBanner:PlayFile - Sound File "_s + logged + u" does not exists"_s),
                 qPrintable(logText()));
-            QCOMPARE(player.loadedFile(), QString());
-            QVERIFY(!player.isPlaying());
-            QCOMPARE(done.count(), 0);
+            QCOMPARE(lost.loadedFile(), QString());
+            QVERIFY(!lost.isPlaying());
+            QCOMPARE(silent.count(), 0);
         }
     }
 
-    void playsOnceFromWhereItLies_data()
-    {
-        QTest::addColumn<qint16>("code");
-        QTest::addColumn<QString>("theme"); // a desktop sound theme's bell, if any
-        QTest::newRow("own file") << qint16(2) << QString();
-        QTest::newRow("built-in") << qint16(11) << QString();
-        QTest::newRow("bell of the sound theme")
-            << qint16(1) << u"share/sounds/freedesktop/stereo/bell.oga"_s;
-        QTest::newRow("bell with no sound theme") << qint16(1) << QString();
-    }
-
+    // Played where it lies, no copy made, and to its end whether or not a device is there to
+    // hear it: a file of one's own, a built-in, the bell without and then with a desktop sound theme.
     void playsOnceFromWhereItLies()
     {
-        QFETCH(qint16, code);
-        QFETCH(QString, theme);
         const QByteArray savedDirs = qgetenv("XDG_DATA_DIRS");
+        const auto restore = qScopeGuard([&savedDirs] { qputenv("XDG_DATA_DIRS", savedDirs); });
         qputenv("XDG_DATA_DIRS", m_profile->path().toUtf8() + "/share");
         QFile wav(mediaDir() + u"/Update.wav"_s);
         QVERIFY(wav.open(QIODevice::ReadOnly));
         const QByteArray sound = wav.readAll();
         const QString own = m_profile->path() + u"/My Sounds/ding dong.wav"_s;
         m_profile->writeFile(u"My Sounds/ding dong.wav"_s, sound);
-        if (!theme.isEmpty())
-            m_profile->writeFile(theme, sound);
-        QString expected = code == 2 ? own : QString(mediaDir() + u"/Update.wav"_s);
-        if (code == 1)
-            expected = theme.isEmpty() ? QString(mediaDir() + u"/Bell.wav"_s)
-                                       : QString(m_profile->path() + u'/' + theme);
-
-        SoundPlayer player;
-        player.setProgramDirectory(programDir());
-        player.Initialise();
-        QSignalSpy done(&player, &SoundPlayer::SoundDone);
-        if (code == 1)
-            player.Beep();
-        else
-            player.PlayFile(code, code == 2 ? own : QString(), false);
-        qputenv("XDG_DATA_DIRS", savedDirs);
-        // Played where it lies, no copy made, and to its end whether or not a device is there to hear it.
-        QCOMPARE(canonical(player.loadedFile()), canonical(expected));
-        QCOMPARE(QDir(m_profile->dataHome()).entryList({u"*.wav"_s}, QDir::Files), QStringList());
-        QVERIFY(done.wait(15000));
-        QTRY_VERIFY(!player.isPlaying());
+        const QString theme = u"share/sounds/freedesktop/stereo/bell.oga"_s;
+        for (const auto &[code, themed, expected] :
+             {std::tuple(qint16(2), false, own),
+              std::tuple(qint16(11), false, QString(mediaDir() + u"/Update.wav"_s)),
+              std::tuple(qint16(1), false, QString(mediaDir() + u"/Bell.wav"_s)),
+              std::tuple(qint16(1), true, QString(m_profile->path() + u'/' + theme))}) {
+            if (themed)
+                m_profile->writeFile(theme, sound);
+            SoundPlayer player;
+            player.setProgramDirectory(programDir());
+            player.Initialise();
+            QSignalSpy done(&player, &SoundPlayer::SoundDone);
+            if (code == 1)
+                player.Beep();
+            else
+                player.PlayFile(code, code == 2 ? own : QString(), false);
+            QCOMPARE(QFileInfo(player.loadedFile()).canonicalFilePath(),
+                     QFileInfo(expected).canonicalFilePath());
+            QCOMPARE(QDir(m_profile->dataHome()).entryList({u"*.wav"_s}, QDir::Files), QStringList());
+            QVERIFY(done.wait(15000));
+            QTRY_VERIFY(!player.isPlaying());
+        }
         QVERIFY(!logText().contains(u"does not exists"_s));
     }
 

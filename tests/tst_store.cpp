@@ -1,5 +1,4 @@
-// Both databases on real files: their making, cascades, purge and the
-// storage operations.
+// Both databases on real files: their making, cascades, purge and the storage operations.
 #include "core/Log.h"
 #include "store/DateText.h"
 #include "store/LevelCollection.h"
@@ -22,10 +21,8 @@ DVMessage message(const QString &id, const QString &subject = u"Subject"_s)
     m.Subject = subject;
     m.Message = u"Body of "_s + id;
     m.MsgLevel = u"Warning"_s;
-    m.ReceiptRequired = true;
     m.CreationDate = FakeClock::at(2026, 11, 23, 9, 0, 0);
     m.ExpirationDate = FakeClock::at(2030, 1, 1);
-    m.UserID = u"author"_s;
     m.Status = StatusActive;
     return m;
 }
@@ -46,24 +43,24 @@ private Q_SLOTS:
         QVERIFY(f.opened);
         QCOMPARE(QFile::permissions(f.profile.dataHome() + u"/Client.db"_s) & 0x0077,
                  QFileDevice::Permissions());
-        for (const auto &[id, action] : {std::pair(u"Q1"_s, ActionQueued), std::pair(u"D1"_s, ActionDone)}) {
+        // Queued and done rows; finished ones that expire before, in or after this minute, or never.
+        for (const auto &[id, action, expiration] :
+             std::initializer_list<std::tuple<QString, qint32, QDateTime>>{
+                 {u"Q1"_s, ActionQueued, {}},
+                 {u"D1"_s, ActionDone, {}},
+                 {u"before"_s, ActionWaiting, FakeClock::at(2026, 11, 23, 10, 29, 59)},
+                 {u"this-minute"_s, ActionWaiting, FakeClock::at(2026, 11, 23, 10, 30, 0)},
+                 {u"later"_s, ActionWaiting, FakeClock::at(2026, 11, 23, 10, 31, 10)},
+                 {u"zero"_s, ActionWaiting, DateText::ZeroDate()}}) {
             DVMessage m = message(id);
             m.MsgAction = action;
+            if (expiration.isValid()) {
+                m.ExpirationDate = expiration;
+                m.Status = StatusFinished;
+            }
             QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, false));
         }
         QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, message(u"T1"_s), false, true));
-        const QList<QPair<QString, QDateTime>> rows = {
-            {u"before"_s, FakeClock::at(2026, 11, 23, 10, 29, 59)},
-            {u"this-minute"_s, FakeClock::at(2026, 11, 23, 10, 30, 0)},
-            {u"later"_s, FakeClock::at(2026, 11, 23, 10, 31, 10)},
-            {u"zero"_s, DateText::ZeroDate()},
-        };
-        for (const auto &[id, expiration] : rows) {
-            DVMessage m = message(id);
-            m.ExpirationDate = expiration;
-            m.Status = StatusFinished;
-            QVERIFY(SaveMessage(ClientDB(), u"Inbox"_s, m, false, false));
-        }
         const QString ids = u"SELECT MsgID FROM Inbox ORDER BY MsgID"_s;
         PurgeInboxExpired(u"Inbox"_s);
         QCOMPARE(column(ClientDB(), ids), (QStringList{u"D1"_s, u"Q1"_s, u"later"_s, u"this-minute"_s}));
@@ -75,8 +72,7 @@ private Q_SLOTS:
             QVERIFY(ClientDB().exec(u"DROP INDEX "_s + index));
         QVERIFY(ClientDB().setUserVersion(1));
 
-        // The next start, a minute later: the schema is brought up to date, the
-        // purge runs again, the banner's queue is taken up afresh, Temp.db is new.
+        // A minute later: the schema is brought up to date, the purge runs, the queue resets, Temp.db is new.
         f.clock.advanceSeconds(60);
         QVERIFY(f.reopen());
         QCOMPARE(ClientDB().userVersion(), 2);
@@ -200,13 +196,12 @@ private Q_SLOTS:
         QVERIFY(client.exec(u"INSERT INTO Levels (LevelName, BackColor, SoundType, Authority) VALUES "
                             "('Zeta', 255, 2, 0), ('Alpha', 65280, 0, 99)"_s));
         GetLevels();
-        QCOMPARE(gLevels().count(), 2);
-        QCOMPARE(gLevels().items()[0].LevelName, u"Zeta"_s);
-        QCOMPARE(gLevels().find(u"Alpha"_s)->Authority, qint16(99));
+        QCOMPARE((QVariantList{gLevels().count(), gLevels().items()[0].LevelName,
+                               gLevels().find(u"Alpha"_s)->Authority}),
+                 (QVariantList{2, u"Zeta"_s, qint16(99)}));
     }
 
-    // Garbage, a torn header or a folder where Client.db should be: the operations fail quietly
-    // rather than crash, and the file stays as it was.
+    // Garbage, a torn header or a folder as Client.db: the operations fail quietly, the file stays.
     void damagedFilesAreLeftAlone()
     {
         for (const QByteArray &content :

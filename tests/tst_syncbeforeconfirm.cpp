@@ -1,13 +1,10 @@
-// Confirmations leave only once the records they confirm are on disk. The store's
-// syncs are watched by defining the C library's sync calls here: the executable
-// exports them, so the SQLite library reaches these first.
+// Confirmations leave only once the records they confirm are on disk. The sync calls defined here
+// are exported by the executable, so the SQLite library reaches them first and the test sees them.
 #include "core/Globals.h"
 #include "core/Session.h"
-#include "core/UserInfos.h"
 #include "delivery/MessageIntake.h"
 #include "delivery/Replication.h"
-#include "store/MessageCodes.h"
-#include "support/RecordingFrontend.h"
+#include "support/FakeServer.h"
 #include "support/StoreFixture.h"
 
 #include <QFileInfo>
@@ -30,19 +27,6 @@ int watched(const char *name, int fd)
     return reinterpret_cast<Call>(dlsym(RTLD_NEXT, name))(fd);
 }
 
-QString record(const QString &id)
-{
-    DVMessage m;
-    m.MsgID = id;
-    m.Message = u"Text of "_s + id;
-    m.MsgLevel = u"Warning"_s;
-    m.CreationDate = m.StartDate = FakeClock::at(2026, 11, 23, 9, 0, 0);
-    m.ExpirationDate = FakeClock::at(2026, 12, 1);
-    m.UserID = u"author"_s;
-    m.Status = StatusActive;
-    return m.ToString();
-}
-
 } // namespace
 
 extern "C" int fsync(int fd)
@@ -60,18 +44,15 @@ class TestSyncBeforeConfirm : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // One sync of the client's store per batch, before any of its confirmations; the temporary
-    // store, emptied at every start, is never synced.
+    // One sync of the client's store per batch, before its confirmations; the temporary one, emptied at
+    // every start, is never synced.
     void confirmationsFollowTheSync()
     {
         StoreFixture store;
         QVERIFY(store.opened);
         RecordingFrontend frontend;
-        UserInfos user(u"jdoe"_s);
-        user.setMachineID(u"ws-7"_s);
-        ReplaceUserInfos(user);
-        gSession().AdminsLoaded =
-            true; // the organisation's list, kept in the temporary store, takes the rows too
+        // The organisation's list, kept in the temporary store, takes the rows too.
+        gSession().AdminsLoaded = true;
         const auto send = [](const QString &frame) {
             events << u"send "_s + frame.section(QChar(1), 0, 0) + u' ' +
                           frame.section(QChar(1), 1).section(QChar(2), 0, 0);
@@ -79,6 +60,7 @@ private Q_SLOTS:
         };
         Replication replication{send};
         MessageIntake intake{send, [] { return u"10.0.5.7"_s; }, replication};
+        const auto record = [](const QString &id) { return FakeServer::record(id, id, u"Text of "_s + id); };
         events.clear();
         intake.MessageReceived(record(u"A"_s) + QChar(2) + record(u"B"_s), false);
         intake.PackageReceived(record(u"P"_s), false);

@@ -1,5 +1,5 @@
-// Waking from sleep or a returning network renews a dead or quiet link at once;
-// keepalive notices a server that vanished without a word.
+// Waking from sleep or a returning network renews a dead or quiet link at once; keepalive notices a
+// server that vanished without a word.
 #include "link/LinkWakeups.h"
 #include "link/Policies.h"
 #include "support/FakeClock.h"
@@ -9,10 +9,11 @@
 #include <QDBusConnectionInterface>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTcpServer>
 #include <QTest>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sched.h>
 #include <unistd.h>
@@ -20,11 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-int renewals()
-{
-    return logText().count(u"CONNECTION - Reconnecting at once: "_s);
-}
 
 // Moves the calling thread into a named network namespace, or back home with no name.
 bool joinNamespace(const QString &name)
@@ -45,32 +41,27 @@ int option(qintptr fd, int level, int name)
     return value;
 }
 
-class SleepSignals final : public QObject
-{
-    Q_OBJECT
-public:
-    int seen = 0;
-public Q_SLOTS:
-    void prepareForSleep(bool) { ++seen; }
-};
-
 } // namespace
 
 class TestWakeups : public QObject
 {
     Q_OBJECT
     QProcess m_bus;
+    static int renewals() { return logText().count(u"CONNECTION - Reconnecting at once: "_s); }
     QString m_ip = QStandardPaths::findExecutable(u"ip"_s, {u"/usr/sbin"_s, u"/sbin"_s, u"/usr/bin"_s});
     QString m_tag = QString::number(QCoreApplication::applicationPid());
+    int m_sleeps = 0;
 
     // %1 names the client's namespace, %2 the server's, %3 this run.
     bool ip(QString args)
     {
         args.replace(u"%1"_s, u"kvwake-c%3"_s).replace(u"%2"_s, u"kvwake-s%3"_s).replace(u"%3"_s, m_tag);
-        QProcess run;
-        run.start(m_ip, args.split(u' '));
-        return run.waitForFinished() && run.exitCode() == 0;
+        return QProcess::execute(m_ip, args.split(u' ')) == 0;
     }
+
+public Q_SLOTS:
+    // The test hears the signals too, to know when one has come.
+    void prepareForSleep(bool) { ++m_sleeps; }
 
 private Q_SLOTS:
     // A bus of our own stands for the system bus before anything opens it.
@@ -100,11 +91,9 @@ private Q_SLOTS:
         // The closed link waits for its reconnection timer, which never ticks here.
         f.server.closeClient();
         QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
-        // The test hears the signals too, to know when one has come.
-        SleepSignals heard;
         QVERIFY(QDBusConnection::systemBus().connect(
-            {}, u"/org/freedesktop/login1"_s, u"org.freedesktop.login1.Manager"_s, u"PrepareForSleep"_s,
-            &heard, SLOT(prepareForSleep(bool))));
+            {}, u"/org/freedesktop/login1"_s, u"org.freedesktop.login1.Manager"_s, u"PrepareForSleep"_s, this,
+            SLOT(prepareForSleep(bool))));
         // A round trip on the bus: what came in before it has been handed out.
         const auto roundTrip = [] {
             QVERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered(u"org.freedesktop.DBus"_s));
@@ -117,12 +106,11 @@ private Q_SLOTS:
                                       u"org.freedesktop.login1.Manager.PrepareForSleep"_s, sleeping});
         };
         QCOMPARE(send(u"boolean:true"_s), 0);
-        QTRY_COMPARE(heard.seen, 1);
+        QTRY_COMPARE(m_sleeps, 1);
         roundTrip();
         QCOMPARE(renewals(), 0);
         QCOMPARE(send(u"boolean:false"_s), 0);
-        QTRY_COMPARE(f.server.connections(), 2);
-        QTRY_VERIFY(f.connected());
+        QTRY_VERIFY(f.server.connections() == 2 && f.connected());
         QCOMPARE(renewals(), 1);
 
         // A live link is left alone until its silence outlasts what the watchdog allows.
@@ -150,7 +138,6 @@ private Q_SLOTS:
     {
         if (geteuid() != 0 || m_ip.isEmpty())
             QSKIP("needs root and the ip tool to build network namespaces");
-        // The client's namespace at .1 and the server's at .2, joined by a cable.
         if (!ip(u"netns add %1"_s) || !ip(u"netns add %2"_s) ||
             !ip(u"-n %1 link add kvwc%3 type veth peer name kvws%3 netns %2"_s))
             QSKIP("network namespaces cannot be made here");
@@ -159,27 +146,19 @@ private Q_SLOTS:
               u"-n %2 addr add 10.213.77.2/30 dev kvws%3"_s, u"-n %2 link set kvws%3 up"_s})
             QVERIFY(ip(step));
 
-        // The kernel of the server's namespace accepts and answers; nobody reads.
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = inet_addr("10.213.77.2");
-        socklen_t size = sizeof address;
+        // A server in its namespace that accepts and lets the kernel answer, but never speaks.
         QVERIFY(joinNamespace(u"kvwake-s"_s + m_tag));
-        const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        QVERIFY(bind(listener, reinterpret_cast<sockaddr *>(&address), size) == 0 &&
-                listen(listener, 4) == 0);
-        getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress(u"10.213.77.2"_s)));
         QVERIFY(joinNamespace({}));
 
         EngineOnFakeServer f(10000, -1);
         gPolicies().Reconnect = 1;
         // Idle, interval and count all differ, so that no two can be swapped unseen.
         f.link().keepAlive = {3, 1, 2};
-        gOptions().Server = u"10.213.77.2"_s;
-        gOptions().ClientPort = ntohs(address.sin_port);
         // The socket is made in the namespace its thread is in when it connects.
         QVERIFY(joinNamespace(u"kvwake-c"_s + m_tag));
-        f.link().ConnectToServer();
+        f.link().ReconnectToServer(u"10.213.77.2"_s, server.serverPort());
         QTRY_VERIFY(f.connected());
         QVERIFY(joinNamespace({}));
         const qintptr fd = f.link().wsClient.socketDescriptor();
@@ -191,7 +170,6 @@ private Q_SLOTS:
         QVERIFY(ip(u"-n %2 route add blackhole 10.213.77.1/32"_s));
         QTRY_VERIFY_WITH_TIMEOUT(f.link().tmrReconnect.isEnabled(), 60000);
         QVERIFY(!f.connected());
-        close(listener);
     }
 };
 
