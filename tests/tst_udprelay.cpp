@@ -88,6 +88,14 @@ private Q_SLOTS:
         QTRY_COMPARE(accepted.count(), 1);
         filter.check("REC", QHostAddress::LocalHost);
         QCOMPARE(accepted.count(), 2);
+        // Orders that came while no server was named are dropped then, not obeyed once one is.
+        accepted.clear();
+        for (const char *server : {"nowhere.invalid", "", "", "127.0.0.1"}) {
+            gOptions().Server = QString::fromLatin1(server);
+            filter.check(server, QHostAddress::LocalHost);
+        }
+        QCOMPARE(accepted.count() == 1 ? accepted.first().first().toByteArray() : QByteArray(), "127.0.0.1");
+        gOptions().Server = u"localhost"_s;
 
         // The holder gone, the other client binds the port at its next tick, unless it is given none.
         holder.reset();
