@@ -161,7 +161,9 @@ private Q_SLOTS:
         PropertyInspector &rows = *form.ui.propConfig;
         const QString tip = u"Set by your administrator"_s;
         QCOMPARE(greyed(rows), (QStringList{u"FontBold:"_s + tip, u"RefreshRate:"_s + tip}));
-        QCOMPARE(rows.value(u"RefreshRate"_s), QVariant(40));
+        QCOMPARE(
+            std::pair(rows.value(u"RefreshRate"_s), rows.editor(u"RefreshRate"_s)->accessibleDescription()),
+            std::pair(QVariant(40), tip));
         qobject_cast<QComboBox *>(rows.editor(u"Language"_s))->setCurrentIndex(1);
         QCOMPARE(rows.rowToolTip(u"FontBold"_s), u"Défini par votre administrateur"_s);
 
