@@ -60,8 +60,8 @@ private Q_SLOTS:
         for (const auto &[line, port, reported] :
              {Row{"ClientPort=abc", 0, true}, Row{"ClientPort=5800x", 5800, true},
               Row{"ClientPort=", 0, true}, Row{"ClientPort=99999999999", 0, false},
-              Row{"ClientPort=-1", -1, false}, Row{"ClientPort = 4000 ", 4000, false},
-              Row{"ClientPort=\x01\xff\xfe", 0, true},
+              Row{"ClientPort=-1", -1, false}, Row{"ClientPort=+4000", 4000, false},
+              Row{"ClientPort = 4000 ", 4000, false}, Row{"ClientPort=\x01\xff\xfe", 0, true},
               Row{QByteArray("\x00\x01", 2) +
                       "garbage[[[\n=\n[Options\nHost\n[Other]\nHost=wrong\n[Options]\nClientPort=1",
                   1, false}}) {
