@@ -1,5 +1,5 @@
-// The console's frame (the side bar by role and policy, what a click shows or
-// asks for, the window's place) and its lists' column layouts.
+// The console's frame (the side bar by role and policy, what a click shows or asks for, the window's
+// place), its lists' commands and rows, and their column layouts.
 #include "authoring/GroupEditForm.h"
 #include "authoring/MessageForm.h"
 #include "console/AdminsEditForm.h"
@@ -7,9 +7,7 @@
 #include "console/CsvExport.h"
 #include "console/DirectoryList.h"
 #include "console/GridLayout.h"
-#include "console/GridState.h"
 #include "console/GroupedRecords.h"
-#include "console/ListRecord.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
@@ -17,7 +15,6 @@
 #include "store/DateText.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
-#include "support/TempProfile.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -51,7 +48,6 @@ DVMessage record(const QString &id, const QDateTime &expires = QDateTime())
     return m;
 }
 
-// A list's row: its ID, creation date, target and subject.
 ListRecord row(const QString &id, const QDateTime &created, const QString &target = u"bob"_s,
                const QString &subject = QString())
 {
@@ -114,10 +110,14 @@ private Q_SLOTS:
         frame.QueryUnload();
         QCOMPARE(f.process.CurrentList, 0);
 
-        // The place in twips; a value of text counts as missing.
+        // The place in twips, for any screen up to 8K; a value of text counts as missing.
         const UserStore store(f.profile.path() + u"/Client.conf"_s);
         QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(0, 0, 800, 600));
-        ConsoleFrame::WriteGeometry(store, QRect(10, 20, 1000, 700));
+        for (const QRect &place : {QRect(-7680, 0, 7680, 4320), QRect(100, 50, 2300, 1200), QRect(0, 0, 1, 1),
+                                   QRect(10, 20, 1000, 700)}) {
+            ConsoleFrame::WriteGeometry(store, place);
+            QCOMPARE(ConsoleFrame::ReadGeometry(store), place);
+        }
         store.write(u"Setup"_s, u"AdminHeight"_s, u"tall"_s);
         QCOMPARE(ConsoleFrame::ReadGeometry(store), QRect(10, 20, 1000, 600));
     }
@@ -169,21 +169,19 @@ private Q_SLOTS:
         QCOMPARE(outbox.Resubmit(u"M1"_s), std::optional<qint32>(StatusActive));
         QCOMPARE(outbox.Resubmit(u"M2"_s), std::nullopt);
         QCOMPARE(GetMessage(ClientDB(), u"Outbox"_s, u"M1"_s).Status, qint32(StatusActive));
-        QCOMPARE(brief(f.sent), (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s}));
         QCOMPARE(StoreFixture::count(ClientDB(), u"SELECT count(*) FROM History WHERE MsgID = 'M1'"_s), 1);
 
         // Five rows at once are asked about with their count: No keeps them, Yes sends an update for
         // each and one list of deletions.
-        f.sent.clear();
         f.frontend.answerBox(ResultNo);
         QCOMPARE(outbox.Delete(u"M1"_s, ids.mid(0, 5)), QStringList());
-        QCOMPARE(f.sent, QStringList());
         f.frontend.answerBox(ResultYes);
         QCOMPARE(outbox.Delete(u"M1"_s, ids.mid(0, 5)), ids.mid(0, 5));
         QCOMPARE(f.frontend.questions.value(1).text,
                  u"The 5 selected rows will be deleted.  Do you want to proceed?"_s);
-        QCOMPARE(brief(f.sent), (QStringList{u"MUP M1"_s, u"MUP M2"_s, u"MUP M3"_s, u"MUP M4"_s, u"MUP M5"_s,
-                                             u"MDE M1,M2,M3,M4,M5"_s}));
+        QCOMPARE(brief(f.sent),
+                 (QStringList{u"MCA M1"_s, u"MSG M1"_s, u"MSG M2"_s, u"MUP M1"_s, u"MUP M2"_s, u"MUP M3"_s,
+                              u"MUP M4"_s, u"MUP M5"_s, u"MDE M1,M2,M3,M4,M5"_s}));
         MessageList deleted(MessageList::DeletedMsg, f.messages), inbox(MessageList::Inbox, f.messages);
         QCOMPARE(deleted.LoadData().size(), 5);
         // An undelete is local; the Inbox deletes only its focused row.
@@ -197,7 +195,6 @@ private Q_SLOTS:
         QCOMPARE(all.Delete(u"M6"_s, {u"M6"_s}), QStringList());
         QCOMPARE(f.frontend.questions.last().text,
                  u"1 row(s) will be deleted for the whole organisation.  Do you want to proceed?"_s);
-        QCOMPARE(f.sent, QStringList());
         inbox.Repost(u"M4"_s);
         QCOMPARE(f.frontend.displayed, QStringList{u"M4"_s});
 
@@ -240,7 +237,6 @@ private Q_SLOTS:
             QVERIFY(SaveMessage(TempDB(), u"SharedTemplates"_s, record(id), false, true) &&
                     SaveMessage(ClientDB(), u"MyTemplates"_s, record(id), false, true));
         QCOMPARE(shared.Delete(u"S1"_s, {u"S1"_s, u"S2"_s}), (QStringList{u"S1"_s, u"S2"_s}));
-        QCOMPARE(f.sent, QStringList{u"TDE\u0001S1,S2"_s});
         QVERIFY(shared.LoadData().isEmpty());
         // A personal one goes at once, the focused row alone, and the server is not told; a new template is
         // asked for in the list's own kind.
@@ -250,10 +246,9 @@ private Q_SLOTS:
         f.session.SharedTemplatesLoaded = true;
         shared.Refresh();
         QVERIFY(!f.session.SharedTemplatesLoaded);
-        QCOMPARE(f.sent.mid(1), (QStringList{u"MTP\u0001S1"_s, u"TMP"_s}));
         shared.New();
         personal.New();
-        QCOMPARE(f.sent.mid(3), (QStringList{u"STI"_s, u"PTI"_s}));
+        QCOMPARE(f.sent, (QStringList{u"TDE\u0001S1,S2"_s, u"MTP\u0001S1"_s, u"TMP"_s, u"STI"_s, u"PTI"_s}));
     }
 
     // The enabled items (by their Item number) for 0, 1 and 3 selected rows, of the
@@ -322,7 +317,6 @@ private Q_SLOTS:
         f.session.UsersLoaded = true;
         QVERIFY(!users.Refresh() && !f.session.UsersLoaded && users.LoadData().isEmpty());
         // The shared groups' refresh empties their table too, and asks the server for all of them.
-        QVERIFY(TempDB().exec(u"INSERT OR REPLACE INTO KorvaneGroups (GroupName) VALUES ('night')"_s));
         QVERIFY(!shared.Refresh() && shared.LoadData().isEmpty());
         QCOMPARE(f.sent, (QStringList{u"MID"_s, u"USD\u0001b"_s, u"RUS\u0001A"_s, u"RPI\u0001A"_s}));
 
@@ -336,7 +330,6 @@ private Q_SLOTS:
         // The Users button asks the server once, then takes the people picked in the selection.
         role.getSelection = [](const QString &before) -> QString { return before + u"ann, bob"_s; };
         role.UsersButton();
-        QCOMPARE(f.sent, QStringList{u"RUS\u0001L"_s});
         f.session.UsersLoaded = true;
         role.UsersButton();
         QCOMPARE(role.txtUserID, u"ann, bob"_s);

@@ -1,11 +1,6 @@
 #include "authoring/frmMessage.h"
 #include "core/ClientMenu.h"
-#include "core/UserInfos.h"
-#include "delivery/Receipts.h"
-#include "link/Policies.h"
-#include "store/LevelCollection.h"
-#include "support/RecordingFrontend.h"
-#include "support/StoreFixture.h"
+#include "support/AuthoringFixture.h"
 #include "ui/DesktopFrontend.h"
 #include "ui/DialogButtonSet.h"
 #include "ui/InputBox.h"
@@ -21,7 +16,6 @@
 #include <QLineEdit>
 #include <QMap>
 #include <QMenu>
-#include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -49,44 +43,33 @@ private:
         });
     }
 
-    static QStringList shownButtons(frmDialog *dialog)
-    {
-        QMap<int, QString> captions; // by place, left to right
-        for (QPushButton *button : dialog->Button)
-            if (button->isVisible())
-                captions.insert(button->x(), button->text().remove(u'&')); // as read, mnemonic aside
-        return captions.values();
-    }
-
 private Q_SLOTS:
     // Each set's buttons in order, each giving its own result, and Escape the set's way out.
     void buttonSets()
     {
         const QString caption = u"ATTENTION - You requested to shut down the Korvane Client"_s;
         const QString word = u"\\\\fileserver\\communication\\announcements-2024.pdf"_s;
-        const std::tuple<int, QStringList, int> sets[] = {
-            {1, {u"OK"_s}, ResultOk},
-            {2, {u"OK"_s, u"Cancel"_s}, ResultCancel},
-            {3, {u"Yes"_s, u"No"_s}, ResultNo},
-            {4, {u"Cancel"_s, u"Yes"_s, u"No"_s}, ResultCancel},
-        };
-        for (const auto &[set, captions, escape] : sets) {
-            const QList<int> buttons = DialogButtonSet::buttonsOf(set);
-            for (const int button : buttons) {
-                QStringList seen;
+        for (const auto &[set, captions, escape] : std::initializer_list<std::tuple<int, QStringList, int>>{
+                 {1, {u"OK"_s}, ResultOk},
+                 {2, {u"OK"_s, u"Cancel"_s}, ResultCancel},
+                 {3, {u"Yes"_s, u"No"_s}, ResultNo},
+                 {4, {u"Cancel"_s, u"Yes"_s, u"No"_s}, ResultCancel}}) {
+            for (const int button : DialogButtonSet::buttonsOf(set)) {
                 whenShown([&](frmDialog *dialog) {
-                    seen = shownButtons(dialog);
-                    QCOMPARE((QStringList{dialog->Label1->text(), dialog->windowTitle()}),
-                             (QStringList{u"Open "_s + word, caption}));
+                    QMap<int, QString> shown; // by place, left to right, as read (mnemonic aside)
+                    for (QPushButton *each : dialog->Button)
+                        if (each->isVisible())
+                            shown.insert(each->x(), each->text().remove(u'&'));
+                    QCOMPARE(shown.values() << dialog->Label1->text() << dialog->windowTitle(),
+                             (captions + QStringList{u"Open "_s + word, caption}));
                     // Wide enough that neither the title nor a word is cut.
                     QVERIFY(dialog->width() >= dialog->fontMetrics().horizontalAdvance(caption));
                     QVERIFY(dialog->Label1->width() >= dialog->Label1->fontMetrics().horizontalAdvance(word));
                     QVERIFY(!dialog->txtInput->isVisible());
                     dialog->Button[button]->click();
                 });
-                const int result = MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set);
-                QCOMPARE(seen, captions);
-                QCOMPARE(result, DialogButtonSet::resultOf(button));
+                QCOMPARE(MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set),
+                         DialogButtonSet::resultOf(button));
             }
             whenShown([](frmDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
             QCOMPARE(MessageBox::Show(u"Text"_s, u"Caption"_s, IconNone, set), escape);
@@ -123,43 +106,35 @@ private Q_SLOTS:
                  u"%time%"_s);
     }
 
+    // The tray's menu follows the engine's rights.
     void trayMenuFollowsTheEngine()
     {
         TrayIcon tray;
         ClientMenu menu;
-        menu.SetMenu(ClientMenu::Rights{});
-        tray.rebuildMenu(menu);
         QSignalSpy clicked(&tray, &TrayIcon::itemClicked);
         QList<QAction *> actions;
-        for (QWidget *widget : QApplication::topLevelWidgets())
-            if (auto *m = qobject_cast<QMenu *>(widget); m && !m->actions().isEmpty() && !m->parentWidget())
-                actions = m->actions();
-        QCOMPARE(actions.size(), 14);
-        QCOMPARE((QList<bool>{actions[0]->isEnabled(), actions[7]->isVisible()}),
-                 (QList<bool>{false, false}));
-
-        // Updated in place: the same actions, new states.
-        ClientMenu::Rights rights;
-        rights.ConnectedToServer = true;
-        menu.SetMenu(rights);
-        tray.rebuildMenu(menu);
-        QCOMPARE((QList<bool>{actions[0]->isEnabled(), actions[7]->isVisible()}), (QList<bool>{true, true}));
+        for (bool connected : {false, true}) {
+            ClientMenu::Rights rights;
+            rights.ConnectedToServer = connected;
+            menu.SetMenu(rights);
+            tray.rebuildMenu(menu);
+            // The first build's actions, kept: a rebuild updates them in place.
+            for (QWidget *widget : QApplication::topLevelWidgets())
+                if (auto *m = qobject_cast<QMenu *>(widget); m && actions.isEmpty() && !m->parentWidget())
+                    actions = m->actions();
+            QCOMPARE((std::tuple{actions.size(), actions[0]->isEnabled(), actions[7]->isVisible()}),
+                     std::tuple(qsizetype(14), connected, connected));
+        }
         actions.last()->trigger();
-        QCOMPARE(clicked.size(), 1);
-        QCOMPARE(clicked[0][0].value<ClientMenu::Item>(), ClientMenu::mnuExit);
+        QCOMPARE((std::pair{clicked.size(), clicked.value(0).value(0).value<ClientMenu::Item>()}),
+                 std::pair(qsizetype(1), ClientMenu::mnuExit));
     }
 
     // The package composer: no level and no reply; Mandatory, and OK only with a link.
     void packageComposer()
     {
-        RecordingFrontend frontend;
-        UserInfos user(u"jdoe"_s);
-        const auto send = [](const QString &) { return true; };
-        Receipts senders(send);
-        const AuthoringContext context{Clock::current(), ClientDB(), TempDB(),   user,
-                                       gPolicies(),      gLevels(),  gSession(), gProcess(),
-                                       senders,          frontend,   send};
-        frmMessage package(context, true);
+        AuthoringFixture f;
+        frmMessage package(f.context, true);
         package.OpenNew(0, u"P1"_s, QString());
         package.ui.txtText->setPlainText(u"Install"_s);
         QCOMPARE(

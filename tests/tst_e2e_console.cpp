@@ -9,29 +9,37 @@
 
 using namespace Qt::StringLiterals;
 using namespace UserClients;
-using DesktopSession::keys;
-using DesktopSession::visibleWindow;
-using DesktopSession::waitGone;
-using DesktopSession::waitWindow;
+using namespace DesktopSession;
 
 namespace {
 
 const QString Console = u" Administration$"_s;
-// The background of the level Warning.
-const QColor Warning(255, 255, 0);
+const QColor Warning(255, 255, 0); // the background of the level Warning
 
 // The console's window, on screen.
 QImage consoleShot(const QString &artifact)
 {
     const QString window = visibleWindow(Console);
-    return window.isEmpty() ? QImage()
-                            : DesktopSession::screenshot(artifact).copy(DesktopSession::geometryOf(window));
+    return window.isEmpty() ? QImage() : screenshot(artifact).copy(geometryOf(window));
 }
 
-// The console once its side bar shows black words on its white (a window just mapped is black), or
-// a null image.
-QImage paintedConsole(const QString &artifact)
+bool hasWarning(const QImage &image)
 {
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y) == Warning)
+                return true;
+    return false;
+}
+
+// "Administration", second in the menu, opened by a second start where the pointer rests; the console
+// once its side bar shows black words on its white (a window just mapped is black), or a null image.
+QImage openConsole(UserClient &client, const QString &artifact)
+{
+    if (!client.chooseMenuItem(2, {640, 100}) || waitWindow(Console).isEmpty())
+        return {};
+    // The pointer away from the window, so that nothing shows hovered.
+    run(u"xdotool"_s, {u"mousemove"_s, u"1270"_s, u"10"_s});
     QImage shot;
     const auto painted = [&] {
         if ((shot = consoleShot(artifact)).isNull() ||
@@ -46,29 +54,10 @@ QImage paintedConsole(const QString &artifact)
     return QTest::qWaitFor(painted, 10000) ? shot : QImage();
 }
 
-bool hasWarning(const QImage &image)
-{
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (image.pixelColor(x, y) == Warning)
-                return true;
-    return false;
-}
-
-// "Administration", second in the menu, opened by a second start where the pointer rests.
-bool openConsole(UserClient &client)
-{
-    if (!client.chooseMenuItem(2, {640, 100}) || waitWindow(Console).isEmpty())
-        return false;
-    // The pointer away from the window, so that nothing shows hovered.
-    DesktopSession::run(u"xdotool"_s, {u"mousemove"_s, u"1270"_s, u"10"_s});
-    return true;
-}
-
 // Closed by the window manager's key, which keeps the lists' layouts.
 bool closeConsole()
 {
-    DesktopSession::clickIn(visibleWindow(Console), {500, 10});
+    clickIn(visibleWindow(Console), {500, 10});
     keys({u"alt+F4"_s});
     return waitGone(Console);
 }
@@ -76,7 +65,7 @@ bool closeConsole()
 // The side bar's rows: 14 pixels apart, the first 18 below the top of the window.
 void sideBarItem(int row)
 {
-    DesktopSession::clickIn(visibleWindow(Console), {60, 18 + row * 14});
+    clickIn(visibleWindow(Console), {60, 18 + row * 14});
 }
 
 } // namespace
@@ -96,8 +85,7 @@ private Q_SLOTS:
         UserClient &ann = desk.ann;
 
         // Bob's console, on his Inbox; a message that arrives shows in the open grid in its level's colours.
-        QVERIFY(openConsole(desk.bob));
-        QVERIFY(!paintedConsole(u"console-user.png"_s).isNull());
+        QVERIFY(!openConsole(desk.bob, u"console-user.png"_s).isNull());
         sideBarItem(1);
         desk.server.control({u"send"_s, u"--to"_s, Bob, u"--level"_s, u"Warning"_s, u"Inbox check"_s});
         // Waited for by the clock: a screenshot takes a while.
@@ -105,15 +93,13 @@ private Q_SLOTS:
         QVERIFY(closeConsole());
 
         // Ann's Outbox in the simple layout, chosen from the header's menu, is kept when the console closes.
-        QVERIFY(openConsole(ann));
-        const QImage full = paintedConsole(u"console-postmaster.png"_s);
+        const QImage full = openConsole(ann, u"console-postmaster.png"_s);
         QVERIFY(!full.isNull());
         const QRect header(260, 40, 720, 18);
-        DesktopSession::clickIn(visibleWindow(Console), {400, 70}, 3);
-        QTRY_VERIFY_WITH_TIMEOUT(DesktopSession::titleUnderPointer().endsWith(u"\"korvane-client\""_s),
-                                 10000);
+        clickIn(visibleWindow(Console), {400, 70}, 3);
+        QTRY_VERIFY_WITH_TIMEOUT(titleUnderPointer().endsWith(u"\"korvane-client\""_s), 10000);
         keys({u"Down"_s, u"Return"_s});
-        DesktopSession::run(u"xdotool"_s, {u"mousemove"_s, u"1270"_s, u"10"_s});
+        run(u"xdotool"_s, {u"mousemove"_s, u"1270"_s, u"10"_s});
         QImage simple;
         QVERIFY(QTest::qWaitFor(
             [&] { return (simple = consoleShot(u"console-simple.png"_s).copy(header)) != full.copy(header); },
@@ -123,15 +109,13 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(ann.file(u"config/Korvane/Client.conf"_s).contains(u"OutboxLayout=1"_s),
                                  5000);
 
-        // After a restart she finds her Outbox as she left it.
+        // After a restart she finds her Outbox as she left it. All messages, read from the server, holds
+        // Bob's Warning; her Outbox did not.
         ann.stop();
         ann.start();
         QTRY_VERIFY_WITH_TIMEOUT(desk.server.connected(Ann), 30000);
-        QVERIFY(openConsole(ann));
-        const QImage restarted = paintedConsole(u"console-restarted.png"_s);
+        const QImage restarted = openConsole(ann, u"console-restarted.png"_s);
         QCOMPARE(restarted.copy(header), simple);
-
-        // All messages, read from the server, holds Bob's Warning; her Outbox did not.
         QVERIFY(!hasWarning(restarted));
         sideBarItem(4);
         QVERIFY(QTest::qWaitFor([] { return hasWarning(consoleShot(u"console-all.png"_s)); }, 20000));
@@ -159,25 +143,24 @@ private Q_SLOTS:
                           "[Default Applications]\nx-scheme-handler/smb=korvane-test-open.desktop\n"));
         run(u"chown"_s, {u"-R"_s, Bob + u':' + Bob, home});
 
-        QVERIFY(openConsole(desk.ann));
+        QVERIFY(!openConsole(desk.ann, u"console-administrator.png"_s).isNull());
         sideBarItem(10);
         keys({u"ctrl+n"_s});
         const QString composer = waitWindow(u"^New package"_s);
         QVERIFY(!composer.isEmpty());
-        // Its text, Bob, the document, a daily repeat and Mandatory, at the places the form's layout gives
-        // them.
+        // Its text, Bob, the document, a daily repeat and Mandatory, where the form's layout puts them.
         keys({u"Tab"_s});
-        DesktopSession::type(u"Install the VPN client"_s);
-        DesktopSession::clickIn(composer, {350, 317});
-        DesktopSession::type(Bob);
-        DesktopSession::clickIn(composer, {340, 372});
-        DesktopSession::type(u"smb://files/docs/setup.html"_s);
-        DesktopSession::clickIn(composer, {115, 429});
+        type(u"Install the VPN client"_s);
+        clickIn(composer, {350, 317});
+        type(Bob);
+        clickIn(composer, {340, 372});
+        type(u"smb://files/docs/setup.html"_s);
+        clickIn(composer, {115, 429});
         keys({u"ctrl+a"_s});
-        DesktopSession::type(u"1"_s);
-        DesktopSession::clickIn(composer, {286, 458});
-        DesktopSession::screenshot(u"package.png"_s);
-        DesktopSession::clickIn(composer, {502, 619});
+        type(u"1"_s);
+        clickIn(composer, {286, 458});
+        screenshot(u"package.png"_s);
+        clickIn(composer, {502, 619});
         QVERIFY(waitGone(u"^New package"_s));
         QVERIFY(QTest::qWaitFor([&] { return run(u"cat"_s, {desk.server.state}).contains(u"setup.html"_s); },
                                 10000));
@@ -185,8 +168,8 @@ private Q_SLOTS:
         // Bob acknowledges it; the document he did not open runs now, through his desktop.
         QVERIFY2(QTest::qWaitFor(
                      [&] {
-                         if (const QString banner = DesktopSession::bannerWindow(); !banner.isEmpty())
-                             DesktopSession::clickAcknowledge(DesktopSession::geometryOf(banner));
+                         if (const QString banner = bannerWindow(); !banner.isEmpty())
+                             clickAcknowledge(geometryOf(banner));
                          return desk.bob.file(u"opened.log"_s).contains(u"smb://files/docs/setup.html"_s);
                      },
                      30000),
@@ -200,13 +183,13 @@ private Q_SLOTS:
         keys({u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"space"_s});
         QVERIFY(!waitWindow(u"^Select Colou?r$"_s).isEmpty());
         keys({u"alt+h"_s, u"ctrl+a"_s});
-        DesktopSession::type(u"#0000ff"_s);
+        type(u"#0000ff"_s);
         keys({u"Return"_s});
         QVERIFY(waitGone(u"^Select Colou?r$"_s));
         // UPDATE, five fields on past the other colours, the shadow and the sound type; then OK, which
         // takes the keyboard from it.
         keys({u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"space"_s});
-        DesktopSession::screenshot(u"level-editor.png"_s);
+        screenshot(u"level-editor.png"_s);
         keys({u"space"_s});
         QVERIFY(waitGone(u"^Message Level Editor$"_s));
         // Blue, as the store keeps it: blue-green-red.
@@ -214,8 +197,7 @@ private Q_SLOTS:
             [&] { return run(u"cat"_s, {desk.server.state}).contains(u"\"16711680\""_s); }, 10000));
 
         desk.server.control({u"send"_s, u"--to"_s, Bob, u"--level"_s, u"Message"_s, u"Now in blue"_s});
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopSession::bannerColour(u"level-banner.png"_s), QColor(0, 0, 255),
-                                  20000);
+        QTRY_COMPARE_WITH_TIMEOUT(bannerColour(u"level-banner.png"_s), QColor(0, 0, 255), 20000);
     }
 };
 
