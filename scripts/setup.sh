@@ -13,9 +13,9 @@ PACKAGES=(
     # tests and the desktop harness
     dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils x11-xserver-utils xdotool imagemagick sox
     fonts-dejavu-core procps xdg-utils
-    # network mounts on loopback for the network path tests: sshfs through a private sshd,
+    # network mounts on loopback for the network path tests: sshfs running the local sftp-server,
     # and the kernel's CIFS client through a private smbd where the kernel has one
-    sshfs openssh-server samba cifs-utils
+    sshfs openssh-sftp-server samba cifs-utils
     # the Debian package and its checks
     dpkg-dev lintian desktop-file-utils
 )
@@ -31,9 +31,9 @@ if [ ${#missing[@]} -gt 0 ]; then
     [ "$(id -u)" -eq 0 ] || SUDO="sudo"
     export DEBIAN_FRONTEND=noninteractive
     $SUDO apt-get update -qq
-    # The tests run a private sshd and smbd of their own: installing the servers must not leave
-    # them listening on this machine's ports 22 and 445, now or after a reboot.
-    if [[ " ${missing[*]} " =~ \ (openssh-server|samba)\  ]] && [ ! -e /usr/sbin/policy-rc.d ]; then
+    # The tests run a private smbd of their own: installing the server must not leave it
+    # listening on this machine's port 445, now or after a reboot.
+    if [[ " ${missing[*]} " =~ \ samba\  ]] && [ ! -e /usr/sbin/policy-rc.d ]; then
         printf '#!/bin/sh\nexit 101\n' | $SUDO tee /usr/sbin/policy-rc.d >/dev/null
         $SUDO chmod 755 /usr/sbin/policy-rc.d
         trap '$SUDO rm -f /usr/sbin/policy-rc.d' EXIT
@@ -41,7 +41,7 @@ if [ ${#missing[@]} -gt 0 ]; then
         $SUDO rm -f /usr/sbin/policy-rc.d
         trap - EXIT
         command -v systemctl >/dev/null &&
-            $SUDO systemctl disable ssh.service ssh.socket smbd.service nmbd.service samba-ad-dc.service \
+            $SUDO systemctl disable smbd.service nmbd.service samba-ad-dc.service \
                 >/dev/null 2>&1 || true
     else
         $SUDO apt-get install -y --no-install-recommends "${missing[@]}"
