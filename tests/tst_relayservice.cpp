@@ -222,13 +222,17 @@ private Q_SLOTS:
 
         const int decoy = listening(relay.at(u"decoy"_s).toLocal8Bit());
         QVERIFY(decoy >= 0);
-        for (const auto &[setting, port] : {std::pair("65535", 65535), std::pair("0", 58502)}) {
+        // In a folder not made yet, which takes the log of the machine's file's faults too.
+        qputenv("KORVANE_RELAY_DIR", relay.at(u"fresh"_s).toUtf8());
+        for (const auto &[setting, port] : {std::pair("0x", 58502), std::pair("65535", 65535)}) {
             relay.writeMachineFile(QByteArray("ClientPort=") + setting + '\n');
             Child byHand([decoy] { handOver(decoy, decoy, false); });
             QVERIFY(byHand.waitForStarted(10000));
             QTRY_VERIFY(QFile::exists(UdpOrderRelay::serviceSocket(quint16(port))));
         }
         ::close(decoy);
+        QVERIFY(
+            contents(relay.at(u"fresh/client.log"_s)).contains("\"ClientPort\" is not a number; 0 is used"));
 
         // A socket that cannot be made ends the relay at once, for the service manager to see.
         relay.profile.writeFile(u"file"_s, {});
