@@ -1,3 +1,4 @@
+#include "netsvc/JoinedDomain.h"
 #include "netsvc/NetworkPaths.h"
 #include "netsvc/SambaShares.h"
 
@@ -140,6 +141,25 @@ private Q_SLOTS:
             QCOMPARE(rewritten, unc.isEmpty() ? path : unc);
         }
         SambaShares::UseConfig(QString());
+    }
+
+    // The domain the machine joined, as the service that joined it wrote it down.
+    void joinedDomain()
+    {
+        using JoinedDomain::FromSamba, JoinedDomain::FromSssd;
+        for (const auto &[sssd, domain] :
+             {std::pair{"[sssd]\ndomains = corp.example, lab.example\n[domain/other.example]\n",
+                        "corp.example"},
+              {"[sssd]\nservices = nss\n[nss]\n[domain/ad.example]\nid_provider = ad\n", "ad.example"},
+              {"[sssd]\ndomains =\n", ""}})
+            QCOMPARE(FromSssd(QString::fromLatin1(sssd)), QString::fromLatin1(domain));
+        for (const auto &[samba, domain] :
+             {std::pair{"[global]\n security = ADS\n realm = CORP.EXAMPLE\n workgroup = CORP\n",
+                        "CORP.EXAMPLE"},
+              {"[global]\nsecurity = ads\nworkgroup = CORP\n", "CORP"},
+              {"[global]\nsecurity = user\nrealm = CORP.EXAMPLE\nworkgroup = HOME\n", ""},
+              {"[homes]\nsecurity = ads\nrealm = CORP.EXAMPLE\n", ""}})
+            QCOMPARE(FromSamba(QString::fromLatin1(samba)), QString::fromLatin1(domain));
     }
 };
 
