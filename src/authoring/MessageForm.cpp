@@ -409,9 +409,8 @@ MessageForm::Outcome MessageForm::OKButton()
         keepUnshown(compared);
         if (m_base && compared.IsEqual(*m_base))
             return Close;
-        // Unlike a message's edit, the creation and next run are not carried over and InitID goes.
+        // Unlike a message's edit, the creation, the next run and InitID are not carried over.
         msg.ModificationDate = now;
-        msg.InitID.clear();
         msg.Status = m_base ? m_base->Status : StatusActive;
         return sent(m_ctx.senders.PkgEdit(msg));
     }
