@@ -4,6 +4,7 @@
 #include "core/Failure.h"
 #include "core/Options.h"
 #include "engine/KorvanClient.h"
+#include "link/CommandDispatcher.h"
 #include "netsvc/NetworkPaths.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
@@ -396,14 +397,16 @@ private Q_SLOTS:
                  {u"PDU"_s, u"O\x02N"_s, 2, u"package copy O N 0"_s},
                  {u"RID"_s, u"N1"_s, 0, u"reply N1 0"_s},
                  {u"RAL"_s, u"N1"_s, 0, u"reply N1 1"_s},
+                 {u"MID"_s, QString(), 0, QString()}, // a code without its data opens nothing
+                 {u"RID"_s, QString(), 0, QString()},
              }) {
             Fixture f;
+            KorvanClient engine;
+            QVERIFY(engine.Load());
+            f.frontend.events.clear();
             gProcess().CurrentList = list;
             gProcess().SavedSelection = u"bob,PC7"_s;
-            KorvanClient engine;
-            Failure failure;
-            code.startsWith(u'R') ? engine.OpenReply(data, code == u"RAL"_s)
-                                  : engine.OpenComposer(code, data, failure);
+            engine.dispatcher()->HandlePayload(data.isNull() ? code : code + u'\x01' + data);
             QCOMPARE(u"%1 %2: %3"_s.arg(code).arg(list).arg(f.frontend.events.join(u'|')),
                      u"%1 %2: %3"_s.arg(code).arg(list).arg(opened));
         }

@@ -203,13 +203,16 @@ private Q_SLOTS:
         QCOMPARE(MessageList(MessageList::AllPkgs, f.messages).Cancel(u"P1"_s), std::nullopt);
         QCOMPARE(f.sent, QStringList{u"PCA\u0001P1"_s});
 
-        // All messages: an expired one is extended and goes out twice.
-        QVERIFY(SaveMessage(TempDB(), u"Outbox"_s, record(u"A1"_s, f.clock.currentDateTime().addDays(-1)),
-                            false, true));
+        // All messages: an expired one is extended and goes out twice; the author's own copy follows.
+        for (Database *db : {&TempDB(), &ClientDB()})
+            QVERIFY(SaveMessage(*db, u"Outbox"_s, record(u"A1"_s, f.clock.currentDateTime().addDays(-1)),
+                                false, true));
         all.Resubmit(u"A1"_s);
         QCOMPARE(brief(f.sent.mid(1)), (QStringList{u"MSG A1"_s, u"MSG A1"_s}));
-        QCOMPARE(GetMessage(TempDB(), u"Outbox"_s, u"A1"_s).ExpirationDate,
-                 DateText::TruncateToMinute(f.clock.currentDateTime()).addDays(1));
+        const QDateTime extended = DateText::TruncateToMinute(f.clock.currentDateTime()).addDays(1);
+        QCOMPARE((std::pair{GetMessage(TempDB(), u"Outbox"_s, u"A1"_s).ExpirationDate,
+                            GetMessage(ClientDB(), u"Outbox"_s, u"A1"_s).ExpirationDate}),
+                 (std::pair{extended, extended}));
         // Its refresh forgets every row it had and asks the server for all of them again.
         f.session.AllMessagesLoaded = true;
         all.Refresh();
