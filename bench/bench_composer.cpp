@@ -1,6 +1,7 @@
 // From the server's answer to MID to the composer on screen, with 50 levels in
 // the owner-drawn combo: the frontend opens a fresh form as the engine asks it
 // to, and the round ends when the form's window has been exposed and painted.
+#include "app/DesktopFrontend.h"
 #include "authoring/AuthoringContext.h"
 #include "authoring/MessageForm.h"
 #include "bench/WidgetBench.h"
@@ -11,7 +12,6 @@
 #include "store/DBFunctions.h"
 #include "store/Database.h"
 #include "store/LevelCollection.h"
-#include "ui/DesktopFrontend.h"
 
 #include <QApplication>
 #include <QComboBox>

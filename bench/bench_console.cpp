@@ -2,6 +2,7 @@
 // and painted, a sort by a column, AddRecord into the open list, and what the
 // open list costs in resident memory. The read, the model and the paint are
 // timed apart too, to say which one a figure is made of.
+#include "app/DesktopFrontend.h"
 #include "bench/BenchSupport.h"
 #include "bench/WidgetBench.h"
 #include "console/ConsoleContext.h"
@@ -19,7 +20,6 @@
 #include "store/DBFunctions.h"
 #include "store/Database.h"
 #include "store/LevelCollection.h"
-#include "ui/DesktopFrontend.h"
 
 #include <QApplication>
 #include <QDir>
@@ -91,10 +91,10 @@ struct Console
             SaveMessage(client, QStringLiteral("Outbox"), m, false, true);
         }
         fill.commit();
-        context = std::make_unique<ConsoleContext>(ConsoleContext{
-            ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(),
-            gPolicies(), gLevels(), [](const QString &) { return true; }, [](const DVMessage &, int) {},
-            folder.filePath(QStringLiteral("user.ini")), folder.path(), folder.path()});
+        context = std::make_unique<ConsoleContext>(
+            ConsoleContext{ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(),
+                           gUserInfos(), gPolicies(), gLevels(), [](const QString &) { return true; },
+                           folder.filePath(QStringLiteral("user.ini")), folder.path(), folder.path()});
     }
     ~Console()
     {

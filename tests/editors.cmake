@@ -1,4 +1,4 @@
 # The editors: levels, display options, policies and the server configuration.
-korvane_add_test(tst_policies SOURCES tst_policies.cpp LIBS ui)
-korvane_add_test(tst_optionforms SOURCES tst_optionforms.cpp LIBS ui)
-korvane_add_test(tst_leveledit SOURCES tst_leveledit.cpp LIBS ui)
+korvane_add_test(tst_policies SOURCES tst_policies.cpp LIBS desktop)
+korvane_add_test(tst_optionforms SOURCES tst_optionforms.cpp LIBS desktop)
+korvane_add_test(tst_leveledit SOURCES tst_leveledit.cpp LIBS desktop)

@@ -1,5 +1,5 @@
 korvane_add_test(tst_scrolling SOURCES tst_scrolling.cpp LIBS banner_logic)
-korvane_add_test(tst_dvxdisplay SOURCES tst_dvxdisplay.cpp LIBS ui desktop_session)
+korvane_add_test(tst_dvxdisplay SOURCES tst_dvxdisplay.cpp LIBS desktop desktop_session)
 # The strip at twice the density, and drawn by an X server at both densities.
 add_test(NAME tst_dvxdisplay_scale2 COMMAND tst_dvxdisplay stripIsThePictureDevicePixelForDevicePixel)
 set_tests_properties(tst_dvxdisplay_scale2 PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_SCALE_FACTOR=2"

@@ -2,11 +2,11 @@
 #include "authoring/frmReply.h"
 #include "console/frmAdmin.h"
 #include "console/frmList.h"
-#include "console/frmPolicies.h"
 #include "core/Frontend.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "core/UserStore.h"
+#include "editors/frmPolicies.h"
 #include "store/DBFunctions.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
@@ -177,8 +177,8 @@ private Q_SLOTS:
         UserStore(userStore).write(u"Setup"_s, u"OutboxAS1Splitter"_s, u"wide"_s);
         frmAdmin console(
             {ClientDB(), TempDB(), f.clock, f.frontend, f.process, f.session, f.user, f.policies, f.levels,
-             [&sent](const QString &p) { return !(sent << p.section(QChar(1), 0, 0)).isEmpty(); }, nullptr,
-             userStore, f.profile.path(), f.profile.dataHome()});
+             [&sent](const QString &p) { return !(sent << p.section(QChar(1), 0, 0)).isEmpty(); }, userStore,
+             f.profile.path(), f.profile.dataHome()});
         const auto items = [&console](const QString &text) {
             return console.ui.dxSideBar1->findItems(text, Qt::MatchExactly | Qt::MatchRecursive).size();
         };

@@ -1,11 +1,11 @@
 // The composer as a person meets it offscreen, the answers that open it, and what reaches the link.
-#include "authoring/LevelDelegate.h"
+#include "app/DesktopFrontend.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
 #include "support/Untranslated.h"
-#include "ui/DesktopFrontend.h"
+#include "ui/LevelDelegate.h"
 #include "ui/frmDialog.h"
 
 #include <QApplication>

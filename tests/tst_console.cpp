@@ -1,8 +1,8 @@
 // The console's frame (the side bar by role and policy, what a click shows or asks for, the window's
 // place), its lists' commands and rows, and their column layouts.
+#include "authoring/AdminsEditForm.h"
 #include "authoring/GroupEditForm.h"
 #include "authoring/MessageForm.h"
-#include "console/AdminsEditForm.h"
 #include "console/ConsoleFrame.h"
 #include "console/CsvExport.h"
 #include "console/DirectoryList.h"

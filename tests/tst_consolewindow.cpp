@@ -1,7 +1,6 @@
 // The console as a window on screen: a list replaced under a window of its own, commands that
 // act on the rows chosen when the menu opened, and sizes that survive a reopening.
-#include "console/CodeCellDelegate.h"
-#include "console/LevelCellDelegate.h"
+#include "app/DesktopFrontend.h"
 #include "console/frmAdmin.h"
 #include "console/frmDirectory.h"
 #include "console/frmList.h"
@@ -12,7 +11,8 @@
 #include "delivery/Replication.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
-#include "ui/DesktopFrontend.h"
+#include "ui/CodeCellDelegate.h"
+#include "ui/LevelCellDelegate.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -31,10 +31,14 @@ namespace {
 struct Fixture : AuthoringFixture
 {
     QString userStore = profile.path() + u"/Client.conf"_s;
-    // The engine's own state, as the engine reads it to tell the open list.
-    ConsoleContext console{ClientDB(),     TempDB(),          clock,  frontend, gProcess(), session,
-                           user,           policies,          levels, send,     nullptr,    userStore,
-                           profile.path(), profile.dataHome()};
+    // The engine's own state, as the engine reads it to tell the open list; the forms of the other
+    // features open through the interface given.
+    ConsoleContext contextFor(Frontend &opener)
+    {
+        return {ClientDB(), TempDB(), clock, opener,    gProcess(),     session,           user,
+                policies,   levels,   send,  userStore, profile.path(), profile.dataHome()};
+    }
+    ConsoleContext console = contextFor(frontend);
 
     Fixture() { user.setMyAuthority(UserInfos::RoleAdministrator); }
 };
@@ -47,9 +51,9 @@ void open(frmAdmin &console, int list)
 }
 
 // A console the test owns (closing it deletes nothing), on screen unless asked, showing the list given.
-std::unique_ptr<frmAdmin> ownConsole(Fixture &f, int list = 0, bool onScreen = true)
+std::unique_ptr<frmAdmin> ownConsole(const ConsoleContext &context, int list = 0, bool onScreen = true)
 {
-    auto console = std::make_unique<frmAdmin>(f.console);
+    auto console = std::make_unique<frmAdmin>(context);
     console->setAttribute(Qt::WA_DeleteOnClose, false);
     if (onScreen) {
         console->show();
@@ -126,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(
             ClientDB().exec(u"INSERT INTO MyGroups (GroupName, Description) VALUES ('team', 'The team')"_s));
         QVERIFY(ClientDB().exec(u"INSERT INTO MyGroupUsers (GroupName, UserID) VALUES ('team', 'ann')"_s));
-        const auto console = ownConsole(f);
+        const auto console = ownConsole(f.console);
         QPointer<frmList> outbox = console->currentList();
         gProcess().CurrentList = 13;
         QHeaderView *columns = outbox->ui.grid->horizontalHeader();
@@ -159,7 +163,7 @@ private Q_SLOTS:
         Fixture f;
         for (const char *id : {"A", "B", "C"})
             store(u"Inbox"_s, QLatin1String(id), u"Subject "_s + QLatin1String(id));
-        const auto console = ownConsole(f, 1, false);
+        const auto console = ownConsole(f.console, 1, false);
         frmList *inbox = console->currentList();
         inbox->ui.grid->selectRow(inbox->model().Locate(u"B"_s));
         Q_EMIT inbox->ui.grid->customContextMenuRequested(QPoint(5, 5));
@@ -195,7 +199,7 @@ private Q_SLOTS:
         store(u"Outbox"_s, u"M1"_s, u"Lunch"_s, 0);
         store(u"Outbox"_s, u"M2"_s, u"Dinner"_s, 1);
         store(u"Outbox"_s, u"M3"_s, u"Tea"_s, 1);
-        const auto console = ownConsole(f);
+        const auto console = ownConsole(f.console);
         frmList *outbox = console->currentList();
         const int status = 21, subject = 3;
         QHeaderView *columns = outbox->ui.grid->horizontalHeader();
@@ -363,7 +367,7 @@ private Q_SLOTS:
         tzset();
         store(u"Outbox"_s, u"M1"_s, u"Lunch"_s, 0, 3);
         store(u"Outbox"_s, u"M2"_s, u"Dinner"_s, 1, 0);
-        const auto console = ownConsole(f);
+        const auto console = ownConsole(f.console);
         frmList *outbox = console->currentList();
         for (const auto &[language, word, ids] : {std::tuple{0, u"cancelled"_s, QStringList{u"M1"_s}},
                                                   std::tuple{0, u"Immediate"_s, QStringList{u"M2"_s}},
@@ -415,7 +419,7 @@ private Q_SLOTS:
             return settings.read(u"Setup"_s, u"OutboxAS1Splitter"_s, QString());
         };
         for (int opening = 0; opening < 3; ++opening) {
-            const auto console = ownConsole(f);
+            const auto console = ownConsole(f.console);
             frmList *outbox = console->currentList();
             QHeaderView *columns = outbox->ui.grid->horizontalHeader();
             QTRY_COMPARE(outbox->ui.ActiveSizer1->sizes().value(0), 150);
@@ -429,7 +433,7 @@ private Q_SLOTS:
         QCOMPARE(keptHeight(), u"150"_s);
         {
             // Once shown, the panes are the person's: a resize of the window keeps what they dragged.
-            const auto console = ownConsole(f);
+            const auto console = ownConsole(f.console);
             QSplitter *panes = console->currentList()->ui.ActiveSizer1;
             QTRY_COMPARE(panes->sizes().value(0), 150);
             panes->repaint();
@@ -443,22 +447,25 @@ private Q_SLOTS:
         // A damaged file of the person's gives way to the full layout the program ships, with its sort.
         f.profile.writeFile(u"Layouts/OutboxMax.xgl"_s, "korvane-grid 1\nsort colStartDate desc\n");
         f.profile.writeFile(u"data/OutboxCust.xgl"_s, "not a layout");
-        QCOMPARE(ownConsole(f, 0, false)->currentList()->ui.grid->horizontalHeader()->sortIndicatorSection(),
+        QCOMPARE(ownConsole(f.console, 0, false)
+                     ->currentList()
+                     ->ui.grid->horizontalHeader()
+                     ->sortIndicatorSection(),
                  12);
         // A column the person hid, kept with no width, shows again at the grid's width.
         f.profile.writeFile(u"data/OutboxCust.xgl"_s,
                             "korvane-grid 1\ncolumn colSubject 200 1\ncolumn colLevel 0 0\n");
         {
-            const auto console = ownConsole(f, 0, false);
+            const auto console = ownConsole(f.console, 0, false);
             QHeaderView *columns = console->currentList()->ui.grid->horizontalHeader();
             QVERIFY(columns->isSectionHidden(5));
             columns->setSectionHidden(5, false);
             QCOMPARE(columns->sectionSize(5), columns->defaultSectionSize());
         }
         // The Received packages, which have no command, still export.
-        QVERIFY(action(ownConsole(f, 7, false)->currentList()->menu(), u"Export to CSV..."_s));
+        QVERIFY(action(ownConsole(f.console, 7, false)->currentList()->menu(), u"Export to CSV..."_s));
         // A list replaced before it ever showed leaves the kept height alone.
-        ownConsole(f, 1, false);
+        ownConsole(f.console, 1, false);
         QCOMPARE(keptHeight(), u"150"_s);
     }
 
@@ -472,7 +479,7 @@ private Q_SLOTS:
         QVERIFY(
             TempDB().exec(u"INSERT INTO Administrators (UserID, Authority) VALUES ('ann', 3), ('zed', 7)"_s));
         f.session.UsersLoaded = f.session.AdminsLoaded = true;
-        const auto console = ownConsole(f, 13);
+        const auto console = ownConsole(f.console, 13);
         QAbstractItemModel *users = directory(*console)->ui.grid->model();
         directory(*console)->ui.grid->setCurrentIndex(users->index(0, 0));
         for (const auto &[answer, left] : {std::pair{ResultNo, 2}, {ResultYes, 1}}) {
@@ -483,7 +490,8 @@ private Q_SLOTS:
         QCOMPARE(f.sent.filter(u"USD"_s), QStringList{u"USD\u0001ann"_s});
 
         // A group's members show beside it when it is chosen.
-        QVERIFY(TempDB().exec(u"INSERT INTO KorvaneGroups (GroupName) VALUES ('ops')"_s) &&
+        QVERIFY(TempDB().exec(
+                    u"INSERT INTO KorvaneGroups (GroupName, Description) VALUES ('ops', 'Operations')"_s) &&
                 TempDB().exec(u"INSERT INTO KorvaneGroupUsers (GroupName, UserID) VALUES ('ops', 'bob'), "
                               "('ops', 'ann')"_s));
         f.session.GroupsKorvanLoaded = true;
@@ -494,11 +502,22 @@ private Q_SLOTS:
              members.size() < grid->topLevelItemCount();)
             members << grid->topLevelItem(int(members.size()))->text(0);
         QCOMPARE(members, (QStringList{u"bob"_s, u"ann"_s}));
+        // Edit and Duplicate hand the group editor the chosen group (a duplicate is a new group), New
+        // an empty one.
+        for (const auto &[item, asked] : {std::pair{u"Edit"_s, u"group 3 ops Operations bob,ann"_s},
+                                          {u"Duplicate"_s, u"group 2 ops Operations bob,ann"_s},
+                                          {u"New"_s, u"group 2   "_s}}) {
+            action(directory(*console)->menu(), item)->trigger();
+            QCOMPARE(f.frontend.events.value(f.frontend.events.size() - 1), asked);
+        }
 
         // The role editor opens on the row's role, out of the four; a role no version knows shows as the
         // least one, so that OK grants nothing more. OK sends and shows the one chosen.
-        open(*console, 15);
-        QAbstractItemModel *admins = directory(*console)->ui.grid->model();
+        // The role editor is authoring's: the wiring opens it for the directory.
+        DesktopFrontend desktop;
+        desktop.setConsole(f.contextFor(desktop));
+        const auto wired = ownConsole(f.contextFor(desktop), 15);
+        QAbstractItemModel *admins = directory(*wired)->ui.grid->model();
         const auto roles = [admins] {
             return QStringList{admins->index(0, 1).data().toString(), admins->index(1, 1).data().toString()};
         };
@@ -506,7 +525,7 @@ private Q_SLOTS:
         for (const auto &[row, shown, picked, sent] :
              {std::tuple{0, u"Administrator"_s, 1, u"ADM\u0001ann\u00021"_s},
               {1, u"User"_s, 0, u"ADM\u0001zed\u00020"_s}}) {
-            directory(*console)->ui.grid->setCurrentIndex(admins->index(row, 0));
+            directory(*wired)->ui.grid->setCurrentIndex(admins->index(row, 0));
             QStringList seen;
             QTimer::singleShot(0, qApp, [&] {
                 auto *role = QApplication::activeModalWidget()->findChild<QComboBox *>(u"cboRole"_s);
@@ -516,7 +535,7 @@ private Q_SLOTS:
                 role->setCurrentIndex(picked);
                 QApplication::activeModalWidget()->findChild<QPushButton *>(u"OKButton"_s)->click();
             });
-            action(directory(*console)->menu(), u"Edit"_s)->trigger();
+            action(directory(*wired)->menu(), u"Edit"_s)->trigger();
             QCOMPARE(seen << f.sent.last(), (QStringList{u"User"_s, u"Postmaster"_s, u"Packager"_s,
                                                          u"Administrator"_s, shown, sent}));
         }

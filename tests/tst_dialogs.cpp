@@ -1,7 +1,7 @@
+#include "app/DesktopFrontend.h"
 #include "authoring/frmMessage.h"
 #include "core/ClientMenu.h"
 #include "support/AuthoringFixture.h"
-#include "ui/DesktopFrontend.h"
 #include "ui/DialogButtonSet.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"

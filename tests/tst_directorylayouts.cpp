@@ -22,9 +22,8 @@ namespace {
 struct Fixture : AuthoringFixture
 {
     QString userStore = profile.path() + u"/Client.conf"_s;
-    ConsoleContext console{ClientDB(),     TempDB(),          clock,  frontend, process, session,
-                           user,           policies,          levels, send,     nullptr, userStore,
-                           profile.path(), profile.dataHome()};
+    ConsoleContext console{ClientDB(), TempDB(), clock, frontend,  process,        session,           user,
+                           policies,   levels,   send,  userStore, profile.path(), profile.dataHome()};
 
     Fixture()
     {

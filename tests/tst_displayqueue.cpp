@@ -6,6 +6,7 @@
 #include "support/RecordingFrontend.h"
 #include "support/RecordingView.h"
 #include "support/StoreFixture.h"
+#include "ui/BannerText.h"
 
 #include <QTest>
 
@@ -177,7 +178,7 @@ private Q_SLOTS:
         QCOMPARE((QVariantList{f.action(u"S"_s), f.shownText(), f.view.sounds.last()}),
                  (QVariantList{qint32(ActionQueued), shown, u"beep"_s}));
         const QLocale locale = QLocale::system();
-        QCOMPARE(DisplayQueue::ConvertText(u"%LONGDATE% %LONGTIME%"_s),
+        QCOMPARE(BannerText::Expand(u"%LONGDATE% %LONGTIME%"_s),
                  locale.toString(f.clock.currentDateTime().date(), QLocale::LongFormat) + u' ' +
                      locale.toString(f.clock.currentDateTime(), locale.timeFormat(QLocale::LongFormat)));
         // The menu acknowledges at once, before the text has passed.

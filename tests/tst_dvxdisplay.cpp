@@ -1,10 +1,10 @@
-#include "banner/LevelSample.h"
-#include "banner/SystemColor.h"
 #include "banner/dvxDisplay.h"
 #include "banner/frmBanner.h"
 #include "core/Options.h"
 #include "e2e/DesktopSession.h"
 #include "support/StoreFixture.h"
+#include "ui/LevelSample.h"
+#include "ui/SystemColor.h"
 
 #include <QAccessible>
 #include <QAction>

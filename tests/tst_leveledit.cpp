@@ -1,8 +1,8 @@
 // The level editor: its buffer, its buttons, what OK sends, and its window's sound and path checks.
-#include "banner/LevelEditForm.h"
-#include "banner/frmLevelEdit.h"
 #include "core/Globals.h"
 #include "core/Options.h"
+#include "editors/LevelEditForm.h"
+#include "editors/frmLevelEdit.h"
 #include "store/DBFunctions.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"

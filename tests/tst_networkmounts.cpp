@@ -18,6 +18,10 @@
 #include <QTest>
 #include <QUrl>
 
+#include <cerrno>
+#include <cstring>
+#include <sched.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -50,6 +54,10 @@ public:
             return u"mounting needs root"_s;
         if (!QFile::exists(u"/dev/fuse"_s))
             return u"no /dev/fuse: this kernel or container offers no FUSE"_s;
+        // The mounts live in this run's own namespace: a run killed midway leaves none behind to
+        // answer for the same shares in the next.
+        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+            return u"no private mount namespace: "_s + QString::fromLocal8Bit(strerror(errno));
         const QString sshfs = LoopbackDaemon::find(u"sshfs"_s);
         m_fusermount = LoopbackDaemon::find(u"fusermount3"_s);
         if (m_fusermount.isEmpty())

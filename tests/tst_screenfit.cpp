@@ -1,24 +1,24 @@
 // Every window on a screen of 1024 by 600: its frame and its closing buttons inside the part of the screen
 // that windows may use, where a click reaches them (the screen is set up in screenfit.cmake).
+#include "app/DesktopFrontend.h"
 #include "authoring/Selection.h"
+#include "authoring/frmAdminsEdit.h"
 #include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "authoring/frmSelection.h"
-#include "banner/frmClientConfig.h"
-#include "banner/frmLevelEdit.h"
 #include "console/frmAdmin.h"
-#include "console/frmAdminsEdit.h"
-#include "console/frmConfigServer.h"
 #include "console/frmList.h"
-#include "console/frmPolicies.h"
 #include "core/Options.h"
 #include "core/UserStore.h"
+#include "editors/frmClientConfig.h"
+#include "editors/frmConfigServer.h"
+#include "editors/frmLevelEdit.h"
+#include "editors/frmPolicies.h"
 #include "link/Policies.h"
 #include "link/ServerConfig.h"
 #include "support/AuthoringFixture.h"
 #include "support/Untranslated.h"
-#include "ui/DesktopFrontend.h"
 #include "ui/frmAbout.h"
 #include "ui/frmDialog.h"
 #include "ui/frmLog.h"
@@ -141,9 +141,9 @@ struct Desk : AuthoringFixture
     Desk()
     {
         desktop.setAuthoring(context);
-        desktop.setConsole(ConsoleContext{
-            ClientDB(), TempDB(), clock, frontend, gProcess(), session, user, policies, gLevels(), send,
-            nullptr, profile.path() + u"/Client.conf"_s, profile.path(), profile.dataHome()});
+        desktop.setConsole(ConsoleContext{ClientDB(), TempDB(), clock, frontend, gProcess(), session, user,
+                                          policies, gLevels(), send, profile.path() + u"/Client.conf"_s,
+                                          profile.path(), profile.dataHome()});
     }
 };
 

@@ -2,11 +2,11 @@
 #include "authoring/MessageForm.h"
 #include "authoring/Selection.h"
 #include "authoring/frmSelection.h"
-#include "console/GridState.h"
 #include "core/Options.h"
 #include "netsvc/NetApi.h"
 #include "support/LogText.h"
 #include "support/StoreFixture.h"
+#include "ui/GridState.h"
 
 #include <QApplication>
 #include <QKeySequence>

@@ -1,10 +1,10 @@
 #include "banner/Audio.h"
-#include "banner/SoundCodes.h"
-#include "banner/SoundPlayer.h"
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "support/LogText.h"
 #include "support/TempProfile.h"
+#include "ui/SoundCodes.h"
+#include "ui/SoundPlayer.h"
 
 #include <QAudioDevice>
 #include <QDir>

@@ -1,5 +1,6 @@
 #include "app/ProgramEntry.h"
 
+#include "app/DesktopFrontend.h"
 #include "app/SingleInstance.h"
 #include "app/UnixSignals.h"
 #include "authoring/Selection.h"
@@ -13,7 +14,6 @@
 #include "store/DVMessage.h"
 #include "store/Database.h"
 #include "store/LevelCollection.h"
-#include "ui/DesktopFrontend.h"
 #include "ui/TrayIcon.h"
 
 #include <QApplication>
@@ -81,7 +81,6 @@ int ProgramEntry::run(int argc, char **argv)
     frontend.setConsole(ConsoleContext{
         ClientDB(), TempDB(), Clock::current(), frontend, gProcess(), gSession(), gUserInfos(), gPolicies(),
         gLevels(), [&engine](const QString &payload) { return engine->SendData(payload); },
-        [&frontend](const DVMessage &msg, int action) { frontend.EditMessage(msg, action); },
         AppPaths::userStoreFile(), AppPaths::resourceFolder(), gProcess().AppDataPath});
 
     frontend.setEngineCalls(

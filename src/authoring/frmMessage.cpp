@@ -3,16 +3,16 @@
 #include "authoring/AuthoringTexts.h"
 #include "authoring/FormFields.h"
 #include "authoring/FormHints.h"
-#include "authoring/HintPane.h"
-#include "authoring/LevelDelegate.h"
 #include "authoring/Selection.h"
-#include "banner/DisplayQueue.h"
-#include "banner/LevelSample.h"
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "store/MessageCodes.h"
 #include "ui/AccessibleTexts.h"
+#include "ui/BannerText.h"
+#include "ui/HintPane.h"
+#include "ui/LevelDelegate.h"
+#include "ui/LevelSample.h"
 #include "ui/Mnemonics.h"
 #include "ui/ScreenFit.h"
 
@@ -67,7 +67,7 @@ frmMessage::frmMessage(AuthoringContext context, bool package, QWidget *parent)
     m_logic.getSelection = [this](int kind, const QString &target) {
         return Selection::GetSelection(kind, target, this);
     };
-    m_hints = new HintPane(ui.lblHint, this, hinted(ui));
+    m_hints = new HintPane(ui.lblHint, this, hinted(ui), &FormHints::Hint);
     // The sample follows the width of the form, never the other way round.
     ui.lblSample->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     ui.lblSample->installEventFilter(this);
@@ -354,7 +354,7 @@ void frmMessage::updateSample()
         QPainter painter(&pixmap);
         painter.setFont(font);
         // The banner's one line, its variables in place.
-        QString text = DisplayQueue::ConvertText(ui.txtText->toPlainText()).simplified();
+        QString text = BannerText::Expand(ui.txtText->toPlainText()).simplified();
         if (text.isEmpty())
             text = ui.cboLevel->currentText();
         DrawLevelSample(painter, QRect(QPoint(0, 0), size), text, colors[0].toUInt(), colors[1].toUInt(),

@@ -3,10 +3,10 @@
 #include "authoring/AuthoringTexts.h"
 #include "authoring/FormFields.h"
 #include "authoring/FormHints.h"
-#include "authoring/HintPane.h"
 #include "authoring/MessageForm.h"
 #include "core/StringTable.h"
 #include "ui/AccessibleTexts.h"
+#include "ui/HintPane.h"
 #include "ui/Mnemonics.h"
 #include "ui/ScreenFit.h"
 
@@ -22,7 +22,8 @@ frmReply::frmReply(AuthoringContext context, QWidget *parent) : QWidget(parent),
     m_hints =
         new HintPane(ui.lblHint, this,
                      {ui.txtSubject, ui.txtText, ui.cmdVariable, ui.txtLink, ui.cboDelivery, ui.dateNextRun,
-                      ui.timeNextRun, ui.chkReceipt, ui.chkNotify, ui.OKButton, ui.CancelButton});
+                      ui.timeNextRun, ui.chkReceipt, ui.chkNotify, ui.OKButton, ui.CancelButton},
+                     &FormHints::Hint);
     connect(ui.txtText, &QPlainTextEdit::textChanged, this, [this] {
         readFields();
         m_logic.TextChanged();

@@ -3,10 +3,10 @@
 #include "authoring/AuthoringTexts.h"
 #include "authoring/MessageForm.h"
 #include "authoring/Selection.h"
-#include "console/GridState.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
 #include "ui/ContextMenuKey.h"
+#include "ui/GridState.h"
 #include "ui/Mnemonics.h"
 #include "ui/ScreenFit.h"
 

@@ -1,6 +1,7 @@
-# The logic of the composers, the reply form and the selection: no widgets,
-# compiled under the engine's rules.
+# The logic of the composers, the reply form, the selection and the group and
+# role editors.
 set(AUTHORING_LOGIC_SOURCES
+    authoring/AdminsEditForm.cpp authoring/AdminsEditForm.h
     authoring/AuthoringContext.h
     authoring/AuthoringTexts.h
     authoring/FormHints.cpp authoring/FormHints.h
@@ -9,12 +10,11 @@ set(AUTHORING_LOGIC_SOURCES
     authoring/ReplyForm.cpp authoring/ReplyForm.h
     authoring/SelectionList.cpp authoring/SelectionList.h
 )
-# The widgets above it.
-list(APPEND UI_SOURCES
+# Their windows.
+set(AUTHORING_SOURCES
     authoring/FormFields.cpp authoring/FormFields.h
-    authoring/HintPane.cpp authoring/HintPane.h
-    authoring/LevelDelegate.cpp authoring/LevelDelegate.h
     authoring/Selection.cpp authoring/Selection.h
+    authoring/frmAdminsEdit.cpp authoring/frmAdminsEdit.h authoring/frmAdminsEdit.ui
     authoring/frmGroupEdit.cpp authoring/frmGroupEdit.h authoring/frmGroupEdit.ui
     authoring/frmMessage.cpp authoring/frmMessage.h authoring/frmMessage.ui
     authoring/frmReply.cpp authoring/frmReply.h authoring/frmReply.ui

@@ -1,7 +1,7 @@
 #include "banner/Audio.h"
 
-#include "banner/SoundCodes.h"
-#include "banner/SoundPlayer.h"
+#include "ui/SoundCodes.h"
+#include "ui/SoundPlayer.h"
 
 Audio::Audio() = default;
 

@@ -1,7 +1,6 @@
 #include "banner/DisplayQueue.h"
 
 #include "banner/BannerView.h"
-#include "banner/SoundCodes.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
@@ -13,6 +12,8 @@
 #include "store/Database.h"
 #include "store/LevelCollection.h"
 #include "store/MessageCodes.h"
+#include "ui/BannerText.h"
+#include "ui/SoundCodes.h"
 
 #include <QLocale>
 
@@ -47,28 +48,6 @@ void DisplayQueue::setInboxAction(const DVMessage &msg, qint32 action)
     ClientDB().exec(QStringLiteral("UPDATE Inbox SET MsgAction = ? WHERE MsgID = ?"), {action, msg.MsgID});
 }
 
-QString DisplayQueue::ConvertText(const QString &inText)
-{
-    const QDateTime now = Clock::now();
-    const QLocale locale = QLocale::system();
-    const UserInfos &user = gUserInfos();
-    QString text = inText;
-    // Only the exact capitals are variables: "%date%" stays as it is.
-    text.replace(QStringLiteral("%DAYOFWEEK%"), locale.dayName(now.date().dayOfWeek()));
-    text.replace(QStringLiteral("%DATE%"), locale.toString(now.date(), QLocale::ShortFormat));
-    text.replace(QStringLiteral("%LONGDATE%"), locale.toString(now.date(), QLocale::LongFormat));
-    text.replace(QStringLiteral("%TIME%"), locale.toString(now.time(), QLocale::ShortFormat));
-    text.replace(QStringLiteral("%LONGTIME%"), locale.toString(now, locale.timeFormat(QLocale::LongFormat)));
-    text.replace(QStringLiteral("%USERID%"), user.UserID());
-    text.replace(QStringLiteral("%USERNAME%"), user.UserName);
-    text.replace(QStringLiteral("%MACHINEID%"), user.MachineID());
-    // The strip has one line.
-    text.replace(QLatin1Char('\r'), QLatin1Char(' '));
-    text.replace(QLatin1Char('\n'), QLatin1Char(' '));
-    text.replace(QLatin1Char('\t'), QLatin1Char(' '));
-    return text;
-}
-
 void DisplayQueue::AddMessageToDisplay(const DVMessage &lMsg)
 {
     TraceLog(Banner + QStringLiteral("AddMessageToDisplay - MsgID: ") + lMsg.MsgID);
@@ -85,7 +64,7 @@ void DisplayQueue::AddMessageToDisplay(const DVMessage &lMsg)
     DisplayMessage entry;
     entry.ActualMessage = lMsg;
     // Variables are fixed when the message joins the queue.
-    entry.ActualMessage.Message = ConvertText(lMsg.Message);
+    entry.ActualMessage.Message = BannerText::Expand(lMsg.Message);
     // The same id again goes to the end, and counts and sounds afresh.
     const qsizetype existing = indexOf(lMsg.MsgID);
     if (existing >= 0) {

@@ -47,9 +47,6 @@ public:
 
     void ExecuteLink(DisplayMessage &entry);
 
-    // Puts today's date, the time and the user in place of the variables.
-    static QString ConvertText(const QString &inText);
-
     const QList<DisplayMessage> &colDisplayMessages() const { return m_queue; }
     int DisplayIndex() const { return m_displayIndex; }
     const std::optional<DisplayMessage> &DisplayedMsg() const { return m_displayedMsg; }

@@ -1,7 +1,7 @@
 #include "banner/dvxDisplay.h"
 
 #include "banner/StripWindow.h"
-#include "banner/SystemColor.h"
+#include "ui/SystemColor.h"
 
 #include <QAccessibleWidget>
 #include <QFontMetrics>

@@ -1,13 +1,13 @@
 #include "banner/frmBanner.h"
 
 #include "banner/BannerPlacement.h"
-#include "banner/SoundPlayer.h"
 #include "banner/dvxDisplay.h"
 #include "core/Globals.h"
 #include "core/Log.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
 #include "netsvc/NetworkPaths.h"
+#include "ui/SoundPlayer.h"
 
 #include <QAccessible>
 #include <QAction>

@@ -5,7 +5,6 @@
 #include <functional>
 
 class Clock;
-class DVMessage;
 class Database;
 class Frontend;
 class LevelCollection;
@@ -27,8 +26,6 @@ struct ConsoleContext
     const Policies &policies;
     const LevelCollection &levels;
     std::function<bool(const QString &payload)> sendData;
-    // Opens the composer on a stored record in the given mode.
-    std::function<void(const DVMessage &msg, int action)> editMessage;
     // The per-user store of the window's place and the lists' choices.
     QString userStoreFile;
     // Where the fixed layout files lie (beside the program) and the person's own (the data folder).

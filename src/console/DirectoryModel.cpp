@@ -1,7 +1,7 @@
 #include "console/DirectoryModel.h"
 
-#include "console/GridState.h"
 #include "core/StringTable.h"
+#include "ui/GridState.h"
 
 #include <QHash>
 

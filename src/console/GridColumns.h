@@ -2,7 +2,7 @@
 
 #include "console/ConsoleContext.h"
 #include "console/GridLayout.h"
-#include "console/GridState.h"
+#include "ui/GridState.h"
 
 #include <QHash>
 #include <QObject>

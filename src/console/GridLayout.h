@@ -1,6 +1,6 @@
 #pragma once
 
-#include "console/GridState.h"
+#include "ui/GridState.h"
 
 #include <QString>
 #include <QStringList>

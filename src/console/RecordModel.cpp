@@ -1,7 +1,7 @@
 #include "console/RecordModel.h"
 
-#include "console/CodeNames.h"
 #include "console/GroupedRecords.h"
+#include "ui/CodeNames.h"
 
 #include <QLocale>
 

@@ -1,9 +1,8 @@
 #include "console/frmDirectory.h"
 
-#include "authoring/frmGroupEdit.h"
 #include "console/ConsoleFrame.h"
 #include "console/GridColumns.h"
-#include "console/frmAdminsEdit.h"
+#include "core/Frontend.h"
 #include "core/StringTable.h"
 #include "ui/ContextMenuKey.h"
 
@@ -176,19 +175,15 @@ void frmDirectory::run(DirectoryList::Item item)
             editRole(item == DirectoryList::mnuEdit);
             break;
         }
-        frmGroupEdit editor({m_ctx.clientDB, m_ctx.tempDB, m_ctx.clock, m_ctx.user, m_ctx.policies,
-                             m_ctx.session, m_ctx.process, m_ctx.frontend, m_ctx.sendData},
-                            GroupEditForm::Action(m_directory.GroupAction(item)), this);
-        const QString name = focusedKey();
-        const QString description = m_filter.index(ui.grid->currentIndex().row(), 1).data().toString();
-        const QString members = m_directory.Members(name).join(QLatin1Char(','));
-        if (item == DirectoryList::mnuEdit)
-            editor.logic().EditGroup(name, description, members);
-        else if (item == DirectoryList::mnuDuplicate)
-            editor.logic().DuplicateGroup(description, members);
-        editor.showFields();
+        // New starts empty; Edit and Duplicate start from the focused group.
+        QString name, description, members;
+        if (item != DirectoryList::mnuNew) {
+            name = focusedKey();
+            description = m_filter.index(ui.grid->currentIndex().row(), 1).data().toString();
+            members = m_directory.Members(name).join(QLatin1Char(','));
+        }
         // The list on screen is the one the editor changed: it shows the change whatever CurrentList says.
-        if (editor.exec() == QDialog::Accepted)
+        if (m_ctx.frontend.EditGroupForm(m_directory.GroupAction(item), name, description, members))
             LoadData();
         break;
     }
@@ -205,20 +200,19 @@ void frmDirectory::run(DirectoryList::Item item)
 
 void frmDirectory::editRole(bool edit)
 {
-    frmAdminsEdit editor({m_ctx.tempDB, m_ctx.session, m_ctx.process, m_ctx.sendData}, this);
+    QString userID;
+    int authority = 0;
     if (edit) {
         // The role as its index: the row shows its word.
         const QString word = m_filter.index(ui.grid->currentIndex().row(), 1).data().toString();
-        int authority = 0;
         while (authority < 4 && ResString(1268 + authority) != word)
             ++authority;
         // A role no version knows opens on the least one: OK must never grant more by itself.
         if (authority == 4)
             authority = 0;
-        editor.logic().EditAdmin(focusedKey(), authority);
+        userID = focusedKey();
     }
-    editor.showFields();
-    if (editor.exec() == QDialog::Accepted && editor.logic().RefreshList())
+    if (m_ctx.frontend.EditRoleForm(userID, authority))
         LoadData();
 }
 

@@ -1,9 +1,7 @@
 #include "console/frmList.h"
 
-#include "console/CodeCellDelegate.h"
 #include "console/ConsoleFrame.h"
 #include "console/CsvExport.h"
-#include "console/LevelCellDelegate.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
@@ -11,7 +9,9 @@
 #include "core/UserStore.h"
 #include "store/DBFunctions.h"
 #include "ui/AccessibleTexts.h"
+#include "ui/CodeCellDelegate.h"
 #include "ui/ContextMenuKey.h"
+#include "ui/LevelCellDelegate.h"
 
 #include <QAction>
 #include <QFile>
@@ -612,8 +612,8 @@ void frmList::run(int item)
             m_templates->CreateFromTemplate(focused);
             break;
         case TemplateList::mnuEdit:
-            m_ctx.editMessage(GetMessage(m_templates->store(), m_templates->table(), focused),
-                              m_templates->EditAction());
+            m_ctx.frontend.EditMessageForm(GetMessage(m_templates->store(), m_templates->table(), focused),
+                                           m_templates->EditAction());
             break;
         case TemplateList::mnuDuplicate:
             m_templates->Duplicate(focused);
@@ -642,7 +642,7 @@ void frmList::run(int item)
         break;
     case MessageList::mnuEdit:
         // A package goes to the package composer by its level.
-        m_ctx.editMessage(GetMessage(list.store(), list.table(), focused), 1);
+        m_ctx.frontend.EditMessageForm(GetMessage(list.store(), list.table(), focused), 1);
         break;
     case MessageList::mnuCancel:
         if (list.Cancel(focused))

@@ -2,11 +2,11 @@
 
 #include "console/ConsoleContext.h"
 #include "console/GridLayout.h"
-#include "console/GridState.h"
 #include "console/GroupedRecords.h"
 #include "console/MessageList.h"
 #include "console/RecordModel.h"
 #include "console/TemplateList.h"
+#include "ui/GridState.h"
 #include "ui_frmList.h"
 
 #include <QWidget>

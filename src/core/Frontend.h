@@ -94,6 +94,16 @@ public:
 
     // The console, opened from the menu; the open one comes to the front.
     virtual void ShowConsole() = 0;
+    // What the console's lists and directories open of the other forms. A stored record in the
+    // composer in the given mode (a package goes to the package composer by its level).
+    virtual void EditMessageForm(const DVMessage &msg, int action) = 0;
+    // The group editor in its action's mode on the group as the directory shows it; true when OK
+    // changed the group.
+    virtual bool EditGroupForm(int action, const QString &name, const QString &description,
+                               const QString &members) = 0;
+    // The role editor, on a user's role (its authority's index) or, without a user, on a new one; true
+    // when the directory must be read again.
+    virtual bool EditRoleForm(const QString &userID, int authority) = 0;
 
     // The banner's queue: a due message joins it, a withdrawn one leaves it.
     virtual void AddMessageToDisplay(const DVMessage &msg) = 0;

@@ -31,6 +31,11 @@ void RecordingFrontend::ShowServerConfig(const ServerConfig &config)
     events.append(QStringLiteral("server config ") + config.ToString());
 }
 
+void RecordingFrontend::EditMessageForm(const DVMessage &msg, int action)
+{
+    events.append(QStringLiteral("edit %1 %2").arg(msg.MsgID).arg(action));
+}
+
 void RecordingFrontend::AddMessageToDisplay(const DVMessage &msg)
 {
     // The same id again goes to the end of the queue.

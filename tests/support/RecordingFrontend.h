@@ -3,6 +3,7 @@
 #include "core/ClientMenu.h"
 #include "core/Frontend.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QQueue>
 #include <QStringList>
@@ -103,6 +104,20 @@ public:
         events.append(QStringLiteral("package copy %1 %2 %3").arg(oldID, newID).arg(copy));
     }
     void ShowConsole() override { events.append(QStringLiteral("console")); }
+    void EditMessageForm(const DVMessage &msg, int action) override;
+    bool EditGroupForm(int action, const QString &name, const QString &description,
+                       const QString &members) override
+    {
+        events.append(QStringLiteral("group %1 %2 %3 %4").arg(action).arg(name, description, members));
+        standAsModal();
+        return formAccepted;
+    }
+    bool EditRoleForm(const QString &userID, int authority) override
+    {
+        events.append(QStringLiteral("role %1 %2").arg(userID).arg(authority));
+        standAsModal();
+        return formAccepted;
+    }
     void OpenReplyForm(const QString &newID, bool toAll) override
     {
         events.append(QStringLiteral("reply %1 %2").arg(newID).arg(toAll));
@@ -139,12 +154,16 @@ public:
     QStringList popups;
     bool popupShown = false;
     QStringList events;
+    // What the group and role editors answer, as if OK (true) or Cancel was pressed.
+    bool formAccepted = false;
     // The IDs of stored rows the open list was told to read anew.
     QStringList changed;
     ClientMenu lastMenu;
     int trayImage = -1;
 
 private:
+    // A modal editor runs its own loop while it stands: what was posted meanwhile runs inside it.
+    static void standAsModal() { QCoreApplication::processEvents(); }
     QString nextText(const QString &kind, const QString &prompt, const QString &caption, int icon,
                      int buttons);
 

@@ -1,4 +1,4 @@
-#include "console/frmConfigServer.h"
+#include "editors/frmConfigServer.h"
 
 #include "core/PropertyRows.h"
 #include "core/StringTable.h"

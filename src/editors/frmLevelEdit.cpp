@@ -1,17 +1,17 @@
-#include "banner/frmLevelEdit.h"
+#include "editors/frmLevelEdit.h"
 
-#include "authoring/HintPane.h"
-#include "authoring/LevelDelegate.h"
-#include "banner/LevelSample.h"
-#include "banner/SoundCodes.h"
-#include "banner/SoundPlayer.h"
-#include "banner/SystemColor.h"
 #include "core/Log.h"
 #include "core/StringTable.h"
 #include "netsvc/NetworkPaths.h"
 #include "ui/AccessibleTexts.h"
+#include "ui/HintPane.h"
+#include "ui/LevelDelegate.h"
+#include "ui/LevelSample.h"
 #include "ui/Mnemonics.h"
 #include "ui/ScreenFit.h"
+#include "ui/SoundCodes.h"
+#include "ui/SoundPlayer.h"
+#include "ui/SystemColor.h"
 
 #include <QCloseEvent>
 #include <QColorDialog>

@@ -1,7 +1,7 @@
-#include "console/LevelCellDelegate.h"
+#include "ui/LevelCellDelegate.h"
 
-#include "banner/LevelSample.h"
 #include "store/LevelCollection.h"
+#include "ui/LevelSample.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "console/AdminsEditForm.h"
+#include "authoring/AdminsEditForm.h"
 #include "ui_frmAdminsEdit.h"
 
 #include <QDialog>

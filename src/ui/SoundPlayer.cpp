@@ -1,8 +1,8 @@
-#include "banner/SoundPlayer.h"
+#include "ui/SoundPlayer.h"
 
-#include "banner/SoundCodes.h"
 #include "core/AppPaths.h"
 #include "core/Log.h"
+#include "ui/SoundCodes.h"
 
 #include <QAudioDevice>
 #include <QAudioOutput>

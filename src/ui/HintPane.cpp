@@ -1,15 +1,8 @@
-#include "authoring/HintPane.h"
-
-#include "authoring/FormHints.h"
+#include "ui/HintPane.h"
 
 #include <QEvent>
 #include <QTextBrowser>
 #include <QWidget>
-
-HintPane::HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls)
-    : HintPane(pane, form, controls, &FormHints::Hint)
-{
-}
 
 HintPane::HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls,
                    std::function<QString(const QString &controlName)> hintOf)

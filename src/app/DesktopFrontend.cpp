@@ -1,22 +1,22 @@
-#include "ui/DesktopFrontend.h"
+#include "app/DesktopFrontend.h"
 
 #include "authoring/AuthoringTexts.h"
 #include "authoring/MessageForm.h"
+#include "authoring/frmAdminsEdit.h"
 #include "authoring/frmGroupEdit.h"
 #include "authoring/frmMessage.h"
 #include "authoring/frmReply.h"
 #include "banner/frmBanner.h"
-#include "banner/frmClientConfig.h"
-#include "banner/frmLevelEdit.h"
 #include "console/frmAdmin.h"
-#include "console/frmAdminsEdit.h"
-#include "console/frmConfigServer.h"
 #include "console/frmList.h"
-#include "console/frmPolicies.h"
 #include "core/Globals.h"
 #include "core/Log.h"
 #include "core/Options.h"
 #include "core/StringTable.h"
+#include "editors/frmClientConfig.h"
+#include "editors/frmConfigServer.h"
+#include "editors/frmLevelEdit.h"
+#include "editors/frmPolicies.h"
 #include "store/DBFunctions.h"
 #include "store/DVMessage.h"
 #include "store/Database.h"
@@ -71,6 +71,36 @@ void DesktopFrontend::ShowConsole()
     m_console->show();
     m_console->raise();
     m_console->activateWindow();
+}
+
+bool DesktopFrontend::EditGroupForm(int action, const QString &name, const QString &description,
+                                    const QString &members)
+{
+    if (!m_consoleContext)
+        return false;
+    const ConsoleContext &c = *m_consoleContext;
+    frmGroupEdit editor(
+        {c.clientDB, c.tempDB, c.clock, c.user, c.policies, c.session, c.process, c.frontend, c.sendData},
+        GroupEditForm::Action(action), m_console);
+    // The odd actions edit a group in place; the even ones make a new one, from a copy when given one.
+    if (action % 2 == 1)
+        editor.logic().EditGroup(name, description, members);
+    else
+        editor.logic().DuplicateGroup(description, members);
+    editor.showFields();
+    return editor.exec() == QDialog::Accepted;
+}
+
+bool DesktopFrontend::EditRoleForm(const QString &userID, int authority)
+{
+    if (!m_consoleContext)
+        return false;
+    const ConsoleContext &c = *m_consoleContext;
+    frmAdminsEdit editor({c.tempDB, c.session, c.process, c.sendData}, m_console);
+    if (!userID.isEmpty())
+        editor.logic().EditAdmin(userID, authority);
+    editor.showFields();
+    return editor.exec() == QDialog::Accepted && editor.logic().RefreshList();
 }
 
 void DesktopFrontend::setAuthoring(std::optional<AuthoringContext> context)
@@ -182,7 +212,7 @@ void DesktopFrontend::DuplicateMessageForm(int action, bool temporaryStore, cons
     }
 }
 
-void DesktopFrontend::EditMessage(const DVMessage &msg, int action)
+void DesktopFrontend::EditMessageForm(const DVMessage &msg, int action)
 {
     if (msg.MsgID.isEmpty())
         return;

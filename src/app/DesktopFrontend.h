@@ -56,6 +56,10 @@ public:
                               const QString &newID) override;
     void OpenReplyForm(const QString &newID, bool toAll) override;
     void ShowConsole() override;
+    void EditMessageForm(const DVMessage &msg, int action) override;
+    bool EditGroupForm(int action, const QString &name, const QString &description,
+                       const QString &members) override;
+    bool EditRoleForm(const QString &userID, int authority) override;
     void AddMessageToDisplay(const DVMessage &msg) override;
     void DeleteMessageFromDisplay(const QString &msgID) override;
     bool IsOnDisplay(const QString &msgID) const override;
@@ -82,8 +86,6 @@ public:
     };
     void setEngineCalls(EngineCalls calls) { m_engineCalls = std::move(calls); }
     frmAdmin *console() const;
-    // The composer on a stored record, from a list's Edit.
-    void EditMessage(const DVMessage &msg, int action);
     frmMessage *messageForm() const;
     frmReply *replyForm() const;
     frmLevelEdit *levelEditor() const;

@@ -1,4 +1,4 @@
-#include "console/GridState.h"
+#include "ui/GridState.h"
 
 namespace {
 

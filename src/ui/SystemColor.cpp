@@ -1,4 +1,4 @@
-#include "banner/SystemColor.h"
+#include "ui/SystemColor.h"
 
 #include <QGuiApplication>
 #include <QPalette>

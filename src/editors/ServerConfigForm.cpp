@@ -1,4 +1,4 @@
-#include "console/ServerConfigForm.h"
+#include "editors/ServerConfigForm.h"
 
 #include "core/Frontend.h"
 #include "core/Globals.h"

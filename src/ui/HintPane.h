@@ -14,8 +14,7 @@ class QWidget;
 class HintPane final : public QObject
 {
 public:
-    HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls);
-    // A form whose hints are its own: hintOf gives a control's rich text by its name.
+    // hintOf gives a control's rich text by its name.
     HintPane(QTextBrowser *pane, QWidget *form, const QList<QWidget *> &controls,
              std::function<QString(const QString &controlName)> hintOf);
     // Shows the kept hint again, in the language now in force.

@@ -1,8 +1,8 @@
-#include "console/frmPolicies.h"
+#include "editors/frmPolicies.h"
 
-#include "authoring/HintPane.h"
 #include "core/StringTable.h"
 #include "ui/AccessibleTexts.h"
+#include "ui/HintPane.h"
 #include "ui/Mnemonics.h"
 #include "ui/ScreenFit.h"
 

@@ -1,4 +1,4 @@
-#include "console/PoliciesForm.h"
+#include "editors/PoliciesForm.h"
 
 #include "core/Frontend.h"
 #include "core/Globals.h"

@@ -1,4 +1,4 @@
-#include "banner/ClientConfigForm.h"
+#include "editors/ClientConfigForm.h"
 
 #include "core/Languages.h"
 #include "core/Log.h"

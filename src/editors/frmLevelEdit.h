@@ -1,6 +1,6 @@
 #pragma once
 
-#include "banner/LevelEditForm.h"
+#include "editors/LevelEditForm.h"
 #include "ui_frmLevelEdit.h"
 
 #include <QWidget>

@@ -1,4 +1,4 @@
-#include "console/CodeNames.h"
+#include "ui/CodeNames.h"
 
 #include "core/StringTable.h"
 

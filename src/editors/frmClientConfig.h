@@ -1,6 +1,6 @@
 #pragma once
 
-#include "banner/ClientConfigForm.h"
+#include "editors/ClientConfigForm.h"
 #include "ui_frmClientConfig.h"
 
 #include <QDialog>

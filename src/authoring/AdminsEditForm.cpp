@@ -1,4 +1,4 @@
-#include "console/AdminsEditForm.h"
+#include "authoring/AdminsEditForm.h"
 
 #include "core/Globals.h"
 #include "core/Log.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "console/ServerConfigForm.h"
+#include "editors/ServerConfigForm.h"
 #include "ui_frmConfigServer.h"
 
 #include <QDialog>

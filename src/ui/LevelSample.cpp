@@ -1,6 +1,6 @@
-#include "banner/LevelSample.h"
+#include "ui/LevelSample.h"
 
-#include "banner/SystemColor.h"
+#include "ui/SystemColor.h"
 
 #include <QPainter>
 #include <QRect>

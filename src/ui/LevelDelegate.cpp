@@ -1,6 +1,6 @@
-#include "authoring/LevelDelegate.h"
+#include "ui/LevelDelegate.h"
 
-#include "banner/LevelSample.h"
+#include "ui/LevelSample.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
-#include "console/CodeCellDelegate.h"
+#include "ui/CodeCellDelegate.h"
 
-#include "console/CodeNames.h"
+#include "ui/CodeNames.h"
 
 #include <QApplication>
 #include <QStyle>

@@ -1,4 +1,4 @@
-#include "banner/frmClientConfig.h"
+#include "editors/frmClientConfig.h"
 
 #include "core/PropertyRows.h"
 #include "core/StringTable.h"

@@ -1,4 +1,4 @@
-#include "console/frmAdminsEdit.h"
+#include "authoring/frmAdminsEdit.h"
 
 #include "authoring/FormHints.h"
 #include "authoring/MessageForm.h"

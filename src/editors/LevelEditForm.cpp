@@ -1,6 +1,5 @@
-#include "banner/LevelEditForm.h"
+#include "editors/LevelEditForm.h"
 
-#include "banner/SoundCodes.h"
 #include "core/Frontend.h"
 #include "core/Globals.h"
 #include "core/Log.h"
@@ -9,6 +8,7 @@
 #include "link/Commands.h"
 #include "link/OutgoingText.h"
 #include "store/Database.h"
+#include "ui/SoundCodes.h"
 
 #include <QFileInfo>
 #include <QSqlQuery>

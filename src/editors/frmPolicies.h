@@ -1,6 +1,6 @@
 #pragma once
 
-#include "console/PoliciesForm.h"
+#include "editors/PoliciesForm.h"
 #include "ui_frmPolicies.h"
 
 #include <QDialog>
