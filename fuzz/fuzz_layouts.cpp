@@ -1,6 +1,6 @@
 // Any bytes as a console list's layout file: refused whole, or read, written
 // and read back to the same columns.
-#include "console/GridState.h"
+#include "ui/GridState.h"
 
 #include <cstdint>
 
