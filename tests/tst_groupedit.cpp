@@ -37,10 +37,7 @@ struct Fixture : AuthoringFixture
                                        const QString &description = {}, const QString &members = {})
     {
         auto editor = std::make_unique<frmGroupEdit>(groupContext, action);
-        if (action == GroupEditForm::EditPersonal || action == GroupEditForm::EditShared)
-            editor->logic().EditGroup(name, description, members);
-        else
-            editor->logic().DuplicateGroup(description, members);
+        editor->logic().OpenOn(name, description, members);
         editor->logic().fields.txtGroupName = name;
         editor->showFields();
         editor->show();
@@ -215,6 +212,11 @@ private Q_SLOTS:
 
         // A copy of a shared group asks for a new name, and keeps what it copied.
         f.process.CurrentList = 11;
+        GroupEditForm fromDirectory(f.groupContext);
+        fromDirectory.setAction(GroupEditForm::NewShared);
+        fromDirectory.OpenOn(u"ops"_s, u"Ops desk"_s, u"ann,PC7"_s);
+        QCOMPARE((QStringList{fromDirectory.fields.txtGroupName, fromDirectory.fields.txtDescription}),
+                 (QStringList{QString(), u"Ops desk"_s}));
         auto copy = f.open(GroupEditForm::NewShared, QString(), u"Ops desk"_s, u"ann,PC7"_s);
         QVERIFY(copy->ui.txtGroupName->isEnabled() && !copy->ui.OKButton->isEnabled());
         QTest::keyClicks(copy->ui.txtGroupName, u"\"night\""_s);

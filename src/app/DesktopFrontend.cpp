@@ -82,11 +82,7 @@ bool DesktopFrontend::EditGroupForm(int action, const QString &name, const QStri
     frmGroupEdit editor(
         {c.clientDB, c.tempDB, c.clock, c.user, c.policies, c.session, c.process, c.frontend, c.sendData},
         GroupEditForm::Action(action), m_console);
-    // The odd actions edit a group in place; the even ones make a new one, from a copy when given one.
-    if (action % 2 == 1)
-        editor.logic().EditGroup(name, description, members);
-    else
-        editor.logic().DuplicateGroup(description, members);
+    editor.logic().OpenOn(name, description, members);
     editor.showFields();
     return editor.exec() == QDialog::Accepted;
 }

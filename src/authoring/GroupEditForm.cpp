@@ -51,6 +51,14 @@ void GroupEditForm::DuplicateGroup(const QString &description, const QString &me
     fields = {QString(), description, members, true};
 }
 
+void GroupEditForm::OpenOn(const QString &name, const QString &description, const QString &members)
+{
+    if (m_action == EditPersonal || m_action == EditShared)
+        EditGroup(name, description, members);
+    else
+        DuplicateGroup(description, members);
+}
+
 bool GroupEditForm::OKEnabled() const
 {
     return !fields.txtGroupName.isEmpty() && !fields.txtTarget.isEmpty();

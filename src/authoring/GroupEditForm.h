@@ -61,6 +61,8 @@ public:
 
     void EditGroup(const QString &name, const QString &description, const QString &members);
     void DuplicateGroup(const QString &description, const QString &members);
+    // As a directory opens the editor on a group: an edit on that group, a new one on its copy.
+    void OpenOn(const QString &name, const QString &description, const QString &members);
     bool OKEnabled() const;
 
     // A members button: the selection at once when its directory is here, else
