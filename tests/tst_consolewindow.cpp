@@ -187,6 +187,15 @@ private Q_SLOTS:
         action(mine->menu(), u"New"_s)->trigger();
         mine->menu()->close();
         QCOMPARE(f.sent.value(f.sent.size() - 1), u"PTI"_s);
+        // Edit opens the composer on the chosen row, asked of the interface to the person.
+        store(u"Outbox"_s, u"D"_s, u"Draft"_s);
+        open(*console, 2);
+        frmList *outbox = console->currentList();
+        outbox->ui.grid->selectRow(outbox->model().Locate(u"D"_s));
+        Q_EMIT outbox->ui.grid->customContextMenuRequested(QPoint(5, 5));
+        action(outbox->menu(), u"Edit"_s)->trigger();
+        outbox->menu()->close();
+        QCOMPARE(f.frontend.events.value(f.frontend.events.size() - 1), u"edit D 1"_s);
     }
 
     // Grouped by Status from its header's menu, the headings name the words shown, their captions stand
