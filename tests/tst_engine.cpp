@@ -84,7 +84,14 @@ private Q_SLOTS:
         gPolicies().CanModifyDisplayOptions = true;
 
         engine.connection()->ConnectedToServer = true;
-        engine.SetMenu();
+        // The console is offered, once connected, to those the policies let administer.
+        QList<bool> console;
+        for (bool may : {false, true}) {
+            gPolicies().CanAdminister = may;
+            engine.SetMenu();
+            console << entry(ClientMenu::mnuAdministration).enabled;
+        }
+        QCOMPARE(console, (QList<bool>{false, true}));
         QVERIFY(entry(ClientMenu::mnuSend).enabled);
         QVERIFY(entry(ClientMenu::mnuConfiguration).visible);
         QVERIFY(!entry(ClientMenu::mnuConfiguration).enabled);

@@ -1,8 +1,10 @@
 #include "core/OptionKeys.h"
 #include "core/Options.h"
+#include "core/OsInfo.h"
 #include "core/UserStore.h"
 #include "support/TempProfile.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
@@ -103,6 +105,9 @@ private Q_SLOTS:
         Options options = profile.read({}, central);
         options.SaveConnectionSettings();
         options.Trace = true;
+        // What a site sets for its server and its orders is never the user's to save.
+        options.DateTimeFormat = u"yyyy-MM-dd"_s;
+        options.UdpOrdersFrom = u"server"_s;
         options.SaveOptions();
         options.SaveUpdLocation(QString());
         const Options moved = profile.read({}, "[Options]\nHost=new.example\nClientPort=4100\n");
@@ -227,6 +232,22 @@ private Q_SLOTS:
             QVERIFY(store.write(u"Options"_s, key, value));
             QCOMPARE(store.read(u"Options"_s, key, u"d"_s), back);
         }
+    }
+
+    // The system's name is os-release's PRETTY_NAME, its quotes and escapes gone; nothing without one.
+    void osName()
+    {
+        TempProfile profile;
+        QStringList names;
+        for (const QByteArray &text :
+             {"NAME=\"Debian GNU/Linux\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n"_ba,
+              "PRETTY_NAME='Ann\\'s build'\n"_ba, "NAME=Bare\n"_ba}) {
+            QFile file(profile.path() + u"/os-release"_s);
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size());
+            file.close();
+            names << DetectOsName(file.fileName());
+        }
+        QCOMPARE(names, (QStringList{u"Debian GNU/Linux 12 (bookworm)"_s, u"Ann's build"_s, QString()}));
     }
 };
 

@@ -2,6 +2,8 @@
 
 #include "core/StringTable.h"
 
+#include <algorithm>
+
 const QList<LanguageEntry> &Languages::all()
 {
     // Each name is the language's own, so that a reader lost in the other one still finds his.
@@ -12,10 +14,9 @@ const QList<LanguageEntry> &Languages::all()
 int Languages::indexOf(qint16 code)
 {
     const QList<LanguageEntry> &languages = all();
-    for (qsizetype i = 0; i < languages.size(); ++i)
-        if (languages[i].code == code)
-            return int(i);
-    return -1;
+    const auto found = std::find_if(languages.cbegin(), languages.cend(),
+                                    [code](const LanguageEntry &language) { return language.code == code; });
+    return found == languages.cend() ? -1 : int(found - languages.cbegin());
 }
 
 QStringList Languages::names()
