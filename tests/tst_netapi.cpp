@@ -4,6 +4,7 @@
 #include "netsvc/NetApi.h"
 #include "support/StoreFixture.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QTest>
 
@@ -17,6 +18,26 @@ namespace {
 // Ops is Primary's primary group, so /etc/group does not list him in it.
 const QString Ops = u"kvnt-ops"_s, Other = u"kvnt-other"_s, Primary = u"kvnt-primary"_s;
 const QString Member = u"kvnt-member"_s, NoLogin = u"kvnt-nologin"_s;
+// Written straight into /etc/group: a group listed twice, as two sources may both hold it, and one
+// whose members overflow the lookups' first buffer.
+const QByteArray Twice = "kvnt-twice", Big = "kvnt-big";
+const int BigMembers = 2000;
+
+// Rewrites /etc/group without the lines written above, then with the ones given.
+bool rewriteGroupFile(const QByteArray &added)
+{
+    QFile file(u"/etc/group"_s);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    QByteArray kept;
+    for (const QByteArray &line : file.readAll().split('\n'))
+        if (!line.isEmpty() && !line.startsWith(QByteArray(Twice + ':')) &&
+            !line.startsWith(QByteArray(Big + ':')))
+            kept += line + '\n';
+    file.close();
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(kept + added) == kept.size() + added.size();
+}
 
 bool listed(const QList<DirectoryEntry> &entries, const QString &name)
 {
@@ -43,6 +64,11 @@ private Q_SLOTS:
             const QStringList words = command.split(u' ');
             QVERIFY2(QProcess::execute(words[0], words.mid(1)) == 0, qPrintable(command));
         }
+        QByteArrayList members;
+        for (int n = 0; n < BigMembers; ++n)
+            members << "kvnt-m" + QByteArray::number(n);
+        QVERIFY(rewriteGroupFile(Twice + ":x:61990:\n" + Twice + ":x:61990:\n" + Big +
+                                 ":x:61991:" + members.join(',') + '\n'));
     }
 
     void cleanupTestCase()
@@ -53,6 +79,7 @@ private Q_SLOTS:
             QProcess::execute(u"userdel"_s, {user});
         for (const QString &group : {Ops, Other})
             QProcess::execute(u"groupdel"_s, {group});
+        rewriteGroupFile({});
     }
 
     void groupsAndDirectory()
@@ -73,7 +100,12 @@ private Q_SLOTS:
         QVERIFY(listed(users, Primary));
         for (const QString &account : {u"root"_s, u"daemon"_s, u"nobody"_s, NoLogin})
             QVERIFY2(!listed(users, account), qPrintable(account));
-        QVERIFY(listed(EnumGroups(), Ops));
+        const QList<DirectoryEntry> groups = EnumGroups();
+        QVERIFY(listed(groups, Ops));
+        QCOMPARE(std::count_if(groups.cbegin(), groups.cend(),
+                               [](const DirectoryEntry &e) { return e.Name == QLatin1String(Twice); }),
+                 1);
+        QCOMPARE(EnumUsersFromGroup(QLatin1String(Big)).size(), BigMembers);
     }
 };
 
