@@ -1,10 +1,14 @@
 // The engine's start, menu and closing, with a recording frontend.
+#include "core/Clock.h"
 #include "core/Globals.h"
 #include "core/Options.h"
 #include "delivery/Scheduler.h"
 #include "engine/KorvanClient.h"
+#include "link/CommandDispatcher.h"
 #include "link/ConnectionManager.h"
 #include "link/Policies.h"
+#include "store/DVMessage.h"
+#include "store/MessageCodes.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
@@ -53,6 +57,26 @@ private Q_SLOTS:
         QCOMPARE(peer->readAll(), QByteArray());
         QVERIFY(logText().endsWith(u" -- Ending application: Windows session is ending.\n"_s));
         QCOMPARE(frontend.events.last(), u"tray removed"_s);
+    }
+
+    // The server's message frames reach the intake as what they are: a logon batch shows a message
+    // delivered at logon, a live one does not.
+    void messageFramesReachTheIntake()
+    {
+        TempProfile profile;
+        RecordingFrontend frontend;
+        gProcess().AppDataPath = profile.dataHome();
+        KorvanClient engine;
+        QVERIFY(engine.Load());
+        for (const QString &code : {u"MSG"_s, u"MSL"_s}) {
+            DVMessage msg;
+            std::tie(msg.MsgID, msg.Message, msg.UserID, msg.Status, msg.MsgDelivery) =
+                std::tuple(code, u"At logon"_s, u"author"_s, StatusActive, DeliveryLogon);
+            msg.CreationDate = msg.StartDate = Clock::now().addSecs(-60);
+            msg.ExpirationDate = msg.StartDate.addDays(1);
+            engine.dispatcher()->HandlePayload(code + u'\x01' + msg.ToString());
+        }
+        QCOMPARE(frontend.displayed, QStringList{u"MSL"_s});
     }
 
     void menuAndExit()

@@ -5,6 +5,7 @@
 #include "engine/KorvanClient.h"
 #include "engine/ProcessGlobals.h"
 #include "engine/ProgramStart.h"
+#include "link/Policies.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
 #include "support/StoreFixture.h"
@@ -77,7 +78,10 @@ private Q_SLOTS:
             frontend.answerText(answer);
         // Asked until given; the next start keeps it without asking.
         for (int start = 0; start < 2; ++start) {
+            // A start begins from the defaults, the policies' too.
+            gPolicies().CanExitClient = !Policies().CanExitClient;
             ResetProcessGlobals();
+            QCOMPARE(gPolicies().CanExitClient, Policies().CanExitClient);
             ProgramStart::FindUserName();
             QCOMPARE(frontend.questions.size(), 3);
             QCOMPARE(gUserInfos().UserName, u"Zoë O'Brien"_s);
