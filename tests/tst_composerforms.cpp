@@ -313,6 +313,16 @@ private Q_SLOTS:
                                  image != blank ? Qt::black : Qt::white};
         };
         QCOMPARE(painted(0, 0, false).value(0), QColor(Qt::red));
+        // The list's painter comes back as it was lent, whatever the level drew with.
+        QImage canvas(60, 20, QImage::Format_RGB32);
+        QPainter lent(&canvas);
+        const std::pair before{lent.pen(), lent.font()};
+        QStyleOptionViewItem chosen;
+        chosen.rect = canvas.rect();
+        chosen.state = QStyle::State_Selected;
+        chosen.font.setPointSize(30);
+        delegate.paint(&lent, chosen, model.index(0, 0));
+        QVERIFY(std::pair(lent.pen(), lent.font()) == before);
         QCOMPARE(painted(0, 0, true), (QList<QColor>{Qt::red, Qt::blue, Qt::black}));
         // Drawn plainly: the text, not the level's back.
         for (const auto &[row, column] : {std::pair{0, 1}, {1, 0}}) {

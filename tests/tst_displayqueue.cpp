@@ -177,6 +177,10 @@ private Q_SLOTS:
         const QString shown = u"Hello Jane Doe on ws-7,  %date% stays as is"_s;
         QCOMPARE((QVariantList{f.action(u"S"_s), f.shownText(), f.view.sounds.last()}),
                  (QVariantList{qint32(ActionQueued), shown, u"beep"_s}));
+        // Every variable is filled in, none left as typed.
+        const QString every =
+            u"%DAYOFWEEK% %DATE% %TIME% %LONGDATE% %LONGTIME% %USERID% %USERNAME% %MACHINEID%"_s;
+        QVERIFY2(!BannerText::Expand(every).contains(u'%'), qPrintable(BannerText::Expand(every)));
         const QLocale locale = QLocale::system();
         QCOMPARE(BannerText::Expand(u"%LONGDATE% %LONGTIME%"_s),
                  locale.toString(f.clock.currentDateTime().date(), QLocale::LongFormat) + u' ' +
