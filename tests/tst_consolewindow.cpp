@@ -17,10 +17,12 @@
 #include <QAction>
 #include <QComboBox>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMenu>
 #include <QPainter>
 #include <QPushButton>
 #include <QStandardItemModel>
+#include <QTableView>
 #include <QTest>
 #include <QTimer>
 
@@ -549,6 +551,41 @@ private Q_SLOTS:
                                                          u"Administrator"_s, shown, sent}));
         }
         QCOMPARE(roles(), (QStringList{u"Postmaster"_s, u"User"_s}));
+    }
+
+    // The group editor is authoring's too: through the wiring, Edit opens it on the chosen group, OK
+    // sends the change and the list shows it; Cancel sends nothing. Without a console, nothing opens.
+    void groupEditorThroughTheWiring()
+    {
+        QVERIFY(!DesktopFrontend().EditGroupForm(3, u"ops"_s, {}, {}));
+        Fixture f;
+        QVERIFY(TempDB().exec(
+                    u"INSERT INTO KorvaneGroups (GroupName, Description) VALUES ('ops', 'Operations')"_s) &&
+                TempDB().exec(u"INSERT INTO KorvaneGroupUsers (GroupName, UserID) VALUES ('ops', 'bob'), "
+                              "('ops', 'ann')"_s));
+        f.session.GroupsKorvanLoaded = true;
+        DesktopFrontend desktop;
+        desktop.setConsole(f.contextFor(desktop));
+        const auto wired = ownConsole(f.contextFor(desktop), 11);
+        QTableView *grid = directory(*wired)->ui.grid;
+        for (const auto &[button, described] :
+             {std::pair{u"CancelButton"_s, u"Operations"_s}, {u"OKButton"_s, u"Ops team"_s}}) {
+            grid->setCurrentIndex(grid->model()->index(0, 0));
+            QStringList seen;
+            QTimer::singleShot(0, qApp, [&] {
+                QWidget *editor = QApplication::activeModalWidget();
+                for (const QString &field : {u"txtGroupName"_s, u"txtDescription"_s, u"txtTarget"_s})
+                    seen << editor->findChild<QLineEdit *>(field)->text();
+                editor->findChild<QLineEdit *>(u"txtDescription"_s)->setText(u"Ops team"_s);
+                editor->findChild<QPushButton *>(button)->click();
+            });
+            const qsizetype before = f.sent.size();
+            action(directory(*wired)->menu(), u"Edit"_s)->trigger();
+            QCOMPARE(seen, (QStringList{u"ops"_s, u"Operations"_s, u"bob,ann"_s}));
+            QCOMPARE(f.sent.size() - before, qsizetype(button == u"OKButton"_s));
+            QCOMPARE(grid->model()->index(0, 1).data().toString(), described);
+        }
+        QVERIFY(f.sent.last().startsWith(u"KVG\u0001ops\u0002Ops team\u0002"_s));
     }
 
     // A level's cell is drawn in the level's colours, framed in the highlight when chosen; a level

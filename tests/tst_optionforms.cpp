@@ -114,6 +114,13 @@ private Q_SLOTS:
         QCOMPARE(std::tuple(f.options.RefreshRate, f.told, QFile::exists(f.options.iniPath())),
                  std::tuple(100, 0, false));
 
+        // The list shows the language in use; one this version does not offer shows no choice.
+        for (const auto &[code, shown] : {std::pair{qint16(1), 1}, {qint16(7), -1}}) {
+            f.options.Language = code;
+            QCOMPARE(frmClientConfig(f.client).ui.propConfig->value(u"Language"_s), QVariant(shown));
+        }
+        f.options.Language = 0;
+
         std::tie(f.options.HorizontalPosition, f.options.VerticalPosition) = std::tuple{2, 1};
         frmClientConfig form(f.client);
         PropertyInspector &rows = *form.ui.propConfig;
