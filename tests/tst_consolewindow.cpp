@@ -310,6 +310,29 @@ private Q_SLOTS:
         for (const QModelIndex &row : tree->selectionModel()->selectedRows(subject))
             chosen << row.data().toString();
         QCOMPARE(chosen, (QStringList{u"Dinner"_s, u"Dinner"_s}));
+
+        // Grouped by the first column, the header's menu still offers to clear the grouping, and the
+        // flat list comes back.
+        const auto fromHeaderMenu = [outbox](int column, const QString &text) {
+            bool found = false;
+            QTimer::singleShot(0, qApp, [&] {
+                if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
+                    if (QAction *item = action(menu, text); (found = item))
+                        item->trigger();
+                    menu->close();
+                }
+            });
+            QHeaderView *shown = outbox->ui.groupGrid->isVisible()
+                                     ? outbox->ui.groupGrid->header()
+                                     : static_cast<QHeaderView *>(outbox->ui.grid->horizontalHeader());
+            Q_EMIT shown->customContextMenuRequested(
+                QPoint(shown->sectionViewportPosition(column) + 2, shown->height() / 2));
+            return found;
+        };
+        QVERIFY(fromHeaderMenu(status, u"Clear Group Columns"_s) && outbox->ui.grid->isVisible());
+        const QString first = outbox->model().headerData(0, Qt::Horizontal).toString();
+        QVERIFY(fromHeaderMenu(0, u"Group by "_s + first) && tree->isVisible());
+        QVERIFY(fromHeaderMenu(0, u"Clear Group Columns"_s) && outbox->ui.grid->isVisible());
     }
 
     // The open list follows the server through the engine, without being reopened: the author's own

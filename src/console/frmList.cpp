@@ -487,7 +487,7 @@ void frmList::showLayoutMenu(const QPoint &at)
                 menu.addAction(ResString(text).arg(name), this,
                                [this, column, order] { ui.grid->sortByColumn(column, order); });
     }
-    if (m_grouped.groupColumn() >= 0) {
+    if (state.resetVisible) {
         menu.addSeparator();
         menu.addAction(ResString(1251), this, [this] { setGrouping(-1); });
     }
