@@ -226,7 +226,9 @@ private Q_SLOTS:
         QCOMPARE((QList<QVariant>{window.ui.cboLevel->count(), window.ui.cboLevel->itemText(0)}),
                  (QList<QVariant>{1, u"Wave"_s}));
 
-        // Sound code, then whether the file, looping and play may be used.
+        // Sound code, then whether the file, looping and play may be used; a sound playing when another
+        // code is chosen leaves no Stop behind.
+        QVERIFY(form.PlayFile(QCoreApplication::applicationFilePath()) && form.cmdStopEnabled);
         for (const auto &[code, file, looping, play] : {std::tuple{1, false, false, true},
                                                         {3, false, true, true},
                                                         {11, false, true, true},
@@ -234,8 +236,9 @@ private Q_SLOTS:
                                                         {0, false, false, true}}) {
             form.cboSoundType = code;
             form.cboSoundType_Click();
-            QCOMPARE(std::tuple(code, form.txtSoundFileEnabled, form.chkLoopingEnabled, form.cmdPLayEnabled),
-                     std::tuple(code, file, looping, play));
+            QCOMPARE(std::tuple(code, form.txtSoundFileEnabled, form.chkLoopingEnabled, form.cmdPLayEnabled,
+                                form.cmdStopEnabled),
+                     std::tuple(code, file, looping, play, false));
         }
 
         // A buffer that can't be written is logged, and the editor stays usable.
