@@ -375,6 +375,11 @@ private Q_SLOTS:
         open(*console, 1);
         intake.MessageReceived(other.ToString(), false);
         QCOMPARE(row(u"M2"_s), u"Lunch/Active"_s);
+        // A row given for another list stays out of the one shown, whatever the process last noted.
+        std::tie(own.MsgID, own.InitID) = std::pair(u"M3"_s, u"M3"_s);
+        desktop.AddRecord(2, own);
+        desktop.DelRecord(2, u"M2"_s);
+        QCOMPARE(row(u"M3"_s) + row(u"M2"_s), u"Lunch/Active"_s);
         other.Subject = u"Dinner"_s;
         intake.MessageReceived(other.ToString(), false);
         QCOMPARE(row(u"M2"_s), u"Dinner/Active"_s);
