@@ -191,6 +191,10 @@ private Q_SLOTS:
         relay.send();
         QTRY_COMPARE(obeyed(), 4);
         QTRY_VERIFY(again.bytesAvailable() > 0);
+        // That one place only: the user's count went down by one, not back to none.
+        QLocalSocket fourth;
+        fourth.connectToServer(QString::fromLocal8Bit(path));
+        QTRY_COMPARE(fourth.state(), QLocalSocket::UnconnectedState);
         qunsetenv("LOGS_DIRECTORY");
     }
 
