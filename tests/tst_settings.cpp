@@ -1,6 +1,7 @@
 #include "core/OptionKeys.h"
 #include "core/Options.h"
 #include "core/OsInfo.h"
+#include "core/UserInfos.h"
 #include "core/UserStore.h"
 #include "support/TempProfile.h"
 
@@ -8,6 +9,8 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -248,6 +251,19 @@ private Q_SLOTS:
             names << DetectOsName(file.fileName());
         }
         QCOMPARE(names, (QStringList{u"Debian GNU/Linux 12 (bookworm)"_s, u"Ann's build"_s, QString()}));
+    }
+
+    // The user is the account's name; an account the system cannot name (its directory out of reach)
+    // is "unknown", not a crash.
+    void loginName()
+    {
+        if (geteuid() != 0)
+            QSKIP("needs root, to act as an account without a name");
+        QCOMPARE(UserInfos::LoginName(), u"root"_s);
+        QVERIFY(seteuid(54321) == 0);
+        const QString nameless = UserInfos::LoginName();
+        QVERIFY(seteuid(0) == 0);
+        QCOMPARE(nameless, u"unknown"_s);
     }
 };
 
