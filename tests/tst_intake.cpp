@@ -246,12 +246,15 @@ private Q_SLOTS:
         QVERIFY(MessageExist(TempDB(), u"Outbox"_s, u"X"_s));
         Fixture::signIn(UserInfos::RolePostmaster);
         f.sent.clear();
+        // The postmaster's open list of all packages shows the new one.
+        gProcess().CurrentList = 9;
         const QString package = tagged(record(u"P"_s), u"LVL"_s, u"sysKVPackage"_s);
         f.intake.PackageReceived(package, false);
-        QCOMPARE(
-            std::tuple(f.sent, stored(u"InPkg"_s), GetMessage(ClientDB(), u"InPkg"_s, u"P"_s).NextRunDate),
-            std::tuple(QStringList{u"CPK"_s + QChar(1) + u"P"_s + QChar(2) + MyMachine}, u"P"_s,
-                       FakeClock::at(2026, 11, 23, 9, 0)));
+        QCOMPARE(std::tuple(f.sent, stored(u"InPkg"_s),
+                            GetMessage(ClientDB(), u"InPkg"_s, u"P"_s).NextRunDate,
+                            f.frontend.events.filter(u"add 9"_s)),
+                 std::tuple(QStringList{u"CPK"_s + QChar(1) + u"P"_s + QChar(2) + MyMachine}, u"P"_s,
+                            FakeClock::at(2026, 11, 23, 9, 0), QStringList{u"add 9 P"_s}));
         f.intake.PackageReceived(tagged(package, u"STA"_s, u"3"_s), false);
         QCOMPARE(std::pair(stored(u"InPkg"_s), GetMessage(ClientDB(), u"OutPkg"_s, u"P"_s).Status),
                  std::pair(QString(), qint32(StatusDeleted)));
