@@ -1,4 +1,4 @@
-korvane_add_test(tst_settings SOURCES tst_settings.cpp)
+korvane_add_test(tst_settings SKIPS_SHOW SOURCES tst_settings.cpp)
 qt_add_executable(settings_crash_child settings_crash_child.cpp)
 target_link_libraries(settings_crash_child PRIVATE engine)
 target_compile_definitions(tst_settings PRIVATE KORVANE_SETTINGS_CHILD="$<TARGET_FILE:settings_crash_child>")
