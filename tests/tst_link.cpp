@@ -151,6 +151,24 @@ private Q_SLOTS:
                  (QStringList{u"policies  SEND;"_s, u"policies jdoe LINK;"_s,
                               u"server config PORT=1;UDPP=2;TRCE;"_s, u"display 0 G"_s, u"display 0 L"_s}));
         QVERIFY(gSession().UsersLoaded && gSession().MachinesLoaded);
+
+        // A command that carries data, sent without it, is one logged failure and is not obeyed.
+        const QStringList bare{u"MSG"_s, u"MSL"_s, u"PKG"_s, u"PKL"_s, u"ALM"_s, u"MSC"_s, u"PSC"_s, u"MDE"_s,
+                               u"PDE"_s, u"RCP"_s, u"ARC"_s, u"MID"_s, u"PID"_s, u"PTI"_s, u"STI"_s, u"MDU"_s,
+                               u"PDU"_s, u"MTP"_s, u"PTP"_s, u"STP"_s, u"RID"_s, u"RAL"_s, u"TMP"_s, u"RUS"_s,
+                               u"RMA"_s, u"RPI"_s, u"RPU"_s, u"UGR"_s, u"PGD"_s, u"RAD"_s, u"LVL"_s, u"CON"_s,
+                               u"AUT"_s, u"CUL"_s, u"POL"_s, u"GPL"_s, u"UPR"_s, u"SCR"_s, u"PCL"_s, u"IAD"_s,
+                               u"IPA"_s, u"IPO"_s, u"IUS"_s};
+        const QString outOfRange = u"DataArrival - Subscript out of range"_s;
+        const int failures = logText().count(outOfRange);
+        const auto heard = [&f] {
+            return std::tuple(f.server.received, f.frontend.questions.size(), f.frontend.events,
+                              f.connected());
+        };
+        const auto before = heard();
+        f.server.sendJoined(bare);
+        QTRY_COMPARE(logText().count(outOfRange) - failures, int(bare.size()));
+        QCOMPARE(heard(), before);
     }
 };
 

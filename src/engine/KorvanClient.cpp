@@ -286,20 +286,19 @@ void KorvanClient::MenuItemClicked(ClientMenu::Item item)
     }
 }
 
-bool KorvanClient::mnuExit_Click()
+void KorvanClient::mnuExit_Click()
 {
     TraceLog(Form + QStringLiteral("mnuExit_Click"));
     Frontend *frontend = Frontend::current();
     if (!frontend)
-        return false;
+        return;
     const int answer = frontend->MessageBoxShow(ResString(403) + QStringLiteral("\n\n") + ResString(433),
                                                 ResString(402), IconQuestion, ButtonsYesNo);
     if (answer != ResultYes)
-        return false;
+        return;
     QueryUnload(vbFormCode);
     Unload();
     Q_EMIT quitRequested();
-    return true;
 }
 
 QString KorvanClient::ConnectionStatusText() const

@@ -54,7 +54,7 @@ public:
     // A click on an item of the menu.
     void MenuItemClicked(ClientMenu::Item item);
     // Asks whether to quit; true when the person said Yes and the engine unloaded.
-    bool mnuExit_Click();
+    void mnuExit_Click();
     // The text of the status box, e.g. "Connection status: Connected".
     QString ConnectionStatusText() const;
 
