@@ -144,6 +144,24 @@ private Q_SLOTS:
         }
     }
 
+    // Shared templates come one by one or as a list; one the store refuses is logged by its ID.
+    void sharedTemplatesStoredOrLogged()
+    {
+        Fixture f;
+        const QString refused = u"Unable to save shared template #"_s;
+        f.replication.TemplatesReceived(record(u"T1"_s) + QChar(2) + record(u"T2"_s));
+        f.replication.TemplateReceived(record(u"T3"_s));
+        QCOMPARE(logText().count(refused), 0);
+        QCOMPARE(StoreFixture::column(TempDB(), u"SELECT MsgID FROM SharedTemplates ORDER BY 1"_s),
+                 (QStringList{u"T1"_s, u"T2"_s, u"T3"_s}));
+        QVERIFY(TempDB().exec(u"CREATE TRIGGER refuse BEFORE INSERT ON SharedTemplates "
+                              "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s));
+        f.replication.TemplateReceived(record(u"T4"_s));
+        f.replication.TemplatesReceived(record(u"T5"_s));
+        QCOMPARE(logText().count(refused), 2);
+        QVERIFY(logText().contains(refused + u"T4"_s) && logText().contains(refused + u"T5"_s));
+    }
+
     // An empty list, or a lone separator, holds no record: nothing is stored, shown, sent or logged.
     void emptyListsHoldNothing()
     {
