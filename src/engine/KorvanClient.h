@@ -53,7 +53,7 @@ public:
 
     // A click on an item of the menu.
     void MenuItemClicked(ClientMenu::Item item);
-    // Asks whether to quit; true when the person said Yes and the engine unloaded.
+    // Asks whether to quit; on Yes the engine unloads and asks the program to end.
     void mnuExit_Click();
     // The text of the status box, e.g. "Connection status: Connected".
     QString ConnectionStatusText() const;
