@@ -25,6 +25,17 @@ using namespace Qt::StringLiterals;
 
 constexpr quint32 White = 0x00FFFFFF, Red = 0x000000FF, Blue = 0x00FF0000; // blue-green-red numbers
 
+// Counts the paint events a widget receives.
+struct PaintCounter : QObject
+{
+    int paints = 0;
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        paints += event->type() == QEvent::Paint;
+        return false;
+    }
+};
+
 class TestDvxDisplay : public QObject
 {
     Q_OBJECT
@@ -214,6 +225,18 @@ private Q_SLOTS:
         QVERIFY(display.Picture2().width() > 40000);
         while (display.Scroll().ScrollX * ratio < 36000)
             display.Timer1_Timer();
+        QTRY_COMPARE(onScreen(), blockOf(display, ratio, strip.size()));
+        // A short line after it goes back to the strip's own window: ticks repaint nothing of the widget.
+        writeStill(display, u"Hello world"_s);
+        QTRY_COMPARE(onScreen(), blockOf(display, ratio, strip.size()));
+        PaintCounter counter;
+        display.installEventFilter(&counter);
+        for (int i = 0; i < 20; ++i) {
+            display.Timer1_Timer();
+            QCoreApplication::processEvents();
+        }
+        display.removeEventFilter(&counter);
+        QCOMPARE(counter.paints, 0);
         QTRY_COMPARE(onScreen(), blockOf(display, ratio, strip.size()));
 
         // The pointer passes through to the strip below: a click on it is the strip's click.

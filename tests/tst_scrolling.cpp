@@ -54,8 +54,12 @@ private Q_SLOTS:
     // A speed out of range is ignored; a bad step multiplies the present one and saturates, not overflows.
     void speedAndStep()
     {
-        for (const auto &[speed, kept, interval] :
-             {std::tuple{0, 8, 125}, {3, 3, 333}, {16, 16, 62}, {101, 8, 125}}) {
+        for (const auto &[speed, kept, interval] : {std::tuple{0, 8, 125},
+                                                    {1, 1, 1000},
+                                                    {3, 3, 333},
+                                                    {16, 16, 62},
+                                                    {100, 100, 10},
+                                                    {101, 8, 125}}) {
             ScrollArithmetic scroll;
             QCOMPARE(scroll.SetSpeed(speed), speed == kept);
             QCOMPARE(std::pair(scroll.Speed, scroll.TimerIntervalMs()), std::pair(kept, interval));

@@ -60,12 +60,10 @@ QString cleaned(const QString &text)
     return clean;
 }
 
-// Whole numbers as the server reads them, without exponent or decimals.
-QString numberText(double value)
+// Buffered colours come from the colour fields, so they are always whole: no exponent, no decimals.
+QString colorText(double value)
 {
-    if (std::isfinite(value) && value == std::floor(value) && std::fabs(value) < 9.0e15)
-        return QString::number(qint64(value));
-    return QString::number(value, 'g', 15);
+    return QString::number(qint64(value));
 }
 
 void showBox(int text, int caption, int icon)
@@ -257,8 +255,8 @@ LevelEditForm::Outcome LevelEditForm::OKButton()
     QList<QStringList> payload;
     while (rows->next()) {
         const level row = readRow(*rows);
-        payload.append({row.LevelName, row.Description, numberText(row.BackColor), numberText(row.ForeColor),
-                        numberText(row.ShadowColor), Commands::BoolText(row.DrawShadow),
+        payload.append({row.LevelName, row.Description, colorText(row.BackColor), colorText(row.ForeColor),
+                        colorText(row.ShadowColor), Commands::BoolText(row.DrawShadow),
                         QString::number(row.SoundType), row.SoundFile, Commands::BoolText(row.Looping),
                         QString::number(row.Authority)});
     }
