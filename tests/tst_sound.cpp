@@ -132,23 +132,27 @@ private Q_SLOTS:
         QVERIFY(!logText().contains(u"does not exists"_s));
     }
 
-    // Only a file of one's own keeps its path; a lost file and a beep without a display are quietly survived.
+    // Only a file of one's own keeps its path, and only it is played; a lost file and a beep without a
+    // display are quietly survived.
     void audioForgetsFilesAndLoops()
     {
-        const QString file = m_profile->path() + u"/gone.wav"_s;
-        for (qint32 type : {1, 2, 3}) {
-            Audio audio;
-            audio.setWaveFile(file);
-            audio.setSoundType(type);
-            QCOMPARE(audio.WaveFile(), type == 2 ? file : QString());
-            audio.StartSound();
-            QVERIFY(!audio.IsLooping());
-            audio.LoopResSound();
-            audio.LoopResSound();
-            QVERIFY(audio.IsLooping());
-            audio.StopSound();
-            QVERIFY(!audio.IsLooping());
-        }
+        const QString gone = m_profile->path() + u"/gone.wav"_s, own = m_profile->path() + u"/own.wav"_s;
+        QVERIFY(QFile::copy(mediaDir() + u"/Update.wav"_s, own));
+        for (qint32 type : {1, 2, 3})
+            for (const QString &file : {gone, own}) {
+                Audio audio;
+                audio.setWaveFile(file);
+                audio.setSoundType(type);
+                QCOMPARE(audio.WaveFile(), type == 2 ? file : QString());
+                audio.StartSound();
+                QCOMPARE(audio.PlayedFile() == own, type == 2 && file == own);
+                QVERIFY(!audio.IsLooping());
+                audio.LoopResSound();
+                audio.LoopResSound();
+                QVERIFY(audio.IsLooping());
+                audio.StopSound();
+                QVERIFY(!audio.IsLooping());
+            }
     }
 };
 

@@ -43,6 +43,11 @@ void Audio::StopSound()
     m_isLooping = false;
 }
 
+QString Audio::PlayedFile() const
+{
+    return m_player ? m_player->loadedFile() : QString();
+}
+
 SoundPlayer &Audio::player()
 {
     if (!m_player)

@@ -28,6 +28,8 @@ public:
     void LoopResSound();
     void StopSound();
     bool IsLooping() const { return m_isLooping; }
+    // The file last handed to the player, empty when none was or it was lost.
+    QString PlayedFile() const;
 
 private:
     SoundPlayer &player();

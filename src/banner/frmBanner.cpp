@@ -272,24 +272,19 @@ BannerView::LinkResult frmBanner::openLink(const QString &path)
     const bool network = NetworkPaths::IsNetworkPath(path, mounts);
     const QString mapped = network ? NetworkPaths::LocalPathOf(path, mounts) : QString();
     const bool fileName = !mapped.isEmpty() || (network && !path.contains(QStringLiteral("://")));
-    bool opened = false;
-    if (!fileName && url.isValid() && url.scheme().size() > 1 && !path.startsWith(QStringLiteral("\\\\"))) {
-        opened = QDesktopServices::openUrl(url);
-    } else {
-        // Missing, forbidden and unhandled are told apart before the desktop is asked.
-        const QString local = network ? mapped : path;
-        const QFileInfo info(local);
-        if (local.isEmpty() || !info.exists())
-            return LinkNotFound;
-        if (!info.isReadable())
-            return LinkAccessDenied;
-        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        opened = QDesktopServices::openUrl(QUrl::fromLocalFile(info.absoluteFilePath()));
-        QGuiApplication::restoreOverrideCursor();
-        if (!opened)
-            return LinkNoApplication;
-    }
-    return opened ? LinkOpened : LinkFailed;
+    if (!fileName && url.isValid() && url.scheme().size() > 1 && !path.startsWith(QStringLiteral("\\\\")))
+        return QDesktopServices::openUrl(url) ? LinkOpened : LinkFailed;
+    // Missing, forbidden and unhandled are told apart before the desktop is asked.
+    const QString local = network ? mapped : path;
+    const QFileInfo info(local);
+    if (local.isEmpty() || !info.exists())
+        return LinkNotFound;
+    if (!info.isReadable())
+        return LinkAccessDenied;
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool opened = QDesktopServices::openUrl(QUrl::fromLocalFile(info.absoluteFilePath()));
+    QGuiApplication::restoreOverrideCursor();
+    return opened ? LinkOpened : LinkNoApplication;
 }
 
 void frmBanner::onMouseMove(int button)
