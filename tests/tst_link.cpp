@@ -1,6 +1,5 @@
 // The engine against a scripted server on loopback: the connect exchange and the link's own commands.
 #include "core/UserInfos.h"
-#include "link/LinkCommands.h"
 #include "link/Policies.h"
 #include "link/ServerConfig.h"
 #include "support/FakeServer.h"
@@ -47,7 +46,7 @@ private Q_SLOTS:
         QCOMPARE(f.server.received, (QStringList{u"USR"_s + QChar(1) + u"UID="_s + user.UserID() +
                                                      u"|MID="_s + QHostInfo::localHostName().toLower() +
                                                      u"|USN=?ukasz ?|MIP=127.0.0.1|AGN=agent-7|LNG=0"_s +
-                                                     QChar(2) + LinkCommands::Version() + tail,
+                                                     QChar(2) + QStringLiteral(KORVANE_VERSION) + tail,
                                                  u"ALL"_s + tail}));
         QVERIFY(f.engine.ConnectedToServer() && f.frontend.lastMenu.entry(ClientMenu::mnuSend).enabled);
         QCOMPARE(f.frontend.trayImage, 1);

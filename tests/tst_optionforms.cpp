@@ -324,7 +324,9 @@ private Q_SLOTS:
         QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
         QCOMPARE(std::tuple(f.frontend.questions.last().text, f.frontend.questions.last().buttons,
                             form->ui.propConfig->value(u"ClientPort"_s)),
-                 std::tuple(ResString(136) + u'\n' + ResString(134), int(ButtonsYesNo), QVariant(5000)));
+                 std::tuple(u"You change the client TCP port number.  This will reset all clients.\n"
+                            "Do you wish to proceed anyway?"_s,
+                            int(ButtonsYesNo), QVariant(5000)));
         auto *path = qobject_cast<QLineEdit *>(form->ui.propConfig->editor(u"ClientUpdPath"_s));
         path->setFocus();
         path->insert(u"//srv/upd\u0002ates"_s);
