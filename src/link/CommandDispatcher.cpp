@@ -35,7 +35,8 @@ void CommandDispatcher::HandlePayload(const QString &payload)
 {
     const QString command = payload.section(QChar(0), 0, 0);
     const qsizetype separator = command.indexOf(QChar(1));
-    const QString code = separator < 0 ? command : command.left(separator);
+    // Without a Chr(1), left() gives the whole command.
+    const QString code = command.left(separator);
     TraceLog(DataArrivalName + QStringLiteral(" Code: ") + code);
 
     const auto route = m_routes.constFind(code);
