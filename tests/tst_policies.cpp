@@ -106,6 +106,7 @@ private Q_SLOTS:
         QCOMPARE(sent, QStringList{u" LFTM=-3;DEXT=a;RCON=-7;"_s});
 
         window.Initialise(u"jdoe"_s, u"LFTM=30000;RCON=-7;"_s);
+        QCOMPARE(window.ui.numLifetime->value(), 30000);
         window.ui.numReconnect->setValue(5);
         window.ui.numLifetime->setValue(9);
         window.ui.OKButton->click();
