@@ -122,7 +122,16 @@ private Q_SLOTS:
         f.queue.DeleteMessageFromDisplay(u"A"_s);
         QCOMPARE((QVariantList{f.view.shown, f.sent}), (QVariantList{false, QStringList()}));
 
-        // A mandatory document opens though never clicked, a missing file told; no receipt is asked.
+        // Only a mandatory package's document opens though never clicked, a missing file told; no receipt
+        // is asked. A mandatory message's link, or a package's left to the reader, waits for a click.
+        for (const auto &[level, exact] : {std::pair{u"Urgent"_s, true}, {u"sysKVPackage"_s, false}}) {
+            DVMessage other = message(u"N"_s, level);
+            std::tie(other.Attachment, other.ExactTime, other.ReceiptRequired) =
+                std::tuple(u"/srv/docs/other.pdf"_s, exact, false);
+            f.queue.AddMessageToDisplay(other);
+            f.queue.cmdOK_Click();
+        }
+        QCOMPARE(f.view.links, QStringList());
         DVMessage package = message(u"P"_s, u"sysKVPackage"_s);
         package.Attachment = u"/srv/docs/policy.pdf"_s;
         package.ExactTime = true;

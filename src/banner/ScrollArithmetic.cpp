@@ -74,7 +74,6 @@ ScrollArithmetic::TextLayout ScrollArithmetic::WriteText(double textWidthTwips, 
     layout.Needed = TextWidthPx + 2 * ControlWidthPx;
     // One screen width more than fits, so that small changes of text keep the picture's size.
     layout.Stripes = ScreenWidthPx > 0 ? layout.Needed / ScreenWidthPx + 1 : 1;
-    layout.PictureWidthTwips = TwipsPerPixelX * ScreenWidthPx * layout.Stripes;
     layout.PictureWidthPx = ScreenWidthPx * layout.Stripes;
     // Rectangles as left, top, right and bottom edges with the right and bottom edges excluded.
     layout.ShadowRect = QRect(ControlWidthPx + 1, 1, TextWidthPx, ControlHeightPx);

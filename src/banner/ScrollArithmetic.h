@@ -13,7 +13,6 @@ public:
     {
         qint32 Needed = 0;
         qint32 Stripes = 1;
-        double PictureWidthTwips = 0;
         qint32 PictureWidthPx = 0;
         QRect ShadowRect;
         QRect TextRect;

@@ -142,13 +142,14 @@ bool StripWindow::Prepare()
     if (geometry.isEmpty())
         return false;
     if (parent != m_parent) {
-        // A new parent: the old window went with the old one.
-        m_parent = parent;
+        // A new parent: the old window went with the old one. Until one is made, the parent counts
+        // as new, so that no request names a window that does not exist.
         m_window = 0;
         m_mapped = false;
         m_geometry = geometry;
         if (!CreateWindow(parent))
             return false;
+        m_parent = parent;
     } else if (geometry != m_geometry) {
         m_geometry = geometry;
         const std::uint32_t values[] = {std::uint32_t(geometry.x()), std::uint32_t(geometry.y()),

@@ -535,10 +535,10 @@ void dvxDisplay::hideEvent(QHideEvent *)
     Q_EMIT Hide();
 }
 
-void dvxDisplay::mousePressEvent(QMouseEvent *event)
+void dvxDisplay::mousePressEvent(QMouseEvent *)
 {
-    // Taking the press makes the release, and so the click, come here too.
-    event->accept();
+    // Overridden only so that the press stays accepted (the base class ignores it): the release, and
+    // so the click, then come here too.
 }
 
 void dvxDisplay::mouseReleaseEvent(QMouseEvent *event)
