@@ -299,8 +299,16 @@ private Q_SLOTS:
         QSignalSpy details(&display, &dvxDisplay::Details), reply(&display, &dvxDisplay::Reply),
             down(&display, &dvxDisplay::MouseDown), up(&display, &dvxDisplay::MouseUp),
             click(&display, &dvxDisplay::Click), dblClick(&display, &dvxDisplay::DblClick),
-            keyDown(&display, &dvxDisplay::KeyDown);
+            keyDown(&display, &dvxDisplay::KeyDown), keyPress(&display, &dvxDisplay::KeyPress);
+        display.SetDetailsHint(u"d"_s);
+        display.SetLinkHint(u"l"_s);
+        display.SetReplyHint(u"r"_s);
+        QCOMPARE((QStringList{display.cmdDetails->toolTip(), display.cmdLink->toolTip(),
+                              display.cmdReply->toolTip()}),
+                 (QStringList{u"d"_s, u"l"_s, u"r"_s}));
         display.cmdDetails->click();
+        display.cmdReply->click();
+        display.SetReplyEnabled(false);
         display.cmdReply->click();
         // The link button has no event of its own, and none when it is off.
         display.cmdLink->click();
@@ -318,11 +326,52 @@ private Q_SLOTS:
                                     4 * display.Scroll().TwipsPerPixelY};
         QCOMPARE(std::tuple(down.last(), up.last(), click.size()),
                  std::tuple(expected, expected, qsizetype(1)));
-        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital.
+        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital; the character
+        // typed (the test types it small) as itself.
         QTest::keyClick(display.Picture1, Qt::Key_F1, Qt::ControlModifier);
         QTest::keyClick(display.Picture1, Qt::Key_Q, Qt::ShiftModifier);
         QCOMPARE(QList<QVariantList>(keyDown.begin(), keyDown.end()),
                  (QList<QVariantList>{{17, 2}, {112, 2}, {16, 1}, {81, 1}}));
+        QCOMPARE(QList<QVariantList>(keyPress.begin(), keyPress.end()), QList<QVariantList>{{int(u'q')}});
+    }
+
+    // Saved properties come back as they were saved; a property at its default is not saved, except the
+    // font's name and size, whose defaults read and written differ.
+    void propertyBagRoundTrips()
+    {
+        QFont font(u"DejaVu Sans"_s);
+        font.setPointSizeF(12);
+        font.setBold(true);
+        font.setItalic(true);
+        font.setUnderline(true);
+        const QVariantMap saved{{u"BackColor"_s, quint32(0xFF)},
+                                {u"ForeColor"_s, quint32(0xFF00)},
+                                {u"Enabled"_s, false},
+                                {u"Font"_s, font},
+                                {u"BackStyle"_s, 1},
+                                {u"BorderStyle"_s, 1},
+                                {u"FontBold"_s, true},
+                                {u"FontItalic"_s, true},
+                                {u"FontName"_s, u"DejaVu Sans"_s},
+                                {u"FontSize"_s, 12.0},
+                                {u"FontUnderline"_s, true},
+                                {u"ToolTipText"_s, u"Tip"_s},
+                                {u"Text"_s, u"Hello"_s},
+                                {u"Speed"_s, 20},
+                                {u"PixelsPerSpeed"_s, 45},
+                                {u"ShadowColor"_s, quint32(0x123)},
+                                {u"ShowShadow"_s, false}};
+        dvxDisplay display;
+        display.ReadProperties(saved);
+        QCOMPARE(display.WriteProperties(), saved);
+        QCOMPARE(display.Timer1->interval(), 50);
+
+        dvxDisplay fresh;
+        fresh.ReadProperties({});
+        const QVariantMap defaults = fresh.WriteProperties();
+        QCOMPARE(defaults.keys(), (QStringList{u"Font"_s, u"FontName"_s, u"FontSize"_s}));
+        QCOMPARE(std::pair(defaults[u"FontName"_s], defaults[u"FontSize"_s]),
+                 std::pair(QVariant(u"MS Sans Serif"_s), QVariant(8.25)));
     }
 
     // The owner's height does not hold: the font sets it, a border adds to it, the caption sits below.
