@@ -9,8 +9,10 @@
 #include <QAccessible>
 #include <QAction>
 #include <QApplication>
+#include <QDesktopServices>
 #include <QFontMetrics>
 #include <QLabel>
+#include <QMenu>
 #include <QPainter>
 #include <QScreen>
 #include <QSignalSpy>
@@ -94,7 +96,72 @@ private:
         return banner;
     }
 
+public:
+    Q_INVOKABLE void openedByDesktop(const QUrl &url) { m_opened << url; }
+
+private:
+    QList<QUrl> m_opened;
+
 private Q_SLOTS:
+    // The banner looks like what it holds: a link as a link, a reply only where one is allowed. Every
+    // way in reaches the message shown: the menu's items, the strip's buttons and the acknowledge button.
+    void bannerLooksAndWaysIn()
+    {
+        StoreFixture store;
+        ClientDB().exec(u"INSERT INTO Levels (LevelName, SoundType) VALUES ('Urgent', 0)"_s);
+        QStringList sent;
+        frmBanner banner(DisplayQueue::Hooks{{}, {}, [&sent](const QString &payload) {
+                                                 sent << payload.left(3);
+                                                 return true;
+                                             }});
+        QSignalSpy viewed(&banner, &frmBanner::viewMessageRequested);
+        const QList<QAction *> items = banner.findChild<QMenu *>()->actions();
+        const auto item = [&items](const QString &text) {
+            return *std::find_if(items.begin(), items.end(),
+                                 [&text](QAction *a) { return a->text() == text; });
+        };
+        dvxDisplay *display = banner.display();
+        const auto show = [&](const QString &id, bool linkAndReply) {
+            DVMessage m;
+            std::tie(m.MsgID, m.MsgLevel, m.Message, m.ReceiptRequired, m.AllowReply, m.Attachment) =
+                std::tuple(id, u"Urgent"_s, u"Text of "_s + id, true, linkAndReply,
+                           linkAndReply ? u"https://intranet/"_s + id : QString());
+            banner.queue().AddMessageToDisplay(m);
+            return QList<bool>{display->cmdLink->isEnabled(),
+                               display->cmdReply->isEnabled(),
+                               item(u"Open the Attachment"_s)->isVisible(),
+                               item(u"Reply to sender"_s)->isVisible(),
+                               item(u"Reply to All"_s)->isVisible(),
+                               display->Picture1->cursor().shape() == Qt::PointingHandCursor,
+                               display->FontUnderline()};
+        };
+        QCOMPARE(show(u"A"_s, false), QList<bool>(7, false));
+        item(u"Acknowledge"_s)->trigger();
+        QCOMPARE(show(u"B"_s, true), QList<bool>(7, true));
+        QDesktopServices::setUrlHandler(u"https"_s, this, "openedByDesktop");
+        item(u"Open the Attachment"_s)->trigger();
+        display->cmdLink->click();
+        QDesktopServices::unsetUrlHandler(u"https"_s);
+        QCOMPARE(m_opened, QList<QUrl>(2, QUrl(u"https://intranet/B"_s)));
+        display->cmdDetails->click();
+        item(u"View message properties"_s)->trigger();
+        QCOMPARE(viewed.size(), 2);
+        QCOMPARE(viewed.last().first().value<DVMessage>().MsgID, u"B"_s);
+        item(u"Reply to sender"_s)->trigger();
+        show(u"C"_s, true);
+        display->cmdReply->click();
+        show(u"D"_s, true);
+        item(u"Reply to All"_s)->trigger();
+        show(u"E"_s, false);
+        // The button waits for the text to pass.
+        for (int tick = 0; tick < 10000 && !banner.acknowledgeButton()->isEnabled(); ++tick)
+            display->Timer1_Timer();
+        banner.acknowledgeButton()->click();
+        QCOMPARE(sent, (QStringList{u"RCP"_s, u"RCP"_s, u"RID"_s, u"RCP"_s, u"RID"_s, u"RCP"_s, u"RAL"_s,
+                                    u"RCP"_s}));
+        QVERIFY(!banner.isVisible() && banner.queue().colDisplayMessages().isEmpty());
+    }
+
     void firstBannerIsWhollyOnScreen()
     {
         for (int horizontal : {0, 1, 2})
