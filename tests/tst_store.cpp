@@ -133,6 +133,9 @@ private Q_SLOTS:
                 // An empty filter empties the table, cascades included.
                 DeleteRows(db, table, Filter{});
                 QCOMPARE(count(db, dependents.arg(other)), 0);
+                // A delete the database refuses is logged.
+                DeleteRows(db, table, Filter::equals(u"NoSuchColumn"_s, id));
+                QVERIFY(logText().contains(u"DBFunctions:DeleteRows - "_s));
             }
         }
     }
