@@ -404,34 +404,36 @@ private Q_SLOTS:
         QCOMPARE(QList<QVariantList>(keyPress.begin(), keyPress.end()), QList<QVariantList>{{int(u'q')}});
     }
 
-    // Saved properties come back as they were saved; a property at its default is not saved, except the
-    // font's name and size, whose defaults read and written differ.
+    // Saved properties come back as they were saved, the font's own keys over the font; a property at its
+    // default is not saved, except the font's name and size, whose defaults read and written differ.
     void propertyBagRoundTrips()
     {
-        QFont font(u"DejaVu Sans"_s);
-        font.setPointSizeF(12);
-        font.setBold(true);
-        font.setItalic(true);
-        font.setUnderline(true);
-        const QVariantMap saved{{u"BackColor"_s, quint32(0xFF)},
-                                {u"ForeColor"_s, quint32(0xFF00)},
-                                {u"Enabled"_s, false},
-                                {u"Font"_s, font},
-                                {u"BackStyle"_s, 1},
-                                {u"BorderStyle"_s, 1},
-                                {u"FontBold"_s, true},
-                                {u"FontItalic"_s, true},
-                                {u"FontName"_s, u"DejaVu Sans"_s},
-                                {u"FontSize"_s, 12.0},
-                                {u"FontUnderline"_s, true},
-                                {u"ToolTipText"_s, u"Tip"_s},
-                                {u"Text"_s, u"Hello"_s},
-                                {u"Speed"_s, 20},
-                                {u"PixelsPerSpeed"_s, 45},
-                                {u"ShadowColor"_s, quint32(0x123)},
-                                {u"ShowShadow"_s, false}};
+        QFont plain(u"Other Family"_s), styled(u"DejaVu Sans"_s);
+        plain.setPointSizeF(10);
+        styled.setPointSizeF(12);
+        styled.setBold(true);
+        styled.setItalic(true);
+        styled.setUnderline(true);
+        QVariantMap saved{{u"BackColor"_s, quint32(0xFF)},
+                          {u"ForeColor"_s, quint32(0xFF00)},
+                          {u"Enabled"_s, false},
+                          {u"Font"_s, plain},
+                          {u"BackStyle"_s, 1},
+                          {u"BorderStyle"_s, 1},
+                          {u"FontBold"_s, true},
+                          {u"FontItalic"_s, true},
+                          {u"FontName"_s, u"DejaVu Sans"_s},
+                          {u"FontSize"_s, 12.0},
+                          {u"FontUnderline"_s, true},
+                          {u"ToolTipText"_s, u"Tip"_s},
+                          {u"Text"_s, u"Hello"_s},
+                          {u"Speed"_s, 20},
+                          {u"PixelsPerSpeed"_s, 45},
+                          {u"ShadowColor"_s, quint32(0x123)},
+                          {u"ShowShadow"_s, false}};
         dvxDisplay display;
         display.ReadProperties(saved);
+        saved[u"Font"_s] = styled;
         QCOMPARE(display.WriteProperties(), saved);
         QCOMPARE(display.Timer1->interval(), 50);
 
