@@ -11,9 +11,11 @@
 #include "support/LoopbackDaemon.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
@@ -102,11 +104,18 @@ class TestNetworkMounts : public QObject
 
 public:
     explicit TestNetworkMounts(const SshfsMounts &mounts) : m(mounts) {}
-    Q_INVOKABLE void openedByDesktop(const QUrl &url) { m_opened << url; }
+    // What the desktop was asked to open, and whether the pointer said "wait" meanwhile.
+    Q_INVOKABLE void openedByDesktop(const QUrl &url)
+    {
+        const QCursor *cursor = QGuiApplication::overrideCursor();
+        m_opened << url;
+        m_waiting << (cursor && cursor->shape() == Qt::WaitCursor);
+    }
 
 private:
     const SshfsMounts &m;
     QList<QUrl> m_opened;
+    QList<bool> m_waiting;
 
 private Q_SLOTS:
     // The kernel's mount table is read whole, and every form of a path on the mounts resolves to it.
@@ -214,8 +223,16 @@ private Q_SLOTS:
         QCOMPARE(m_opened, (QList<QUrl>{QUrl::fromLocalFile(m.exportMnt + u"/policy.pdf"_s),
                                         QUrl::fromLocalFile(m.filerMnt + u"/policy.pdf"_s),
                                         QUrl(u"https://intranet/policy.pdf"_s)}));
-        QCOMPARE(f.captions(),
-                 (QStringList{u"Wrong location"_s, u"Execute Link Error"_s, u"Execute Link Error"_s}));
+        // Files wait with the pointer saying so, until the desktop has them; addresses do not.
+        QCOMPARE(m_waiting, (QList<bool>{true, true, false}));
+        QVERIFY(!QGuiApplication::overrideCursor());
+        QStringList boxes;
+        for (const RecordingFrontend::Question &box : f.frontend.questions)
+            boxes << box.caption + u' ' + box.text;
+        QCOMPARE(
+            boxes.mid(1),
+            (QStringList{u"Execute Link Error The specified file was not found:\nnohost:/export/policy.pdf"_s,
+                         u"Execute Link Error The specified file was not found:\nC:/docs/policy.pdf"_s}));
     }
 };
 
