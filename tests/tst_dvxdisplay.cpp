@@ -156,6 +156,11 @@ private Q_SLOTS:
         // The button waits for the text to pass.
         for (int tick = 0; tick < 10000 && !banner.acknowledgeButton()->isEnabled(); ++tick)
             display->Timer1_Timer();
+        // After a change of screens the strip is half the screen again, its text going on where it was.
+        const int half = display->width(), scrolled = display->Scroll().ScrollX;
+        display->resize(half - 50, display->height());
+        banner.FollowScreens();
+        QCOMPARE(std::pair(display->width(), display->Scroll().ScrollX), std::pair(half, scrolled));
         banner.acknowledgeButton()->click();
         QCOMPARE(sent, (QStringList{u"RCP"_s, u"RCP"_s, u"RID"_s, u"RCP"_s, u"RID"_s, u"RCP"_s, u"RAL"_s,
                                     u"RCP"_s}));
