@@ -86,6 +86,9 @@ private Q_SLOTS:
             QCOMPARE(std::tuple(layout.Stripes, scroll.ControlHeightPx, layout.TextRect.topLeft()),
                      std::tuple(stripes, controlHeightPx, QPoint(300, 0)));
         }
+        // No screen measured yet: one stripe, and nothing divided by its width.
+        ScrollArithmetic unmeasured;
+        QCOMPARE(unmeasured.WriteText(300 * 15.0, 300 * 15.0, 450, true).Stripes, 1);
     }
 
     void writeTextAndRounding()
