@@ -262,6 +262,11 @@ private Q_SLOTS:
         gSession().AdminsLoaded = true;
         f.receive({record(u"X"_s, u"someone"_s)});
         QVERIFY(MessageExist(TempDB(), u"Outbox"_s, u"X"_s));
+        // Deleted on the server, it leaves the console's list of all messages too.
+        gSession().AllMessagesLoaded = true;
+        failure = Failure{};
+        f.replication.MessageStatusChanged(u"3\u0002X"_s, failure);
+        QVERIFY(!MessageExist(TempDB(), u"Outbox"_s, u"X"_s));
         Fixture::signIn(UserInfos::RolePostmaster);
         f.sent.clear();
         // The postmaster's open list of all packages shows the new one.
