@@ -253,7 +253,9 @@ private Q_SLOTS:
         gOptions().Server = u"old"_s;
         f.scheduler.ProcessGATMessage(u"10.0.0.1:10.0.0.9:none:2;x"_s, local);
         QCOMPARE(gOptions().Server, u"old"_s);
+        // A bound with a part that is no number holds no address.
         f.scheduler.ProcessGATMessage(u"10.0.1.1:10.0.2.9:bad;10.0.1.1:10.0.1.199:below:4000;"
+                                      "10.0.1.x:10.0.2.9:notanumber:4050;"
                                       "10.0.1.1:10.0.2.9:first:4100;10.0.0.0:10.0.9.9:second:4200"_s,
                                       local);
         Options reread;
