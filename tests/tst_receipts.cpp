@@ -84,12 +84,14 @@ private Q_SLOTS:
         receipts.GetReceipt(QStringList{receipt(u"R1"_s, u"M1"_s, u"ann"_s, u"Ann Lee"_s, true),
                                         receipt(u"R2"_s, u"GONE"_s, u"bob"_s, u"Bob"_s, true),
                                         receipt(u"R3"_s, u"M1"_s, u"cy"_s, QString(), true),
-                                        receipt(u"R4"_s, u"M1"_s, u"di"_s, u"Di"_s, false)}
+                                        receipt(u"R4"_s, u"M1"_s, u"di"_s, u"Di"_s, false), u"R0\u0002M1"_s,
+                                        u"RX"_s}
                                 .join(QChar(3)));
-        // Only what was stored is confirmed, each id followed by the separator.
-        QCOMPARE(sent, QStringList{u"CRC\u0001R1\u0002R3\u0002R4\u0002"_s});
+        // Only what was stored is confirmed, each id followed by the separator; a receipt needs no more
+        // than its id and its message's.
+        QCOMPARE(sent, QStringList{u"CRC\u0001R1\u0002R3\u0002R4\u0002R0\u0002"_s});
         QCOMPARE(StoreFixture::column(ClientDB(), u"SELECT ReceiptID FROM Receipt ORDER BY ReceiptID"_s),
-                 (QStringList{u"R1"_s, u"R3"_s, u"R4"_s}));
+                 (QStringList{u"R0"_s, u"R1"_s, u"R3"_s, u"R4"_s}));
         // One popup gathers the readers, by name or else by id.
         QCOMPARE(frontend.popups.last(), u"Message read by:\nAnn Lee\ncy"_s);
 
