@@ -60,12 +60,6 @@ QString cleaned(const QString &text)
     return clean;
 }
 
-// Buffered colours come from the colour fields, so they are always whole: no exponent, no decimals.
-QString colorText(double value)
-{
-    return QString::number(qint64(value));
-}
-
 void showBox(int text, int caption, int icon)
 {
     if (Frontend *frontend = Frontend::current())
@@ -255,10 +249,10 @@ LevelEditForm::Outcome LevelEditForm::OKButton()
     QList<QStringList> payload;
     while (rows->next()) {
         const level row = readRow(*rows);
-        payload.append({row.LevelName, row.Description, colorText(row.BackColor), colorText(row.ForeColor),
-                        colorText(row.ShadowColor), Commands::BoolText(row.DrawShadow),
-                        QString::number(row.SoundType), row.SoundFile, Commands::BoolText(row.Looping),
-                        QString::number(row.Authority)});
+        payload.append({row.LevelName, row.Description, QString::number(colorOf(row.BackColor)),
+                        QString::number(colorOf(row.ForeColor)), QString::number(colorOf(row.ShadowColor)),
+                        Commands::BoolText(row.DrawShadow), QString::number(row.SoundType), row.SoundFile,
+                        Commands::BoolText(row.Looping), QString::number(row.Authority)});
     }
     rows->finish();
     if (payload.isEmpty())
