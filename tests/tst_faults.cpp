@@ -64,11 +64,15 @@ private Q_SLOTS:
         server.send(FakeServer::command(u"MSG"_s, QString(32000, QChar(2))));
         server.send(FakeServer::command(u"LVL"_s, QString(30000, QChar(3))));
 
-        // Still answering: a CON after all that is met with USR.
+        // Still answering: a CON after all that is met with USR. A slow reader may get the CON in the
+        // same read as garbage, which drops it with the rest, so it is sent again until one is heard.
         const qsizetype before = server.received.size();
-        server.send(FakeServer::command(u"CON"_s, u"agent"_s));
-        // Slow to come on a loaded machine, which also has all that garbage to read first.
-        QTRY_VERIFY_WITH_TIMEOUT(server.receivedCodes().mid(before).contains(u"USR"_s), 30000);
+        const auto answered = [&] { return server.receivedCodes().mid(before).contains(u"USR"_s); };
+        for (int attempt = 0; attempt < 30 && !answered(); ++attempt) {
+            server.send(FakeServer::command(u"CON"_s, u"agent"_s));
+            (void)QTest::qWaitFor(answered, 1000);
+        }
+        QVERIFY(answered());
         QCOMPARE(client.process.state(), QProcess::Running);
         client.signal(SIGKILL);
 
