@@ -49,12 +49,15 @@ private Q_SLOTS:
     {
         const QString caption = u"ATTENTION - You requested to shut down the Korvane Client"_s;
         const QString word = u"\\\\fileserver\\communication\\announcements-2024.pdf"_s;
+        const QMap<QString, int> results{
+            {u"OK"_s, ResultOk}, {u"Cancel"_s, ResultCancel}, {u"Yes"_s, ResultYes}, {u"No"_s, ResultNo}};
         for (const auto &[set, captions, escape] : std::initializer_list<std::tuple<int, QStringList, int>>{
                  {1, {u"OK"_s}, ResultOk},
                  {2, {u"OK"_s, u"Cancel"_s}, ResultCancel},
                  {3, {u"Yes"_s, u"No"_s}, ResultNo},
                  {4, {u"Cancel"_s, u"Yes"_s, u"No"_s}, ResultCancel}}) {
             for (const int button : DialogButtonSet::buttonsOf(set)) {
+                QString clicked;
                 whenShown([&](frmDialog *dialog) {
                     QMap<int, QString> shown; // by place, left to right, as read (mnemonic aside)
                     for (QPushButton *each : dialog->Button)
@@ -66,10 +69,11 @@ private Q_SLOTS:
                     QVERIFY(dialog->width() >= dialog->fontMetrics().horizontalAdvance(caption));
                     QVERIFY(dialog->Label1->width() >= dialog->Label1->fontMetrics().horizontalAdvance(word));
                     QVERIFY(!dialog->txtInput->isVisible());
+                    clicked = dialog->Button[button]->text().remove(u'&');
                     dialog->Button[button]->click();
                 });
-                QCOMPARE(MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set),
-                         DialogButtonSet::resultOf(button));
+                const int result = MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set);
+                QCOMPARE(result, results.value(clicked, -1));
             }
             whenShown([](frmDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
             QCOMPARE(MessageBox::Show(u"Text"_s, u"Caption"_s, IconNone, set), escape);

@@ -2,6 +2,8 @@
 
 #include "core/Frontend.h"
 
+#include <array>
+
 QList<int> DialogButtonSet::buttonsOf(int set)
 {
     switch (set) {
@@ -18,8 +20,9 @@ QList<int> DialogButtonSet::buttonsOf(int set)
 
 int DialogButtonSet::resultOf(int button)
 {
-    static const int results[] = {ResultOk, ResultCancel, ResultYes, ResultNo};
-    return button >= 0 && button < 4 ? results[button] : ResultCancel;
+    // One result for each of the four buttons a box has.
+    static constexpr std::array results{ResultOk, ResultCancel, ResultYes, ResultNo};
+    return results.at(button);
 }
 
 int DialogButtonSet::escapeResult(int set)
