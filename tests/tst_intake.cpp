@@ -258,6 +258,14 @@ private Q_SLOTS:
         f.replication.MessageStatusChanged(u"3"_s, failure);
         QVERIFY(failure.isSet());
 
+        // The open list reads each row anew, our own echo from the other agent too; none open, none told.
+        f.frontend.changed.clear();
+        f.receive({record(u"N"_s), tagged(record(u"W"_s, {}, Dec1, Me), u"AGN"_s, u"agent-2"_s)});
+        gProcess().CurrentList = 0;
+        f.receive({record(u"Z"_s)});
+        QCOMPARE(f.frontend.changed, (QStringList{u"N"_s, u"W"_s}));
+        gProcess().CurrentList = 1;
+
         // Copies for the console, and packages for a postmaster.
         gSession().AdminsLoaded = true;
         f.receive({record(u"X"_s, u"someone"_s)});
