@@ -11,7 +11,7 @@ PACKAGES=(
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6sql6-sqlite libgl-dev libxcb1-dev
     qt6-multimedia-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     # tests and the desktop harness
-    dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils x11-xserver-utils xdotool imagemagick sox
+    libxcb-res0-dev dbus xvfb xauth openbox trayer pulseaudio pulseaudio-utils x11-utils x11-xserver-utils xdotool imagemagick sox
     fonts-dejavu-core procps xdg-utils
     # network mounts on loopback for the network path tests: sshfs running the local sftp-server,
     # and the kernel's CIFS client through a private smbd where the kernel has one

@@ -6,11 +6,13 @@
 #include "ui/LevelSample.h"
 #include "ui/SystemColor.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
 #include <QPainter>
@@ -22,6 +24,7 @@
 #include <QToolTip>
 
 #include <memory>
+#include <xcb/res.h>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +37,19 @@ struct PaintCounter : QObject
     bool eventFilter(QObject *, QEvent *event) override
     {
         paints += event->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+// Notes each error the X server answers a request of this connection with.
+struct XErrors : QAbstractNativeEventFilter
+{
+    QStringList seen;
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
+    {
+        const auto *event = static_cast<const xcb_generic_error_t *>(message);
+        if (type == "xcb_generic_event_t" && event->response_type == 0)
+            seen << u"error %1 on %2"_s.arg(event->error_code).arg(event->resource_id);
         return false;
     }
 };
@@ -94,6 +110,30 @@ private:
             std::tuple{u"A"_s, u"Urgent"_s, u"Fire drill at noon in the east wing"_s};
         banner->queue().AddMessageToDisplay(message);
         return banner;
+    }
+
+    // Each kind of resource this connection holds on the X server, by the kind's name.
+    static QMap<QString, int> heldOnServer(xcb_connection_t *connection, quint32 resource)
+    {
+        QMap<QString, int> held;
+        std::unique_ptr<xcb_res_query_client_resources_reply_t, decltype(&free)> reply(
+            xcb_res_query_client_resources_reply(
+                connection, xcb_res_query_client_resources(connection, resource), nullptr),
+            &free);
+        if (!reply)
+            return held;
+        for (auto it = xcb_res_query_client_resources_types_iterator(reply.get()); it.rem;
+             xcb_res_type_next(&it)) {
+            std::unique_ptr<xcb_get_atom_name_reply_t, decltype(&free)> name(
+                xcb_get_atom_name_reply(connection, xcb_get_atom_name(connection, it.data->resource_type),
+                                        nullptr),
+                &free);
+            if (name)
+                held.insert(QString::fromLatin1(xcb_get_atom_name_name(name.get()),
+                                                xcb_get_atom_name_name_length(name.get())),
+                            int(it.data->count));
+        }
+        return held;
     }
 
 public:
@@ -323,6 +363,55 @@ private Q_SLOTS:
         display.Timer1->stop();
         QTRY_COMPARE_WITH_TIMEOUT(onScreen().pixel(0, 0), display.palette().color(QPalette::Shadow).rgb(),
                                   20000);
+    }
+
+    // Gone, a strip leaves the X server nothing of its own; when its banner's window went first, taking
+    // the strip's window with it, nothing is asked of the window that is no more.
+    void stripLeavesNothingBehind()
+    {
+        if (QGuiApplication::platformName() != u"xcb"_s)
+            QSKIP("needs an X server: CTest runs it in tests/e2e/desktop_session.sh");
+        xcb_connection_t *connection =
+            qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+        XErrors errors;
+        qGuiApp->installNativeEventFilter(&errors);
+        const auto restore = qScopeGuard([&errors] { qGuiApp->removeNativeEventFilter(&errors); });
+        QWidget host;
+        host.setGeometry(0, 300, 400, 100);
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        const auto held = [&] {
+            const QMap<QString, int> all = heldOnServer(connection, quint32(host.winId()));
+            return QList<int>{all.value(u"WINDOW"_s), all.value(u"PIXMAP"_s), all.value(u"GC"_s)};
+        };
+        // The first round leaves what the toolkit keeps for good; the second is counted.
+        for (int round = 0; round < 2; ++round) {
+            const QList<int> before = held();
+            {
+                dvxDisplay display;
+                display.move(100, 100);
+                writeStill(display, u"Hello world"_s);
+                display.show();
+                QVERIFY(QTest::qWaitForWindowExposed(&display));
+                display.Timer1->stop();
+                for (int i = 0; i < 10; ++i)
+                    display.Timer1_Timer();
+                QTRY_VERIFY(held().value(2) > before.value(2));
+                // Its window made anew (it becomes a child of another), the old strip went with the old one.
+                display.setParent(&host);
+                QCoreApplication::processEvents();
+            }
+            // Every request so far answered: an error would have come before this window's exposure.
+            {
+                QWidget marker;
+                marker.setGeometry(500, 300, 50, 50);
+                marker.show();
+                QVERIFY(QTest::qWaitForWindowExposed(&marker));
+            }
+            if (round == 1)
+                QCOMPARE(held(), before);
+        }
+        QCOMPARE(errors.seen, QStringList());
     }
 
     // Displayed then Looped, the banner answering Looped with the next text from inside the tick.
