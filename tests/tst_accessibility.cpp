@@ -10,6 +10,7 @@
 #include "store/DBFunctions.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
+#include "support/ModalDialog.h"
 #include "support/Untranslated.h"
 #include "ui/InputBox.h"
 #include "ui/frmDialog.h"
@@ -145,12 +146,10 @@ private Q_SLOTS:
         table.close();
         QVERIFY(StringTable::load(table.fileName()));
         QString field, button;
-        QTimer::singleShot(0, qApp, [&field, &button] {
-            auto *dialog = qobject_cast<frmDialog *>(QApplication::activeModalWidget());
+        whenModal<frmDialog>([&field, &button](frmDialog *dialog) {
             checkKeyboard(dialog);
             field = nameOf(dialog->txtInput);
             button = dialog->Button[1]->text();
-            dialog->close();
         });
         InputBox::InputText(u"Name of the R&D share"_s, u"Title"_s, IconQuestion, ButtonsOkCancel, u"x"_s);
         QVERIFY(StringTable::load(u":/resources/strings.tsv"_s));

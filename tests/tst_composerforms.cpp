@@ -4,18 +4,17 @@
 #include "authoring/frmReply.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
+#include "support/ModalDialog.h"
 #include "support/Untranslated.h"
 #include "ui/LevelDelegate.h"
 #include "ui/frmDialog.h"
 
 #include <QApplication>
 #include <QFile>
-#include <QFileDialog>
 #include <QPainter>
 #include <QStandardItemModel>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <list>
 #include <tuple>
@@ -57,16 +56,6 @@ void choose(QComboBox *combo, int index)
     QTest::keyClick(combo, Qt::Key_Home);
     for (int i = 0; i < index; ++i)
         QTest::keyClick(combo, Qt::Key_Down);
-}
-
-// Presses a button of the box that the next call puts up, as a person would.
-void answerBox(int button)
-{
-    QTimer::singleShot(0, qApp, [button] {
-        auto *dialog = qobject_cast<frmDialog *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
-        dialog->Button[button]->click();
-    });
 }
 
 } // namespace
@@ -161,12 +150,7 @@ private Q_SLOTS:
         const QString document = folder.filePath(u"setup.msi"_s);
         QVERIFY(QFile(document).open(QIODevice::WriteOnly));
         for (const bool accept : {true, false}) {
-            QTimer::singleShot(0, qApp, [accept, &document] {
-                auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
-                QVERIFY(dialog);
-                dialog->selectFile(document);
-                QMetaObject::invokeMethod(dialog, accept ? "accept" : "reject");
-            });
+            answerFileDialog(document, accept);
             QTest::mouseClick(package.ui.cmdLink, Qt::LeftButton);
             QCOMPARE(package.ui.txtLink->text(), document);
         }
@@ -240,6 +224,9 @@ private Q_SLOTS:
         switchLanguage(&form, 0);
 
         frmMessage &package = f.open(u"P1"_s, true);
+        QCOMPARE((QVariantList{package.ui.cboLevel->isVisible(), package.ui.chkReply->isVisible(),
+                               package.ui.chkExactTime->text().remove(u'&')}),
+                 (QVariantList{false, false, u"Mandatory"_s}));
         QCoreApplication::sendEvent(package.ui.chkExactTime, &enter);
         QVERIFY(package.ui.lblHint->toPlainText().startsWith(u"Mandatory\nWhen this option is checked"_s));
 
@@ -275,13 +262,13 @@ private Q_SLOTS:
         desktop.OpenMessageForm(NewMessage, u"ID2"_s, u"bob"_s);
         QCOMPARE(composer->logic().Tag, u"ID2"_s);
         QTest::keyClicks(composer->ui.txtText, u"Half a thought"_s);
-        answerBox(3);
+        whenModal<frmDialog>([](frmDialog *box) { box->Button[3]->click(); });
         desktop.OpenMessageForm(NewMessage, u"ID3"_s, QString());
         QCOMPARE(desktop.messageForm(), composer);
         QCOMPARE((QStringList{composer->logic().Tag, composer->ui.txtText->toPlainText(),
                               composer->ui.txtTarget->text()}),
                  (QStringList{u"ID2"_s, u"Half a thought"_s, u"bob"_s}));
-        answerBox(2);
+        whenModal<frmDialog>([](frmDialog *box) { box->Button[2]->click(); });
         desktop.OpenMessageForm(NewMessage, u"ID3"_s, QString());
         QCOMPARE((QStringList{composer->logic().Tag, composer->ui.txtText->toPlainText()}),
                  (QStringList{u"ID3"_s, QString()}));

@@ -11,12 +11,12 @@
 #include "delivery/Replication.h"
 #include "store/MessageCodes.h"
 #include "support/AuthoringFixture.h"
+#include "support/ModalDialog.h"
 #include "ui/CodeCellDelegate.h"
 #include "ui/LevelCellDelegate.h"
 
 #include <QAction>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPainter>
@@ -213,15 +213,24 @@ private Q_SLOTS:
         const auto console = ownConsole(f.console);
         frmList *outbox = console->currentList();
         const int status = 21, subject = 3;
-        QHeaderView *columns = outbox->ui.grid->horizontalHeader();
-        QTimer::singleShot(0, qApp, [] {
-            if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
-                action(menu, u"Group by Status"_s)->trigger();
-                menu->close();
-            }
-        });
-        Q_EMIT columns->customContextMenuRequested(
-            QPoint(columns->sectionViewportPosition(status) + 2, columns->height() / 2));
+        // Chooses that item from the menu of the header shown, over the column; false if it is not offered.
+        const auto fromHeaderMenu = [outbox](int column, const QString &text) {
+            bool found = false;
+            QTimer::singleShot(0, qApp, [&] {
+                if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
+                    if (QAction *item = action(menu, text); (found = item))
+                        item->trigger();
+                    menu->close();
+                }
+            });
+            QHeaderView *shown = outbox->ui.groupGrid->isVisible()
+                                     ? outbox->ui.groupGrid->header()
+                                     : static_cast<QHeaderView *>(outbox->ui.grid->horizontalHeader());
+            Q_EMIT shown->customContextMenuRequested(
+                QPoint(shown->sectionViewportPosition(column) + 2, shown->height() / 2));
+            return found;
+        };
+        QVERIFY(fromHeaderMenu(status, u"Group by Status"_s));
         QTreeView *tree = outbox->ui.groupGrid;
         QVERIFY(tree->isVisible());
         QAbstractItemModel *rows = tree->model();
@@ -313,22 +322,6 @@ private Q_SLOTS:
 
         // Grouped by the first column, the header's menu still offers to clear the grouping, and the
         // flat list comes back.
-        const auto fromHeaderMenu = [outbox](int column, const QString &text) {
-            bool found = false;
-            QTimer::singleShot(0, qApp, [&] {
-                if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
-                    if (QAction *item = action(menu, text); (found = item))
-                        item->trigger();
-                    menu->close();
-                }
-            });
-            QHeaderView *shown = outbox->ui.groupGrid->isVisible()
-                                     ? outbox->ui.groupGrid->header()
-                                     : static_cast<QHeaderView *>(outbox->ui.grid->horizontalHeader());
-            Q_EMIT shown->customContextMenuRequested(
-                QPoint(shown->sectionViewportPosition(column) + 2, shown->height() / 2));
-            return found;
-        };
         QVERIFY(fromHeaderMenu(status, u"Clear Group Columns"_s) && outbox->ui.grid->isVisible());
         const QString first = outbox->model().headerData(0, Qt::Horizontal).toString();
         QVERIFY(fromHeaderMenu(0, u"Group by "_s + first) && tree->isVisible());
@@ -429,12 +422,7 @@ private Q_SLOTS:
         gOptions().Language = 0;
 
         const QString file = f.profile.path() + u"/outbox.csv"_s;
-        QTimer::singleShot(0, qApp, [file] {
-            if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
-                dialog->selectFile(file);
-                QMetaObject::invokeMethod(dialog, "accept");
-            }
-        });
+        answerFileDialog(file);
         action(outbox->menu(), u"Export to CSV..."_s)->trigger();
         QCOMPARE(
             f.profile.readFile(u"outbox.csv"_s),

@@ -1,7 +1,7 @@
 #include "app/DesktopFrontend.h"
-#include "authoring/frmMessage.h"
 #include "core/ClientMenu.h"
-#include "support/AuthoringFixture.h"
+#include "support/ModalDialog.h"
+#include "support/TempProfile.h"
 #include "ui/DialogButtonSet.h"
 #include "ui/InputBox.h"
 #include "ui/MessageBox.h"
@@ -19,7 +19,6 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -29,19 +28,6 @@ class TestDialogs : public QObject
 
 private:
     TempProfile profile;
-
-    // Acts on the modal dialog once it is up, as a person would.
-    static void whenShown(std::function<void(frmDialog *)> act)
-    {
-        QTimer::singleShot(0, qApp, [act] {
-            auto *dialog = qobject_cast<frmDialog *>(QApplication::activeModalWidget());
-            QVERIFY(dialog);
-            act(dialog);
-            // A check that failed inside leaves the box up; closing it ends the wait.
-            if (dialog->isVisible())
-                dialog->close();
-        });
-    }
 
 private Q_SLOTS:
     // Each set's buttons in order, each giving its own result, and Escape the set's way out.
@@ -58,7 +44,7 @@ private Q_SLOTS:
                  {4, {u"Cancel"_s, u"Yes"_s, u"No"_s}, ResultCancel}}) {
             for (const int button : DialogButtonSet::buttonsOf(set)) {
                 QString clicked;
-                whenShown([&](frmDialog *dialog) {
+                whenModal<frmDialog>([&](frmDialog *dialog) {
                     QMap<int, QString> shown; // by place, left to right, as read (mnemonic aside)
                     for (QPushButton *each : dialog->Button)
                         if (each->isVisible())
@@ -75,7 +61,7 @@ private Q_SLOTS:
                 const int result = MessageBox::Show(u"Open "_s + word, caption, IconQuestion, set);
                 QCOMPARE(result, results.value(clicked, -1));
             }
-            whenShown([](frmDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+            whenModal<frmDialog>([](frmDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
             QCOMPARE(MessageBox::Show(u"Text"_s, u"Caption"_s, IconNone, set), escape);
         }
     }
@@ -84,7 +70,7 @@ private Q_SLOTS:
     {
         // Cancel gives the empty text whatever was typed.
         for (int button : {int(DialogButtonSet::ButtonOk), int(DialogButtonSet::ButtonCancel)}) {
-            whenShown([button](frmDialog *dialog) {
+            whenModal<frmDialog>([button](frmDialog *dialog) {
                 QCOMPARE(dialog->txtInput->text(), u"default"_s);
                 dialog->txtInput->setText(u"typed O'Brien"_s);
                 dialog->Button[button]->click();
@@ -93,14 +79,14 @@ private Q_SLOTS:
                 InputBox::InputText(u"Prompt"_s, u"Title"_s, IconQuestion, ButtonsOkCancel, u"default"_s),
                 button == DialogButtonSet::ButtonOk ? u"typed O'Brien"_s : QString());
         }
-        whenShown([](frmDialog *dialog) {
+        whenModal<frmDialog>([](frmDialog *dialog) {
             QCOMPARE(dialog->txtInput->echoMode(), QLineEdit::Password);
             QTest::keyClicks(dialog->txtInput, u"s3cret"_s);
             QTest::keyClick(dialog->txtInput, Qt::Key_Return);
         });
         QCOMPARE(InputBox::InputPassword(u"Password"_s, u"Title"_s, IconQuestion, ButtonsOkCancel),
                  u"s3cret"_s);
-        whenShown([](frmDialog *dialog) {
+        whenModal<frmDialog>([](frmDialog *dialog) {
             QCOMPARE(dialog->cboChoice->currentText(), u"%date%"_s);
             dialog->cboChoice->setCurrentIndex(2);
             dialog->Button[DialogButtonSet::ButtonOk]->click();
@@ -132,22 +118,6 @@ private Q_SLOTS:
         actions.last()->trigger();
         QCOMPARE((std::pair{clicked.size(), clicked.value(0).value(0).value<ClientMenu::Item>()}),
                  std::pair(qsizetype(1), ClientMenu::mnuExit));
-    }
-
-    // The package composer: no level and no reply; Mandatory, and OK only with a link.
-    void packageComposer()
-    {
-        AuthoringFixture f;
-        frmMessage package(f.context, true);
-        package.OpenNew(0, u"P1"_s, QString());
-        package.ui.txtText->setPlainText(u"Install"_s);
-        QCOMPARE(
-            (QList<QVariant>{package.windowTitle(), package.ui.cboLevel->isVisibleTo(&package),
-                             package.ui.chkReply->isVisibleTo(&package),
-                             package.ui.chkExactTime->text().remove(u'&'), package.ui.OKButton->isEnabled()}),
-            (QList<QVariant>{u"New packageP1"_s, false, false, u"Mandatory"_s, false}));
-        package.ui.txtLink->setText(u"//srv/docs/setup.exe"_s);
-        QVERIFY(package.ui.OKButton->isEnabled());
     }
 
     // The About box shows each fact beside its caption; asked again, the one box shows the facts of

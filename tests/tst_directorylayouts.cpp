@@ -5,11 +5,11 @@
 #include "core/UserStore.h"
 #include "support/AuthoringFixture.h"
 #include "support/LogText.h"
+#include "support/ModalDialog.h"
 #include "support/Untranslated.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QFileDialog>
 #include <QHeaderView>
 #include <QMenu>
 #include <QTest>
@@ -93,12 +93,7 @@ bool pick(QWidget *list, int column, const QStringList &path, int key = 0)
 
 QByteArray exported(frmDirectory &list, const QString &file)
 {
-    QTimer::singleShot(0, qApp, [file] {
-        if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
-            dialog->selectFile(file);
-            QMetaObject::invokeMethod(dialog, "accept");
-        }
-    });
+    answerFileDialog(file);
     list.menu()->actions().last()->trigger();
     QFile csv(file);
     return csv.open(QIODevice::ReadOnly) ? csv.readAll() : QByteArray();

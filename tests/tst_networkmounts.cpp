@@ -118,8 +118,8 @@ private:
     QList<bool> m_waiting;
 
 private Q_SLOTS:
-    // The kernel's mount table is read whole, and every form of a path on the mounts resolves to it.
-    void mountsAreSeenAndEveryFormResolves()
+    // The kernel's mount table is read whole, each mount with its type and source.
+    void mountsAreSeen()
     {
         const QList<NetworkPaths::Mount> mounts = NetworkPaths::ReadMounts();
         QStringList seen;
@@ -132,29 +132,9 @@ private Q_SLOTS:
                                     m.gvfsMnt + u" fuse.gvfsd-fuse "_s + m.exportName + u"/gvfs"_s,
                                     m.shareMnt + u" fuse.sshfs //filer/media"_s}));
 
-        const QString gvfsDoc = m.gvfsMnt + u"/smb-share:server=filer,share=docs/report.pdf"_s;
-        for (const auto &[path, local] : std::initializer_list<std::pair<QString, QString>>{
-                 {m.exportName + u"/a.pdf"_s, m.exportMnt + u"/a.pdf"_s},
-                 {u"127.0.0.1:"_s + m.exportDir + u"/sub/../a.pdf"_s, m.exportMnt + u"/a.pdf"_s},
-                 {u"//filer/media/a.pdf"_s, m.shareMnt + u"/a.pdf"_s},
-                 {u"\\\\FILER\\media\\a.pdf"_s, m.shareMnt + u"/a.pdf"_s},
-                 {u"//filer/docs/report.pdf"_s, gvfsDoc},
-                 {u"127.0.0.1:"_s + m.exportDir + u"/../a.pdf"_s, QString()},
-                 {m.localDir + u"/a.pdf"_s, QString()}}) {
-            QCOMPARE(NetworkPaths::LocalPathOf(path, mounts), local);
-            QCOMPARE(NetworkPaths::IsNetworkPath(path), !path.startsWith(m.localDir));
-        }
-        // What other machines open for a path on each mount.
-        for (const auto &[path, network] : std::initializer_list<std::pair<QString, QString>>{
-                 {m.exportMnt + u"/a.pdf"_s, m.exportName + u"/a.pdf"_s},
-                 {m.shareMnt + u"/x/a.pdf"_s, u"//filer/media/x/a.pdf"_s},
-                 {gvfsDoc, u"//filer/docs/report.pdf"_s},
-                 {m.gvfsMnt + u"/other"_s, QString()},
-                 {m.localDir + u"/a.pdf"_s, QString()}}) {
-            QString rewritten = path;
-            QCOMPARE(NetworkPaths::PathToUNC(rewritten, mounts), !network.isEmpty());
-            QCOMPARE(rewritten, network.isEmpty() ? path : network);
-        }
+        // Asked without a table, the kernel's is read: a path on a mount is a network path, a local one not.
+        QVERIFY(NetworkPaths::IsNetworkPath(m.exportMnt + u"/a.pdf"_s) &&
+                !NetworkPaths::IsNetworkPath(m.localDir + u"/a.pdf"_s));
     }
 
     // Sounds on the mount, in the export and the share form, are copied to the data folder (which the

@@ -24,6 +24,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+using Setting = std::pair<QString, QVariant>; // a row of the options dialog and its value
 // The settings on a file of a fresh profile, read as the client reads them, and a server whose
 // configuration commands are kept while the link is up.
 struct Fixture
@@ -127,13 +128,11 @@ private Q_SLOTS:
         // The last place in each list shows as chosen; the first one chosen is taken.
         QCOMPARE((QVariantList{rows.value(u"PositionHorizontal"_s), rows.value(u"VerticalPosition"_s)}),
                  (QVariantList{2, 1}));
-        rows.setValue(u"FontName"_s, u"Courier"_s);
-        rows.setValue(u"FontSize"_s, 20);
-        rows.setValue(u"FontItalic"_s, true);
-        rows.setValue(u"PositionHorizontal"_s, 0);
-        rows.setValue(u"VerticalPosition"_s, 0);
-        rows.setValue(u"RefreshSteps"_s, 5);
-        rows.setValue(u"Trace"_s, true);
+        for (const auto &[key, value] :
+             {Setting{u"FontName"_s, u"Courier"_s}, Setting{u"FontSize"_s, 20},
+              Setting{u"FontItalic"_s, true}, Setting{u"PositionHorizontal"_s, 0},
+              Setting{u"VerticalPosition"_s, 0}, Setting{u"RefreshSteps"_s, 5}, Setting{u"Trace"_s, true}})
+            rows.setValue(key, value);
 
         // The language relabels at once, and the edits above survive it.
         qobject_cast<QComboBox *>(rows.editor(u"Language"_s))->setCurrentIndex(1);
@@ -176,12 +175,10 @@ private Q_SLOTS:
 
         form.logic().FontChosen(u"Serif"_s, 16, true, true);
         QCOMPARE(form.logic().FontSummary(), u"Serif 16, Italique"_s);
-        rows.setValue(u"RefreshRate"_s, 77);
-        rows.setValue(u"RefreshSteps"_s, 4);
-        rows.setValue(u"FontName"_s, u"Serif"_s);
-        rows.setValue(u"FontSize"_s, 16);
-        rows.setValue(u"FontBold"_s, true);
-        rows.setValue(u"FontItalic"_s, true);
+        for (const auto &[key, value] : {Setting{u"RefreshRate"_s, 77}, Setting{u"RefreshSteps"_s, 4},
+                                         Setting{u"FontName"_s, u"Serif"_s}, Setting{u"FontSize"_s, 16},
+                                         Setting{u"FontBold"_s, true}, Setting{u"FontItalic"_s, true}})
+            rows.setValue(key, value);
         QTest::mouseClick(form.ui.OKButton, Qt::LeftButton);
         QCOMPARE(std::pair(f.saved(), f.options.RefreshRate), std::pair(u"Serif 16 0 1 0 0 40 4 1 1"_s, 40));
         QCOMPARE(
@@ -340,10 +337,7 @@ private Q_SLOTS:
         f.linkUp = true;
         path->setText(u"//srv/"_s + QString(40000, u'x'));
         QTest::mouseClick(form->ui.OKButton, Qt::LeftButton);
-        QStringList captions;
-        for (const auto &question : f.frontend.questions)
-            captions << question.caption;
-        QCOMPARE(std::tuple(f.sent.size(), form->isVisible(), captions),
+        QCOMPARE(std::tuple(f.sent.size(), form->isVisible(), f.frontend.captions()),
                  std::tuple(qsizetype(1), true,
                             QStringList{u"Server configuration changed"_s, u"Server configuration changed"_s,
                                         u"Invalid characters"_s, u"Not sent"_s, u"Non envoyé"_s,

@@ -154,11 +154,8 @@ private Q_SLOTS:
         window.ui.txtExtensions->setText(QString(40000, u'x'));
         window.ui.OKButton->click();
         QVERIFY(sent.isEmpty() && window.isVisible());
-        QStringList captions;
-        for (const auto &question : frontend.questions)
-            captions << question.caption;
-        QCOMPARE(captions, (QStringList{u"Invalid characters"_s, u"Not sent"_s, u"Non envoyé"_s,
-                                        u"Too long to send"_s}));
+        QCOMPARE(frontend.captions(), (QStringList{u"Invalid characters"_s, u"Not sent"_s, u"Non envoyé"_s,
+                                                   u"Too long to send"_s}));
 
         window.ui.txtExtensions->setText(u"exe,bat"_s);
         window.ui.OKButton->click();

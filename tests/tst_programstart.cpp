@@ -6,6 +6,7 @@
 #include "engine/ProcessGlobals.h"
 #include "engine/ProgramStart.h"
 #include "link/Policies.h"
+#include "support/ClientProcess.h"
 #include "support/LogText.h"
 #include "support/RecordingFrontend.h"
 #include "support/StoreFixture.h"
@@ -22,15 +23,6 @@ class TestProgramStart : public QObject
 {
     Q_OBJECT
 
-private:
-    // A stored name, so that none is asked, and settings pointing at nothing.
-    static void prepare(const TempProfile &profile, const QByteArray &options = {})
-    {
-        profile.writeFile(u"config/Korvane/Client.conf"_s, "[Options]\nUserName=Jane Doe\n");
-        profile.writeFile(u"config/Korvane/KorvaneClient.ini"_s,
-                          "[Options]\n" + options + "Host=127.0.0.1\nClientPort=9\n");
-    }
-
 private Q_SLOTS:
     // A newcomer with a stored name starts without a question, unless the settings trace: then
     // whether to go on tracing is asked, and kept, before the last run's log is renewed.
@@ -39,7 +31,7 @@ private Q_SLOTS:
         for (int answer : {0, int(ResultYes), int(ResultNo)}) { // 0: the settings do not trace
             TempProfile profile;
             RecordingFrontend frontend;
-            prepare(profile, answer ? "Trace=1\n" : "");
+            ClientProcess::prepare(profile, 9, "Jane Doe", answer ? "Trace=1\n" : "");
             profile.writeFile(u"data/Korvane/client.log"_s, "last run\n");
             frontend.answerBox(answer);
             auto engine = ProgramStart::Run();

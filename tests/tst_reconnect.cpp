@@ -2,23 +2,13 @@
 #include "link/Policies.h"
 #include "support/FakeServer.h"
 #include "support/LogText.h"
+#include "support/LoopbackDaemon.h"
 
 #include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-quint16 refusingPort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
-}
-
-} // namespace
 
 class TestReconnect : public QObject
 {
@@ -33,7 +23,7 @@ private Q_SLOTS:
         for (const auto &[delay, ticksBefore, retries] :
              {Row{15, 0, false}, Row{15, 14, true}, Row{1, 0, true}, Row{0, 0, true}, Row{-1, 0, true},
               Row{3, 7, true}}) {
-            EngineOnFakeServer f(delay, refusingPort());
+            EngineOnFakeServer f(delay, LoopbackDaemon::freePort());
             gPolicies().Reconnect = 1;
             for (int round = 1; round <= (retries ? 3 : 1); ++round) {
                 QTRY_VERIFY(f.link().tmrReconnect.isEnabled());
@@ -51,7 +41,7 @@ private Q_SLOTS:
     // connect fails at once: no storm); a link made starts over.
     void policyZeroRetriesWithoutAStorm()
     {
-        const quint16 port = refusingPort();
+        const quint16 port = LoopbackDaemon::freePort();
         EngineOnFakeServer f(15, port);
         gPolicies().Reconnect = 0;
         QTRY_VERIFY(f.link().tmrRetry.isEnabled());

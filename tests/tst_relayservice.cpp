@@ -6,7 +6,8 @@
 #include "link/Encryption.h"
 #include "link/UdpOrderRelay.h"
 #include "support/LogText.h"
-#include "support/TempProfile.h"
+#include "support/LoopbackDaemon.h"
+#include "support/UdpOrderMachine.h"
 
 #include <QLocalSocket>
 #include <QProcess>
@@ -34,12 +35,6 @@ void becomeNobody()
     if (setgroups(0, nullptr) != 0 || setresgid(Nobody, Nobody, Nobody) != 0 ||
         setresuid(Nobody, Nobody, Nobody) != 0)
         _exit(126);
-}
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 int listening(const QByteArray &path)
@@ -78,36 +73,23 @@ struct Child : QProcess
     }
 };
 
-// A fresh profile, and in it the relay's folder as /run/korvane-relay would be but one that everybody
-// may write in, so that the peer's credentials are all that stands between a user and the clients.
-struct RelayFolder
+// A machine whose relay's folder is as /run/korvane-relay would be but one that everybody may write in,
+// so that the peer's credentials are all that stands between a user and the clients.
+struct RelayFolder : UdpOrderMachine
 {
-    TempProfile profile;
     QString path = at(u"run"_s);
-    quint16 port = 0;
     RelayFolder()
     {
-        gProcess().AppDataPath = profile.dataHome();
         QDir().mkpath(path);
         chmod(qPrintable(profile.path()), 0755);
         chmod(qPrintable(path), 01777);
         qputenv("KORVANE_RELAY_DIR", path.toUtf8());
-        QUdpSocket probe;
-        probe.bind(QHostAddress::LocalHost, 0);
-        gOptions().ClientPort = port = probe.localPort();
     }
-    ~RelayFolder() { qunsetenv("KORVANE_RELAY_DIR"); }
     QString at(const QString &name) const { return profile.path() + u'/' + name; }
     void writeMachineFile(const QByteArray &options) const
     {
         profile.writeFile(u"etc/Korvane/KorvaneClient.ini"_s, "[Options]\n" + options);
         qputenv("XDG_CONFIG_DIRS", at(u"etc"_s).toUtf8());
-    }
-    void send(const char *from = "127.0.0.1") const
-    {
-        QUdpSocket sender;
-        sender.bind(QHostAddress(QString::fromLatin1(from)), 0);
-        sender.writeDatagram("DEC", QHostAddress::LocalHost, port);
     }
 };
 
@@ -116,7 +98,6 @@ struct RelayFolder
 class TestRelayService : public QObject
 {
     Q_OBJECT
-    static qsizetype obeyed() { return logText().count(u"Server sent a DECONNECT command\t"_s); }
 
 private Q_SLOTS:
     void anotherUsersHolderIsNeverFollowed()
@@ -133,7 +114,7 @@ private Q_SLOTS:
         QVERIFY(!client.udpRelay().isFollowing() && client.tmrUdpStarter.isEnabled());
         QCOMPARE(logText().count(u" is held by user 65534, neither root nor this user"_s), 1);
         QCoreApplication::processEvents();
-        QCOMPARE(obeyed(), 0);
+        QCOMPARE(relay.obeyed(), 0);
     }
 
     void theServiceRelaysTheOrdersTheAdministratorAllows()
@@ -165,12 +146,12 @@ private Q_SLOTS:
         gOptions().Server = u"localhost"_s;
         client.tmrUdpStarter_Timer();
         relay.send();
-        QTRY_COMPARE(obeyed(), 1);
+        QTRY_COMPARE(relay.obeyed(), 1);
         // A sender the administrator does not allow is told of in the service's log only.
-        relay.send("127.0.0.2");
+        relay.send({"127.0.0.2"});
         relay.send();
-        QTRY_COMPARE(obeyed(), 2);
-        QVERIFY(contents(logs + u"/client.log"_s)
+        QTRY_COMPARE(relay.obeyed(), 2);
+        QVERIFY(LoopbackDaemon::read(logs + u"/client.log"_s)
                     .contains("UDP order from 127.0.0.2 ignored: only the server localhost"));
         QVERIFY(!logText().contains(u"127.0.0.2"_s));
 
@@ -181,7 +162,7 @@ private Q_SLOTS:
         QTRY_COMPARE(third.state(), QLocalSocket::UnconnectedState);
         QCOMPARE(second.state(), QLocalSocket::ConnectedState);
         relay.send();
-        QTRY_COMPARE(obeyed(), 3);
+        QTRY_COMPARE(relay.obeyed(), 3);
         // A place given up is free again for the same user.
         second.disconnectFromServer();
         QTest::qWait(300); // for the relay to see it go
@@ -189,7 +170,7 @@ private Q_SLOTS:
         again.connectToServer(QString::fromLocal8Bit(path));
         QVERIFY(again.waitForConnected(5000));
         relay.send();
-        QTRY_COMPARE(obeyed(), 4);
+        QTRY_COMPARE(relay.obeyed(), 4);
         QTRY_VERIFY(again.bytesAvailable() > 0);
         // That one place only: the user's count went down by one, not back to none.
         QLocalSocket fourth;
@@ -211,18 +192,19 @@ private Q_SLOTS:
         Child service;
         QVERIFY(service.waitForStarted(10000));
         const QString log = relay.path + u"/client.log"_s;
-        QTRY_VERIFY(contents(log).contains("tried again every second"));
+        QTRY_VERIFY(LoopbackDaemon::read(log).contains("tried again every second"));
         // While the port stays taken the relay neither spins nor fills its log.
         QTest::qWait(2500);
-        const QList<QByteArray> fields = contents(u"/proc/%1/stat"_s.arg(service.processId())).split(' ');
+        const QList<QByteArray> fields =
+            LoopbackDaemon::read(u"/proc/%1/stat"_s.arg(service.processId())).split(' ');
         QVERIFY2(fields.value(13).toLong() + fields.value(14).toLong() < sysconf(_SC_CLK_TCK) / 2,
                  "the relay spent more than half a second of processor retrying the port");
-        QCOMPARE(contents(log).count("tried again every second"), 1);
+        QCOMPARE(LoopbackDaemon::read(log).count("tried again every second"), 1);
         client.tmrUdpStarter_Timer();
         QVERIFY(client.udpRelay().isFollowing());
-        QTRY_VERIFY_WITH_TIMEOUT(contents(log).contains(" relayed\n"), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(LoopbackDaemon::read(log).contains(" relayed\n"), 10000);
         relay.send();
-        QTRY_COMPARE(obeyed(), 1);
+        QTRY_COMPARE(relay.obeyed(), 1);
 
         const int decoy = listening(relay.at(u"decoy"_s).toLocal8Bit());
         QVERIFY(decoy >= 0);
@@ -235,8 +217,8 @@ private Q_SLOTS:
             QTRY_VERIFY(QFile::exists(UdpOrderRelay::serviceSocket(quint16(port))));
         }
         ::close(decoy);
-        QVERIFY(
-            contents(relay.at(u"fresh/client.log"_s)).contains("\"ClientPort\" is not a number; 0 is used"));
+        QVERIFY(LoopbackDaemon::read(relay.at(u"fresh/client.log"_s))
+                    .contains("\"ClientPort\" is not a number; 0 is used"));
 
         // A socket that cannot be made ends the relay at once, for the service manager to see.
         relay.profile.writeFile(u"file"_s, {});

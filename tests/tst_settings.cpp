@@ -52,10 +52,7 @@ private Q_SLOTS:
         QCOMPARE(std::tuple(reset.Server, reset.Font.Bold), std::tuple(u"left alone"_s, false));
         // A file with the host alone takes the read defaults, a bold font among them.
         const Options partial = profile.read("[Options]\r\nHost = server.example\r\n");
-        QCOMPARE(partial.Server, u"server.example"_s);
-        for (const OptionKey &key : optionKeys())
-            if (key.key != "Host"_L1)
-                QCOMPARE(optionValue(partial, key), key.readDefault);
+        QCOMPARE(std::tuple(partial.Server, partial.Font.Bold), std::tuple(u"server.example"_s, true));
     }
 
     void badNumbersAndLongValues()
@@ -245,10 +242,8 @@ private Q_SLOTS:
         for (const QByteArray &text :
              {"NAME=\"Debian GNU/Linux\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n"_ba,
               "PRETTY_NAME='Ann\\'s build'\n"_ba, "NAME=Bare\n"_ba}) {
-            QFile file(profile.path() + u"/os-release"_s);
-            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size());
-            file.close();
-            names << DetectOsName(file.fileName());
+            profile.writeFile(u"os-release"_s, text);
+            names << DetectOsName(profile.path() + u"/os-release"_s);
         }
         QCOMPARE(names, (QStringList{u"Debian GNU/Linux 12 (bookworm)"_s, u"Ann's build"_s, QString()}));
     }

@@ -9,7 +9,7 @@
 #include "link/UdpOrderRelay.h"
 #include "support/FakeClock.h"
 #include "support/LogText.h"
-#include "support/TempProfile.h"
+#include "support/UdpOrderMachine.h"
 
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -19,43 +19,14 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-// A fresh profile whose clients take orders on a free port, the relay's socket in its own folder.
-struct Machine
-{
-    TempProfile profile;
-    quint16 port = 0;
-    Machine()
-    {
-        gProcess().AppDataPath = profile.dataHome();
-        qputenv("KORVANE_RELAY_DIR", profile.runtimeDir().toUtf8());
-        QUdpSocket probe;
-        probe.bind(QHostAddress::LocalHost, 0);
-        gOptions().ClientPort = port = probe.localPort();
-    }
-    ~Machine() { qunsetenv("KORVANE_RELAY_DIR"); }
-    void send(std::initializer_list<const char *> senders = {"127.0.0.1"}) const
-    {
-        for (const char *from : senders) {
-            QUdpSocket sender;
-            sender.bind(QHostAddress(QString::fromLatin1(from)), 0);
-            sender.writeDatagram("DEC", QHostAddress::LocalHost, port);
-        }
-    }
-};
-
-} // namespace
-
 class TestUdpRelay : public QObject
 {
     Q_OBJECT
-    static qsizetype obeyed() { return logText().count(u"Server sent a DECONNECT command\t"_s); }
 
 private Q_SLOTS:
     void withoutTheServiceOneClientHoldsThePortAndNobodyFollows()
     {
-        Machine machine;
+        UdpOrderMachine machine;
         gOptions().Server = u"localhost"_s;
         Encryption codecA, codecB;
         auto holder = std::make_unique<ConnectionManager>(codecA);
@@ -68,17 +39,17 @@ private Q_SLOTS:
         QVERIFY(!other.udpRelay().isFollowing() && other.tmrUdpStarter.isEnabled());
         QCOMPARE(logText().count(u"UDP winsock error #"_s), 1);
         machine.send();
-        QTRY_COMPARE(obeyed(), 1);
+        QTRY_COMPARE(machine.obeyed(), 1);
 
         // The sender is judged against what the server's name resolves to; a stranger is logged once per
         // server.
         gOptions().UdpOrdersFrom = u"Server"_s;
         machine.send({"127.0.0.2", "127.0.0.2", "127.0.0.1"});
-        QTRY_COMPARE(obeyed(), 2);
+        QTRY_COMPARE(machine.obeyed(), 2);
         QCOMPARE(logText().count(u"UDP order from 127.0.0.2 ignored: only the server localhost"_s), 1);
         gOptions().Server = u"127.0.0.1"_s;
         machine.send({"127.0.0.2", "127.0.0.1"});
-        QTRY_COMPARE(obeyed(), 3);
+        QTRY_COMPARE(machine.obeyed(), 3);
         QCOMPARE(logText().count(u"UDP order from 127.0.0.2 ignored"_s), 2);
         gOptions().Server = u"localhost"_s;
         // The server's name is looked up once: later orders are judged at once.
@@ -113,7 +84,7 @@ private Q_SLOTS:
     // (full, or a frame too long) is joined again at the starter's pace, not at once.
     void aSocketLeftBehindIsPassedOverAndALiveServiceFollowed()
     {
-        Machine machine;
+        UdpOrderMachine machine;
         FakeClock clock{FakeClock::at(2026, 11, 26, 9)};
         Encryption codec;
         ConnectionManager client(codec);
@@ -139,9 +110,9 @@ private Q_SLOTS:
         joined->write(order.left(4));
         QVERIFY(joined->waitForBytesWritten(1000));
         QTest::qWait(0);
-        QCOMPARE(obeyed(), 0);
+        QCOMPARE(machine.obeyed(), 0);
         joined->write(order.mid(4));
-        QTRY_COMPARE(obeyed(), 1);
+        QTRY_COMPARE(machine.obeyed(), 1);
 
         client.tmrUdpStarter.setEnabled(false);
         joined->write(QByteArray("\xff\xff", 2));
@@ -153,7 +124,7 @@ private Q_SLOTS:
         QVERIFY(client.udpRelay().isFollowing() && service->waitForNewConnection(1000));
         QLocalSocket *again = service->nextPendingConnection();
         again->write(order);
-        QTRY_COMPARE(obeyed(), 2);
+        QTRY_COMPARE(machine.obeyed(), 2);
         // Gone in the middle of a frame: the next relay's orders are read from their first byte.
         again->write(order.left(4));
         QVERIFY(again->waitForBytesWritten(1000));
@@ -162,7 +133,7 @@ private Q_SLOTS:
         again->abort();
         QTRY_VERIFY(service->hasPendingConnections());
         service->nextPendingConnection()->write(order);
-        QTRY_COMPARE(obeyed(), 3);
+        QTRY_COMPARE(machine.obeyed(), 3);
 
         service.reset();
         QTRY_VERIFY(!client.udpRelay().isFollowing());

@@ -4,11 +4,11 @@
 // development server between them. Included by the tests that define where
 // the programs stand (KORVANE_DEVSERVER, KORVANE_CLIENT_BINARY and the rest).
 #include "e2e/DesktopSession.h"
+#include "support/LoopbackDaemon.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -167,14 +167,6 @@ struct UserClient
     QString file(const QString &relative) const { return run(u"cat"_s, {home.filePath(relative)}); }
 };
 
-// A loopback port that nothing listens on at this moment.
-inline quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
 // The two users of the desktop tests.
 inline const QString Ann = QStringLiteral("korvane-ann");
 inline const QString Bob = QStringLiteral("korvane-bob");
@@ -201,7 +193,7 @@ inline const QString ClientLog = QStringLiteral("data/Korvane/client.log");
 struct Desk
 {
     QTemporaryDir work;
-    Server server{work.filePath(u"devserver.json"_s), freePort()};
+    Server server{work.filePath(u"devserver.json"_s), LoopbackDaemon::freePort()};
     Relay relay{work.filePath(u"relay"_s), server.port};
     UserClient ann{Ann, server.port, relay.dir + u"/run"_s};
     UserClient bob{Bob, server.port, relay.dir + u"/run"_s};

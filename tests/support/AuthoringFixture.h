@@ -36,12 +36,6 @@ struct AuthoringFixture : StoreFixture
                              session, process,    senders,  frontend, send};
 
     // The captions of the boxes put up so far, and the last one.
-    QStringList captions() const
-    {
-        QStringList shown;
-        for (const RecordingFrontend::Question &question : frontend.questions)
-            shown << question.caption;
-        return shown;
-    }
+    QStringList captions() const { return frontend.captions(); }
     QString caption() const { return captions().value(captions().size() - 1); }
 };

@@ -4,7 +4,6 @@
 #include "store/DVMessage.h"
 #include "store/MessageCodes.h"
 
-#include <QTimer>
 #include <QUdpSocket>
 
 FakeServer::FakeServer()
@@ -18,22 +17,11 @@ FakeServer::FakeServer()
             connect(socket, &QTcpSocket::readyRead, this, [this, socket, connection] {
                 Encryption &decoder = *m_peers[connection].decoder;
                 decoder.TCPMsgQueue.Enqueue(socket->readAll());
-                for (QString payload = decoder.DecryptQ(); !payload.isEmpty(); payload = decoder.DecryptQ()) {
+                for (QString payload = decoder.DecryptQ(); !payload.isEmpty(); payload = decoder.DecryptQ())
                     received << payload;
-                    receivedFrom << connection;
-                    Q_EMIT payloadReceived(payload);
-                }
             });
         }
     });
-}
-
-void FakeServer::sendTo(int connection, const QString &payload)
-{
-    if (connection >= 0 && connection < connections() && m_peers[connection].socket) {
-        m_peers[connection].socket->write(frame(payload));
-        m_peers[connection].socket->flush();
-    }
 }
 
 void FakeServer::sendBytes(const QByteArray &bytes)
@@ -50,14 +38,6 @@ void FakeServer::sendJoined(const QStringList &payloads)
     for (const QString &payload : payloads)
         bytes += frame(payload);
     sendBytes(bytes);
-}
-
-void FakeServer::sendSplit(const QString &payload, int chunk)
-{
-    const QByteArray bytes = frame(payload);
-    int delay = 0;
-    for (qsizetype at = 0; at < bytes.size(); at += chunk, delay += 5)
-        QTimer::singleShot(delay, this, [this, piece = bytes.mid(at, chunk)] { sendBytes(piece); });
 }
 
 void FakeServer::closeClient()

@@ -8,7 +8,6 @@
 #include "support/RecordingFrontend.h"
 #include "support/TempProfile.h"
 
-#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
@@ -18,8 +17,8 @@
 #include <memory>
 #include <vector>
 
-// A scriptable server on loopback for tests: it speaks the frames, can split
-// and join them, records what the client sent, and sends UDP orders.
+// A scriptable server on loopback for tests: it speaks the frames, can join
+// them, records what the client sent, and sends UDP orders.
 class FakeServer final : public QObject
 {
     Q_OBJECT
@@ -41,21 +40,14 @@ public:
     }
 
     void send(const QString &payload) { sendBytes(frame(payload)); }
-    // To the connection that came n-th (0 first), when several clients talk to it.
-    void sendTo(int connection, const QString &payload);
     void sendBytes(const QByteArray &bytes);
     // Several frames in one write.
     void sendJoined(const QStringList &payloads);
-    // One frame cut into pieces of `chunk` bytes, each its own write a few
-    // milliseconds after the last, so that the client reads them apart.
-    void sendSplit(const QString &payload, int chunk);
     void closeClient();
     void sendUdp(const QByteArray &datagram, quint16 port) const;
 
-    // Every payload the client sent, whole: code, data, Chr(0) and the user id,
-    // and which connection (0 first) sent each of them.
+    // Every payload the client sent, whole: code, data, Chr(0) and the user id.
     QStringList received;
-    QList<int> receivedFrom;
     // The codes of what the client sent, in order.
     QStringList receivedCodes() const;
     static QString codeOf(const QString &payload)
@@ -66,9 +58,6 @@ public:
     QStringList confirmedIds() const;
     // An active record for everyone that never expires, as a server would send it.
     static QString record(const QString &id, const QString &subject, const QString &text);
-
-Q_SIGNALS:
-    void payloadReceived(const QString &payload);
 
 private:
     struct Peer

@@ -33,6 +33,14 @@ public:
     // the empty text.
     void answerBox(int result) { m_boxAnswers.enqueue(result); }
     void answerText(const QString &text) { m_textAnswers.enqueue(text); }
+    // The captions of the boxes put up so far.
+    QStringList captions() const
+    {
+        QStringList shown;
+        for (const Question &question : questions)
+            shown << question.caption;
+        return shown;
+    }
 
     int MessageBoxShow(const QString &text, const QString &caption, int icon, int buttons) override;
     QString InputText(const QString &prompt, const QString &caption, int icon, int buttons,
@@ -110,13 +118,13 @@ public:
     {
         events.append(QStringLiteral("group %1 %2 %3 %4").arg(action).arg(name, description, members));
         standAsModal();
-        return formAccepted;
+        return false; // as if Cancel was pressed
     }
     bool EditRoleForm(const QString &userID, int authority) override
     {
         events.append(QStringLiteral("role %1 %2").arg(userID).arg(authority));
         standAsModal();
-        return formAccepted;
+        return false; // as if Cancel was pressed
     }
     void OpenReplyForm(const QString &newID, bool toAll) override
     {
@@ -154,8 +162,6 @@ public:
     QStringList popups;
     bool popupShown = false;
     QStringList events;
-    // What the group and role editors answer, as if OK (true) or Cancel was pressed.
-    bool formAccepted = false;
     // The IDs of stored rows the open list was told to read anew.
     QStringList changed;
     ClientMenu lastMenu;
