@@ -306,7 +306,9 @@ private Q_SLOTS:
                  std::tuple(3, qint16(2), qint16(0), qint16(0)));
         // A second list replaces the first.
         f.replication.LevelsReceived(level(u"Only"_s, QString()));
-        QCOMPARE(gLevels().count(), 1);
+        QCOMPARE(
+            std::tuple(gLevels().count(), gLevels().find(u"Chime"_s), gLevels().find(u"Only"_s)->LevelName),
+            std::tuple(1, nullptr, u"Only"_s));
     }
 };
 
