@@ -219,7 +219,7 @@ private Q_SLOTS:
         }
     }
 
-    // Empty reads as missing; a Chr(0) cuts; 255 characters at most.
+    // Empty reads as missing; a Chr(0) cuts; 255 characters at most; a write that cannot land says so.
     void userStore()
     {
         TempProfile profile;
@@ -232,6 +232,10 @@ private Q_SLOTS:
             QVERIFY(store.write(u"Options"_s, key, value));
             QCOMPARE(store.read(u"Options"_s, key, u"d"_s), back);
         }
+        // A folder that cannot be made (a file stands in its place) is a write that failed.
+        profile.writeFile(u"taken"_s, "");
+        QVERIFY(
+            !UserStore(profile.path() + u"/taken/Korvane/Client.conf"_s).write(u"Options"_s, u"A"_s, u"b"_s));
     }
 
     // The system's name is os-release's PRETTY_NAME, its quotes and escapes gone; nothing without one.
