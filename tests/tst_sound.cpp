@@ -13,6 +13,7 @@
 #include <QMediaDevices>
 #include <QScopeGuard>
 #include <QSignalSpy>
+#include <QSoundEffect>
 #include <QTest>
 
 #include <memory>
@@ -57,8 +58,13 @@ private Q_SLOTS:
         player.PlayLooping();
         if (!QMediaDevices::defaultAudioOutput().isNull()) {
             QTRY_VERIFY(player.isPlaying());
+            // Looped again and again then stopped, it keeps no sound effect behind.
+            player.PlayLooping();
+            player.PlayLooping();
             player.Stop();
             QTRY_VERIFY(!player.isPlaying());
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QCOMPARE(player.findChildren<QSoundEffect *>().size(), 0);
         } else {
             // Silent without a device, said once however often it is asked.
             player.PlayLooping();
