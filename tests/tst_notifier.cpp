@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QLabel>
+#include <QScreen>
 #include <QTest>
 #include <QWidget>
 
@@ -29,12 +31,12 @@ class TestNotifier : public QObject
 {
     Q_OBJECT
 
-    static bool toastShown()
+    static QWidget *toastShown()
     {
         for (QWidget *w : QApplication::topLevelWidgets())
             if (w->objectName() == QLatin1String("frmToast") && w->isVisible())
-                return true;
-        return false;
+                return w;
+        return nullptr;
     }
 
 private Q_SLOTS:
@@ -67,6 +69,12 @@ private Q_SLOTS:
         // A service that fails the call: our own toast says it instead.
         serviceBus.send(service.held.at(1).createErrorReply(QDBusError::Failed, QStringLiteral("gone")));
         QTRY_VERIFY(toastShown());
+        // The readers, with room around the text, in the screen's corner.
+        const auto *text = toastShown()->findChild<QLabel *>();
+        QVERIFY(text && text->text().contains(QStringLiteral("ann, bob")));
+        const QSize bare = text->fontMetrics().boundingRect(QRect(), 0, text->text()).size();
+        QVERIFY(text->width() >= bare.width() + 16 && text->height() >= bare.height() + 16);
+        QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(toastShown()->geometry()));
         serviceBus.unregisterService(QStringLiteral("org.freedesktop.Notifications"));
     }
 };
