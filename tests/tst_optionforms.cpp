@@ -106,7 +106,7 @@ private Q_SLOTS:
             QCOMPARE(ResString(549), u"Options du client"_s);
             QWidget *speed = form.ui.propConfig->editor(u"RefreshRate"_s);
             speed->setFocus();
-            QVERIFY(form.ui.lblHint->toPlainText().startsWith(u"Fréquence de rafraîchissement\n"_s));
+            QVERIFY(form.ui.lblHint->toPlainText().startsWith(u"Fréquence de rafraîchissement\nCette valeur"_s));
             QTest::keyClicks(speed, u"7"_s);
             byEscape ? QTest::keyClick(speed, Qt::Key_Escape)
                      : QTest::mouseClick(form.ui.CancelButton, Qt::LeftButton);
