@@ -99,6 +99,17 @@ private:
         display.Timer1->stop();
     }
 
+    // On screen, held still after the start that showing it makes.
+    static bool showStill(dvxDisplay &display)
+    {
+        display.move(100, 100);
+        writeStill(display, u"Hello world"_s);
+        display.show();
+        const bool exposed = QTest::qWaitForWindowExposed(&display);
+        display.Timer1->stop();
+        return exposed;
+    }
+
     static std::unique_ptr<frmBanner> firstBanner(int horizontal, int vertical, int pointSize)
     {
         ClientDB().exec(u"INSERT INTO Levels (LevelName, SoundType) VALUES ('Urgent', 0)"_s);
@@ -304,12 +315,7 @@ private Q_SLOTS:
         if (QGuiApplication::platformName() != u"xcb"_s)
             QSKIP("needs an X server: CTest runs it in tests/e2e/desktop_session.sh");
         dvxDisplay display;
-        display.move(100, 100);
-        writeStill(display, u"Hello world"_s);
-        display.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&display));
-        // Shown, it set itself going: only driven ticks move the text from here.
-        display.Timer1->stop();
+        QVERIFY(showStill(display));
         const qreal ratio = display.devicePixelRatioF();
         const QRect strip(QPoint(0, 0), display.Picture1->size() * ratio);
         const auto onScreen = [&] { return rgb(display.screen()->grabWindow(display.winId())).copy(strip); };
@@ -389,11 +395,7 @@ private Q_SLOTS:
             const QList<int> before = held();
             {
                 dvxDisplay display;
-                display.move(100, 100);
-                writeStill(display, u"Hello world"_s);
-                display.show();
-                QVERIFY(QTest::qWaitForWindowExposed(&display));
-                display.Timer1->stop();
+                QVERIFY(showStill(display));
                 for (int i = 0; i < 10; ++i)
                     display.Timer1_Timer();
                 QTRY_VERIFY(held().value(2) > before.value(2));
