@@ -40,6 +40,7 @@ private Q_SLOTS:
         for (const auto &[text, bytes] : std::initializer_list<std::pair<QString, QByteArray>>{
                  {u"MSG\u0000a\u0001b\u0002c\u0003d\u0004"_s, frame(QByteArray("MSG\0a\1b\2c\3d\4", 12))},
                  {u"\u20ac\u00e9\u2122\u0178\u0081"_s, frame("\x80\xe9\x99\x9f\x81")},
+                 {u"\u20ac\u2122"_s, frame("\x80\x99")}, // nothing but bytes the code page redefines
                  {QString(256, u'z'), header(1, 0) + QByteArray(256, 'z')},
                  {QString(32763, u'\u00ff'), header(127, 251) + QByteArray(32763, '\xff')},
                  {u"ok \u0080"_s, frame("ok ?")}, // a C1 control the code page redefines
