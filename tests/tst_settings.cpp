@@ -245,11 +245,12 @@ private Q_SLOTS:
         QStringList names;
         for (const QByteArray &text :
              {"NAME=\"Debian GNU/Linux\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n"_ba,
-              "PRETTY_NAME='Ann\\'s build'\n"_ba, "NAME=Bare\n"_ba}) {
+              "PRETTY_NAME='Ann\\'s build'\n"_ba, "PRETTY_NAME=edge node e\n"_ba, "NAME=Bare\n"_ba}) {
             profile.writeFile(u"os-release"_s, text);
             names << DetectOsName(profile.path() + u"/os-release"_s);
         }
-        QCOMPARE(names, (QStringList{u"Debian GNU/Linux 12 (bookworm)"_s, u"Ann's build"_s, QString()}));
+        QCOMPARE(names, (QStringList{u"Debian GNU/Linux 12 (bookworm)"_s, u"Ann's build"_s, u"edge node e"_s,
+                                     QString()}));
     }
 
     // The user is the account's name; an account the system cannot name (its directory out of reach)
