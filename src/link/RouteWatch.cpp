@@ -13,18 +13,19 @@
 
 RouteWatch::RouteWatch(QObject *parent) : QObject(parent)
 {
-    m_fd = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
+    // Kept only once bound, so the watch never holds a descriptor it has closed.
+    const int fd = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
-    if (m_fd < 0 || ::bind(m_fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+    if (fd < 0 || ::bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
         WriteLog(QStringLiteral("The kernel's route events cannot be followed: ") +
                  QString::fromLocal8Bit(std::strerror(errno)));
-        if (m_fd >= 0)
-            ::close(m_fd);
-        m_fd = -1;
+        if (fd >= 0)
+            ::close(fd);
         return;
     }
+    m_fd = fd;
     m_notifier = new QSocketNotifier(qintptr(m_fd), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] {
         if (ReadPending())
