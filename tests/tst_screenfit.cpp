@@ -19,6 +19,7 @@
 #include "link/ServerConfig.h"
 #include "support/AuthoringFixture.h"
 #include "support/Untranslated.h"
+#include "ui/ScreenFit.h"
 #include "ui/frmAbout.h"
 #include "ui/frmDialog.h"
 #include "ui/frmLog.h"
@@ -157,6 +158,19 @@ private Q_SLOTS:
     void initTestCase() { QCOMPARE(QGuiApplication::primaryScreen()->geometry().size(), QSize(1024, 600)); }
 
     void cleanup() { gOptions().Language = 0; }
+
+    // A window placed past the screen's corner comes back just inside it: its frame touches both edges.
+    void placedPastTheCorner()
+    {
+        QWidget window;
+        window.resize(300, 200);
+        const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+        window.move(area.bottomRight() + QPoint(50, 50));
+        ScreenFit::bound(&window);
+        // A window's place is its frame's corner.
+        const QRect frame(window.pos(), window.size().grownBy(ScreenFit::frameOf(&window)));
+        QCOMPARE(frame.bottomRight(), area.bottomRight());
+    }
 
     void everyWindow_data()
     {

@@ -65,7 +65,7 @@ private Q_SLOTS:
             QCOMPARE(std::pair(scroll.Speed, scroll.TimerIntervalMs()), std::pair(kept, interval));
         }
         for (const auto &[twipsPerPixel, value, storedTwips, readBack] :
-             {std::tuple{15.0, 20, 300, 20}, {15.0, 21, 450, 30}, {12.0, -1, 360, 30}}) {
+             {std::tuple{15.0, 20, 300, 20}, {15.0, 1, 15, 1}, {15.0, 21, 450, 30}, {12.0, -1, 360, 30}}) {
             ScrollArithmetic scroll(twipsPerPixel, twipsPerPixel);
             scroll.SetPixelsPerSpeed(value);
             QCOMPARE(std::pair(scroll.PixelsPerSpeedTwips, scroll.PixelsPerSpeed()),
