@@ -9,7 +9,7 @@ SECONDS_PER_TARGET=${1:-15}
 BUILD_DIR=${FUZZ_BUILD_DIR:-build-fuzz}
 TARGETS=(fuzz_frames fuzz_dvmessage fuzz_policies fuzz_lists fuzz_config fuzz_mounts fuzz_layouts fuzz_routes fuzz_relayframes)
 
-CC=clang CXX=clang++ cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVANE_FUZZ=ON >/dev/null
+CC=clang CXX=clang++ cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVANE_FUZZ=ON -DKORVANE_WERROR=ON >/dev/null
 cmake --build "$BUILD_DIR" --target "${TARGETS[@]}"
 
 export QT_QPA_PLATFORM=offscreen

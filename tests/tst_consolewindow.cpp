@@ -554,7 +554,7 @@ private Q_SLOTS:
               {1, u"User"_s, 0, u"ADM\u0001zed\u00020"_s}}) {
             directory(*wired)->ui.grid->setCurrentIndex(admins->index(row, 0));
             QStringList seen;
-            QTimer::singleShot(0, qApp, [&] {
+            QTimer::singleShot(0, qApp, [&, picked = picked] {
                 auto *role = QApplication::activeModalWidget()->findChild<QComboBox *>(u"cboRole"_s);
                 for (int n = 0; n < role->count(); ++n)
                     seen << role->itemText(n);
@@ -588,7 +588,7 @@ private Q_SLOTS:
              {std::pair{u"CancelButton"_s, u"Operations"_s}, {u"OKButton"_s, u"Ops team"_s}}) {
             grid->setCurrentIndex(grid->model()->index(0, 0));
             QStringList seen;
-            QTimer::singleShot(0, qApp, [&] {
+            QTimer::singleShot(0, qApp, [&, button = button] {
                 QWidget *editor = QApplication::activeModalWidget();
                 for (const QString &field : {u"txtGroupName"_s, u"txtDescription"_s, u"txtTarget"_s})
                     seen << editor->findChild<QLineEdit *>(field)->text();

@@ -44,7 +44,7 @@ private Q_SLOTS:
                  {4, {u"Cancel"_s, u"Yes"_s, u"No"_s}, ResultCancel}}) {
             for (const int button : DialogButtonSet::buttonsOf(set)) {
                 QString clicked;
-                whenModal<frmDialog>([&](frmDialog *dialog) {
+                whenModal<frmDialog>([&, &captions = captions](frmDialog *dialog) {
                     QMap<int, QString> shown; // by place, left to right, as read (mnemonic aside)
                     for (QPushButton *each : dialog->Button)
                         if (each->isVisible())

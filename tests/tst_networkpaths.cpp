@@ -104,9 +104,10 @@ private Q_SLOTS:
         QCOMPARE(NetworkPaths::LocalPathOf(u"\\\\FILER\\My Docs\\q4\\a.pdf"_s, mounts), doc);
         QCOMPARE(NetworkPaths::LocalPathOf(u"//filer/other/a.pdf"_s, mounts), QString());
         // Other kinds of desktop mount are no share, nor is a folder that names a server without a
-        // share, or a share without a server.
+        // share, a share without a server, or a name holding a backslash (a separator to Windows).
         for (const QString &folder :
-             {u"sftp:host=filer/home"_s, u"smb-share:server=filer,user=ann"_s, u"smb-share:share=docs"_s}) {
+             {u"sftp:host=filer/home"_s, u"smb-share:server=filer,user=ann"_s, u"smb-share:share=docs"_s,
+              u"smb-share:server=filer,share=a%5Cb"_s, u"smb-share:server=fi%5Cler,share=docs"_s}) {
             QVERIFY(QDir(gvfs.path()).mkpath(folder + u"/q4"_s));
             QVERIFY2(!NetworkPaths::IsNetworkPath(gvfs.path() + u'/' + folder + u"/q4"_s, mounts),
                      qPrintable(folder));

@@ -162,7 +162,7 @@ void GridColumns::showMenu(const QPoint &at)
         for (const auto &[text, order] : {std::pair(AccessibleTexts::SortAscending, Qt::AscendingOrder),
                                           std::pair(AccessibleTexts::SortDescending, Qt::DescendingOrder)})
             menu.addAction(ResString(text).arg(name), this,
-                           [this, column, order] { m_header->setSortIndicator(column, order); });
+                           [this, column, order = order] { m_header->setSortIndicator(column, order); });
     }
     // The column chooser: a column shown or hidden makes the layout the person's own.
     QMenu *columns = menu.addMenu(ResString(1242));

@@ -485,7 +485,7 @@ void frmList::showLayoutMenu(const QPoint &at)
                  {std::pair(AccessibleTexts::SortAscending, Qt::AscendingOrder),
                   std::pair(AccessibleTexts::SortDescending, Qt::DescendingOrder)})
                 menu.addAction(ResString(text).arg(name), this,
-                               [this, column, order] { ui.grid->sortByColumn(column, order); });
+                               [this, column, order = order] { ui.grid->sortByColumn(column, order); });
     }
     if (state.resetVisible) {
         menu.addSeparator();

@@ -92,8 +92,9 @@ bool splitGvfsShare(const QString &name, QString &server, QString &share)
         else if (equals > 0 && key == QLatin1String("share"))
             share = value;
     }
-    return !server.isEmpty() && !share.isEmpty() && !server.contains(QLatin1Char('/')) &&
-           !share.contains(QLatin1Char('/'));
+    // Either slash would split the name in the path other machines open.
+    static const QRegularExpression separator(QStringLiteral("[/\\\\]"));
+    return !server.isEmpty() && !share.isEmpty() && !server.contains(separator) && !share.contains(separator);
 }
 
 bool sameHost(const QString &a, const QString &b)

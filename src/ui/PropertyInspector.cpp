@@ -42,7 +42,7 @@ PropertyInspector::PropertyInspector(QWidget *parent) : QTreeWidget(parent)
     // A flat list keeps its captions at the edge; the first section brings the branch marks.
     setRootIsDecorated(false);
     connect(this, &QTreeWidget::currentItemChanged, this,
-            [this](QTreeWidgetItem *current) { currentChanged(current); });
+            [this](QTreeWidgetItem *current) { rowBecameCurrent(current); });
 }
 
 void PropertyInspector::addRows(const QList<PropertyRow> &rows)
@@ -363,7 +363,7 @@ void PropertyInspector::announce(const QString &key)
     Q_EMIT editing(key);
 }
 
-void PropertyInspector::currentChanged(QTreeWidgetItem *current)
+void PropertyInspector::rowBecameCurrent(QTreeWidgetItem *current)
 {
     const QString key = keyOf(current);
     if (!m_syncing) {

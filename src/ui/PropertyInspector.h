@@ -82,7 +82,7 @@ private:
     QWidget *buttonEditor(const QString &key, Row &row);
     void watch(QWidget *widget, const QString &key);
     int rowHeight();
-    void currentChanged(QTreeWidgetItem *current);
+    void rowBecameCurrent(QTreeWidgetItem *current);
     void announce(const QString &key);
     void moveTo(QTreeWidgetItem *item);
     QString keyOf(const QTreeWidgetItem *item) const;
