@@ -1,13 +1,18 @@
 // The kernel's route events in a network namespace of the test's own: a default route added to the
 // main table is the network coming back, nothing else is. Needs root (exit 77, skipped, otherwise).
+#include "core/Log.h"
 #include "link/RouteWatch.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryFile>
 #include <QTest>
 
+#include <cerrno>
 #include <cstdio>
+#include <dlfcn.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sched.h>
@@ -15,6 +20,23 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+bool refuseBind = false;
+} // namespace
+
+// The test's own bind comes before the C library's: it refuses when asked, as a kernel short of
+// memory or a security filter would, and passes every other call on.
+extern "C" int bind(int fd, const sockaddr *address, socklen_t length)
+{
+    if (refuseBind) {
+        errno = ENOMEM;
+        return -1;
+    }
+    static const auto next =
+        reinterpret_cast<int (*)(int, const sockaddr *, socklen_t)>(dlsym(RTLD_NEXT, "bind"));
+    return next(fd, address, length);
+}
 
 namespace {
 
@@ -72,6 +94,29 @@ private Q_SLOTS:
         QSignalSpy returned(&watch, &RouteWatch::defaultRouteAdded);
         QVERIFY(ip(u"route add default via 10.9.0.2"_s));
         QTRY_COMPARE(returned.count(), 1);
+    }
+
+    // A socket that cannot be bound is closed at once and said in the log; the watch then holds nothing.
+    void refusedBindLeavesNothingOpen()
+    {
+        LogFile::renew();
+        const auto open = [] {
+            return QDir(u"/proc/self/fd"_s).entryList(QDir::NoDotAndDotDot | QDir::System).size();
+        };
+        const qsizetype before = open();
+        refuseBind = true;
+        {
+            RouteWatch watch;
+            refuseBind = false;
+            QVERIFY(!watch.isListening());
+            QCOMPARE(open(), before);
+            QVERIFY(!watch.ReadPending());
+        }
+        QCOMPARE(open(), before);
+        QFile log(LogFile::path());
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(
+            log.readAll().contains("The kernel's route events cannot be followed: Cannot allocate memory"));
     }
 
     // Only a whole new default unicast route of the main table counts, wherever it stands among others.
