@@ -89,7 +89,6 @@ GroupEditForm::Outcome GroupEditForm::OKButton()
     fields.txtGroupName = withoutQuotes(fields.txtGroupName);
     fields.txtDescription = withoutQuotes(fields.txtDescription);
     fields.txtTarget = withoutQuotes(fields.txtTarget);
-    m_refresh = 0;
     if (!OutgoingText::Admit(m_ctx.frontend,
                              {&fields.txtGroupName, &fields.txtDescription, &fields.txtTarget}))
         return StayOpen;
