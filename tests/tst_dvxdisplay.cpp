@@ -491,13 +491,16 @@ private Q_SLOTS:
                                     4 * display.Scroll().TwipsPerPixelY};
         QCOMPARE(std::tuple(down.last(), up.last(), click.size()),
                  std::tuple(expected, expected, qsizetype(1)));
-        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital; the character
-        // typed (the test types it small) as itself.
+        // Keys as the owner knows them: Ctrl 17, Shift 16, F1 112, a letter as its capital, the last
+        // letter, digit and function key too; the character typed (the test types it small) as itself.
         QTest::keyClick(display.Picture1, Qt::Key_F1, Qt::ControlModifier);
         QTest::keyClick(display.Picture1, Qt::Key_Q, Qt::ShiftModifier);
+        for (const Qt::Key last : {Qt::Key_Z, Qt::Key_9, Qt::Key_F24})
+            QTest::keyClick(display.Picture1, last);
         QCOMPARE(QList<QVariantList>(keyDown.begin(), keyDown.end()),
-                 (QList<QVariantList>{{17, 2}, {112, 2}, {16, 1}, {81, 1}}));
-        QCOMPARE(QList<QVariantList>(keyPress.begin(), keyPress.end()), QList<QVariantList>{{int(u'q')}});
+                 (QList<QVariantList>{{17, 2}, {112, 2}, {16, 1}, {81, 1}, {90, 0}, {57, 0}, {135, 0}}));
+        QCOMPARE(QList<QVariantList>(keyPress.begin(), keyPress.end()),
+                 (QList<QVariantList>{{int(u'q')}, {int(u'z')}, {int(u'9')}}));
     }
 
     // Saved properties come back as they were saved, the font's own keys over the font; a property at its
