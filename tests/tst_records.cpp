@@ -140,9 +140,11 @@ private Q_SLOTS:
         // A short text still resets: unlike the policies, nothing is kept.
         reader.ToObject(u"POR"_s);
         QCOMPARE(reader.ToString(), u"PORT=58502;UDPP=58502;"_s);
-        // Four characters are enough for a flag.
+        // Four characters are enough for a flag; a number without its value reads as nothing, 0.
         reader.ToObject(u"TRCE"_s);
         QVERIFY(reader.Trace);
+        reader.ToObject(u"PORT"_s);
+        QCOMPARE(reader.ClientPort, 0);
         reader.ToObject(u"UDPP=9x;CLOC=\\\\a\\b=c;GENP=77;PORT=99999999999;"_s);
         QCOMPARE(reader.ToString(), u"PORT=58502;UDPP=9;CLOC=\\\\a\\b=c;"_s);
         QCOMPARE(reader.GenPort, 77);
