@@ -1,5 +1,6 @@
 // The kernel's route events in a network namespace of the test's own: a default route added to the
 // main table is the network coming back, nothing else is. Needs root (exit 77, skipped, otherwise).
+#include "core/Globals.h"
 #include "core/Log.h"
 #include "link/RouteWatch.h"
 
@@ -7,6 +8,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
 
@@ -99,7 +101,8 @@ private Q_SLOTS:
     // A socket that cannot be bound is closed at once and said in the log; the watch then holds nothing.
     void refusedBindLeavesNothingOpen()
     {
-        LogFile::renew();
+        QTemporaryDir data;
+        gProcess().AppDataPath = data.path();
         const auto open = [] {
             return QDir(u"/proc/self/fd"_s).entryList(QDir::NoDotAndDotDot | QDir::System).size();
         };
