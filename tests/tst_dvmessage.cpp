@@ -106,13 +106,13 @@ private Q_SLOTS:
                                                      {earlier, earlier},
                                                      {DateText::ZeroDate(), created}}) {
             DVMessage written, back;
-            written.CreationDate = created;
-            written.ModificationDate = modification;
+            std::tie(written.MsgID, written.CreationDate, written.ModificationDate) =
+                std::tuple(u"A"_s, created, modification);
             back.ToObject(written.ToString());
             QCOMPARE(back.ModificationDate, readBack);
-            // The reset leaves the modification alone: a reused object keeps it.
-            back.ToObject(u"MID\u0003B\u0004"_s);
-            QCOMPARE(back.ModificationDate, readBack);
+            // The reset leaves the modification alone: a reused object keeps it, but not the last ID.
+            back.ToObject(u"SUB\u0003B\u0004"_s);
+            QCOMPARE(std::pair(back.ModificationDate, back.MsgID), std::pair(readBack, QString()));
         }
 
         // Each text reads as the plainer one beside it.

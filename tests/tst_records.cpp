@@ -145,9 +145,10 @@ private Q_SLOTS:
         QVERIFY(reader.Trace);
         reader.ToObject(u"PORT"_s);
         QCOMPARE(reader.ClientPort, 0);
-        reader.ToObject(u"UDPP=9x;CLOC=\\\\a\\b=c;GENP=77;PORT=99999999999;"_s);
+        // The largest number that fits is read; one past it leaves the field as it was.
+        reader.ToObject(u"UDPP=9x;CLOC=\\\\a\\b=c;GENP=2147483647;PORT=2147483648;"_s);
         QCOMPARE(reader.ToString(), u"PORT=58502;UDPP=9;CLOC=\\\\a\\b=c;"_s);
-        QCOMPARE(reader.GenPort, 77);
+        QCOMPARE(reader.GenPort, 2147483647);
 
         // User, postmaster, packager, administrator for the authorities -1 to 4.
         const QStringList roles = {u"0000"_s, u"1000"_s, u"0100"_s, u"0110"_s, u"0111"_s, u"0110"_s};

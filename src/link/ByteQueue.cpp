@@ -56,19 +56,6 @@ uint8_t ByteQueue::Peek(Failure *failure) const
     return static_cast<uint8_t>(m_buffer.at(m_head));
 }
 
-QByteArray ByteQueue::Take(qsizetype count, Failure *failure)
-{
-    report(failure, {});
-    if (count < 0 || count > Count()) {
-        report(failure, Failure::subscriptOutOfRange());
-        return {};
-    }
-    QByteArray taken = m_buffer.mid(m_head, count);
-    m_head += count;
-    Compact();
-    return taken;
-}
-
 void ByteQueue::Drop(qsizetype count)
 {
     m_head += qBound(qsizetype(0), count, qsizetype(Count()));

@@ -23,9 +23,6 @@ public:
     uint8_t Dequeue(Failure *failure = nullptr);
     uint8_t Peek(Failure *failure = nullptr) const;
 
-    // Removes and returns the first count bytes. Fewer held than asked is the
-    // subscript error, and nothing is taken.
-    QByteArray Take(qsizetype count, Failure *failure = nullptr);
     // The bytes held, without copying them; valid until the queue changes.
     const char *Head() const { return m_buffer.constData() + m_head; }
     // Drops the first count bytes (at most what is held).
