@@ -106,13 +106,15 @@ private Q_SLOTS:
                                                      {earlier, earlier},
                                                      {DateText::ZeroDate(), created}}) {
             DVMessage written, back;
-            std::tie(written.MsgID, written.CreationDate, written.ModificationDate) =
-                std::tuple(u"A"_s, created, modification);
+            std::tie(written.MsgID, written.Attachment, written.CreationDate, written.ModificationDate) =
+                std::tuple(u"A"_s, u"//srv/a.doc"_s, created, modification);
             back.ToObject(written.ToString());
             QCOMPARE(back.ModificationDate, readBack);
-            // The reset leaves the modification alone: a reused object keeps it, but not the last ID.
+            // The reset leaves the modification alone: a reused object keeps it, but nothing of the last
+            // message's own.
             back.ToObject(u"SUB\u0003B\u0004"_s);
-            QCOMPARE(std::pair(back.ModificationDate, back.MsgID), std::pair(readBack, QString()));
+            QCOMPARE(std::tuple(back.ModificationDate, back.MsgID, back.Attachment),
+                     std::tuple(readBack, QString(), QString()));
         }
 
         // Each text reads as the plainer one beside it.
