@@ -88,6 +88,17 @@ void clickIn(const QString &window, const QPoint &at, int button)
                        QString::number(at.y()), u"click"_s, QString::number(button)});
 }
 
+void dragBy(const QPoint &from, const QPoint &by)
+{
+    const auto to = [](const QPoint &at) {
+        return QStringList{u"mousemove"_s, QString::number(at.x()), QString::number(at.y())};
+    };
+    // A short first step starts the drag; the window manager then follows the pointer.
+    run(u"xdotool"_s, to(from) + QStringList{u"mousedown"_s, u"1"_s} + to(from + QPoint(2, 2)) +
+                          QStringList{u"sleep"_s, u"0.5"_s} + to(from + by) +
+                          QStringList{u"sleep"_s, u"0.5"_s, u"mouseup"_s, u"1"_s});
+}
+
 QString titleUnderPointer()
 {
     const QString shell = run(u"xdotool"_s, {u"getmouselocation"_s, u"--shell"_s});

@@ -32,6 +32,8 @@ void clickAcknowledge(const QRect &banner);
 // The pointer to a point of the screen, or of a window, and one click of the button there.
 void clickAt(const QPoint &at, int button = 1);
 void clickIn(const QString &window, const QPoint &at, int button = 1);
+// Presses the first button at a point, moves the pointer by the distance and lets go.
+void dragBy(const QPoint &from, const QPoint &by);
 // The title of the window under the pointer, as xprop prints it.
 QString titleUnderPointer();
 // Keys pressed on the keyboard, as xdotool names them ("Tab", "shift+Tab"), then text typed.
