@@ -151,10 +151,6 @@ ConsoleFrame::Step ConsoleFrame::OnClickItemLink(const QString &key)
     case 15:
         fromServer(m_session.AdminsLoaded, Commands::RAD());
         break;
-    case 10:
-        step.fetchDomainGroups = !m_session.GroupsDomainLoaded;
-        step.show = list;
-        break;
     default:
         step.show = list;
         if (list == OutboxList && !m_session.ReceiptsLoaded)

@@ -40,7 +40,6 @@ public:
         int show = 0;          // the list to put in the pane now, 0 for none
         bool progress = false; // the busy window while a request is out
         QString request;       // sent to the server
-        bool fetchDomainGroups = false;
     };
 
     ConsoleFrame(ProcessState &process, Session &session, const UserInfos &user, const Policies &policies,
