@@ -102,11 +102,15 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(bannerSeen(u"screens-remaining.png"_s),
                                   u"right 799 top 0 strip 400 #ff0000"_s, 10000);
 
-        // Dragged by its strip, the banner goes where it is let go, through the window manager.
-        const QRect placed = DesktopSession::geometryOf(DesktopSession::bannerWindow());
-        DesktopSession::dragBy(placed.topLeft() + QPoint(20, placed.height() / 2), QPoint(-100, 300));
-        QTRY_VERIFY_WITH_TIMEOUT(DesktopSession::geometryOf(DesktopSession::bannerWindow()).top() >= 250,
-                                 5000);
+        // Dragged by its strip, the banner goes where it is let go, through the window manager (dragged
+        // again should a loaded window manager miss the start).
+        const auto banner = [] { return DesktopSession::geometryOf(DesktopSession::bannerWindow()); };
+        const auto moved = [&banner] { return banner().top() >= 250; };
+        for (int tries = 0; tries < 3 && !moved(); ++tries) {
+            DesktopSession::dragBy(banner().topLeft() + QPoint(20, banner().height() / 2), QPoint(-100, 300));
+            (void)QTest::qWaitFor(moved, 3000);
+        }
+        QVERIFY(moved());
 
         // The acknowledge button stands right of the strip and wakes once the text has passed; the
         // receipt names the message, and the banner goes.
